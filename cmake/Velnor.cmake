@@ -1,0 +1,93 @@
+# Each subsystem folder builds one plain-C++ static library from its top-level *.cpp
+# (no Qt may be included there) and, when it has windows, one Qt library from qt/*.cpp.
+# Globbing keeps the folders independent: adding a file needs no edit elsewhere.
+
+function(velnor_library name)
+  cmake_parse_arguments(A "" "" "DEPS" ${ARGN})
+  file(GLOB srcs CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  if(srcs)
+    add_library(${name} STATIC ${srcs})
+    target_link_libraries(${name} PUBLIC ${A_DEPS})
+    target_compile_options(${name} PRIVATE ${VELNOR_CORE_WARNINGS})
+  else()
+    add_library(${name} INTERFACE)
+    target_link_libraries(${name} INTERFACE ${A_DEPS})
+  endif()
+  if(VELNOR_FUZZ_ENGINE STREQUAL "libfuzzer")
+    # An instrumented twin for the fuzz targets, so libFuzzer sees coverage inside the
+    # parsers and the sanitizers watch them.
+    set(fz_deps "")
+    foreach(d ${A_DEPS})
+      list(APPEND fz_deps ${d}_fz)
+    endforeach()
+    if(srcs)
+      add_library(${name}_fz STATIC EXCLUDE_FROM_ALL ${srcs})
+      target_link_libraries(${name}_fz PUBLIC ${fz_deps})
+      target_compile_options(${name}_fz PRIVATE -fsanitize=fuzzer-no-link,address,undefined)
+    else()
+      add_library(${name}_fz INTERFACE)
+      target_link_libraries(${name}_fz INTERFACE ${fz_deps})
+    endif()
+  endif()
+endfunction()
+
+function(velnor_qt_library name)
+  cmake_parse_arguments(A "" "" "DEPS" ${ARGN})
+  file(GLOB srcs CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/qt/*.cpp ${CMAKE_CURRENT_SOURCE_DIR}/qt/*.h)
+  if(srcs)
+    add_library(${name} STATIC ${srcs})
+    target_link_libraries(${name} PUBLIC ${A_DEPS} Qt6::Widgets Qt6::Network Qt6::PrintSupport Qt6::Multimedia)
+    target_compile_options(${name} PRIVATE ${VELNOR_WARNINGS})
+  else()
+    add_library(${name} INTERFACE)
+    target_link_libraries(${name} INTERFACE ${A_DEPS})
+  endif()
+endfunction()
+
+# A GoogleTest executable registered with CTest. Tests run headless.
+function(velnor_test name)
+  cmake_parse_arguments(A "" "" "SOURCES;LIBS" ${ARGN})
+  add_executable(${name} ${A_SOURCES})
+  target_link_libraries(${name} PRIVATE ${A_LIBS} GTest::gtest GTest::gtest_main GTest::gmock)
+  target_compile_options(${name} PRIVATE ${VELNOR_WARNINGS})
+  gtest_discover_tests(${name}
+    PROPERTIES ENVIRONMENT "QT_QPA_PLATFORM=offscreen;VELNOR_SIM=$<TARGET_FILE:pmdirect-sim>;VELNOR_BIN=$<TARGET_FILE:velnor>"
+    DISCOVERY_TIMEOUT 60)
+endfunction()
+
+# Every subfolder of the current folder that has a CMakeLists.txt.
+function(velnor_add_subfolders)
+  file(GLOB children LIST_DIRECTORIES true ${CMAKE_CURRENT_SOURCE_DIR}/*)
+  foreach(child ${children})
+    if(IS_DIRECTORY ${child} AND EXISTS ${child}/CMakeLists.txt)
+      add_subdirectory(${child})
+    endif()
+  endforeach()
+endfunction()
+
+# A fuzz target for a parser of untrusted text: <name>.cpp defines LLVMFuzzerTestOneInput.
+# Built with libFuzzer under clang; under another compiler with a small driver that feeds
+# the seeds and a fixed number of mutations of them. Either way CTest runs a short pass.
+function(velnor_fuzz name)
+  cmake_parse_arguments(A "" "" "SOURCES;LIBS;SEEDS" ${ARGN})
+  add_executable(${name} ${A_SOURCES})
+  set(seed_dir ${CMAKE_CURRENT_BINARY_DIR}/${name}_seeds)
+  file(MAKE_DIRECTORY ${seed_dir})
+  foreach(seed ${A_SEEDS})
+    file(COPY ${seed} DESTINATION ${seed_dir})
+  endforeach()
+  if(VELNOR_FUZZ_ENGINE STREQUAL "libfuzzer")
+    foreach(l ${A_LIBS})
+      target_link_libraries(${name} PRIVATE ${l}_fz)
+    endforeach()
+    target_compile_options(${name} PRIVATE -fsanitize=fuzzer,address,undefined)
+    target_link_options(${name} PRIVATE -fsanitize=fuzzer,address,undefined)
+    set(work ${CMAKE_CURRENT_BINARY_DIR}/${name}_corpus)
+    file(MAKE_DIRECTORY ${work})
+    add_test(NAME ${name} COMMAND ${name} -runs=30000 -max_total_time=20 -max_len=65536 ${work} ${seed_dir})
+  else()
+    target_link_libraries(${name} PRIVATE ${A_LIBS})
+    target_sources(${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests/support/StandaloneFuzzMain.cpp)
+    add_test(NAME ${name} COMMAND ${name} ${seed_dir})
+  endif()
+endfunction()

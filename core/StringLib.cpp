@@ -1,0 +1,83 @@
+#include "core/StringLib.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <limits>
+
+namespace velnor {
+
+std::string GetLine(std::string_view& text) {
+  const std::size_t cr = text.find('\r');
+  const std::string_view line = cr == std::string_view::npos ? text : text.substr(0, cr);
+  std::string result;
+  result.reserve(line.size());
+  for (char c : line)
+    if (c != '\n') result.push_back(c);
+  text = cr == std::string_view::npos ? std::string_view{} : text.substr(cr + 1);
+  return result;
+}
+
+std::string GetWord(std::string_view& text) {
+  const std::size_t start = text.find_first_not_of(' ');
+  if (start == std::string_view::npos) {
+    text = {};
+    return {};
+  }
+  text.remove_prefix(start);
+  const std::size_t sp = text.find(' ');
+  std::string word(sp == std::string_view::npos ? text : text.substr(0, sp));
+  text = sp == std::string_view::npos ? std::string_view{} : text.substr(sp);
+  return word;
+}
+
+std::string_view TrimSpaces(std::string_view s) {
+  const std::size_t b = s.find_first_not_of(' ');
+  if (b == std::string_view::npos) return {};
+  const std::size_t e = s.find_last_not_of(' ');
+  return s.substr(b, e - b + 1);
+}
+
+std::string Trim(std::string_view s) { return std::string(TrimSpaces(s)); }
+
+std::string RemoveCrLf(std::string_view s) {
+  std::string out;
+  out.reserve(s.size());
+  for (std::size_t i = 0; i < s.size(); ++i) {
+    if (s[i] == '\r' && i + 1 < s.size() && s[i + 1] == '\n') {
+      ++i;
+      continue;
+    }
+    out.push_back(s[i]);
+  }
+  return out;
+}
+
+std::string ToUpperAscii(std::string_view s) {
+  std::string out(s);
+  for (char& c : out)
+    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+  return out;
+}
+
+bool ParseInt32(std::string_view s, long& out) {
+  const std::size_t b = s.find_first_not_of(" \t");
+  if (b == std::string_view::npos) return false;
+  const std::string trimmed(s.substr(b, s.find_last_not_of(" \t") - b + 1));
+  if (trimmed.empty()) return false;
+  errno = 0;
+  char* end = nullptr;
+  const long v = std::strtol(trimmed.c_str(), &end, 10);
+  if (errno != 0 || end == trimmed.c_str() || *end != '\0') return false;
+  if (v < std::numeric_limits<int>::min() || v > std::numeric_limits<int>::max()) return false;
+  out = v;
+  return true;
+}
+
+bool ParseInt16(std::string_view s, short& out) {
+  long v = 0;
+  if (!ParseInt32(s, v) || v < -32768 || v > 32767) return false;
+  out = static_cast<short>(v);
+  return true;
+}
+
+}  // namespace velnor

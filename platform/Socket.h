@@ -1,0 +1,27 @@
+#pragma once
+// The one TCP client connection to Pmdirect. Connecting does not block; success is seen
+// by polling state(). send() queues bytes as they are, with no terminator, and throws
+// VError when the connection cannot take them. Bytes arrive in order; getData() hands
+// over everything that has arrived and not been fetched, as station text.
+#include <functional>
+#include <string>
+#include <string_view>
+
+namespace velnor {
+
+class Socket {
+ public:
+  enum State { Closed = 0, Open = 1, Listening = 2, ConnectionPending = 3, ResolvingHost = 4,
+               HostResolved = 5, Connecting = 6, Connected = 7, Closing = 8, Error = 9 };
+  virtual ~Socket() = default;
+  virtual void close() = 0;
+  virtual void setRemoteHost(const std::string& host) = 0;
+  virtual void setRemotePort(int port) = 0;
+  virtual void connect() = 0;
+  virtual void send(std::string_view bytes) = 0;
+  virtual std::string getData() = 0;
+  virtual int state() const = 0;
+  std::function<void()> onDataArrival;
+};
+
+}  // namespace velnor

@@ -1,0 +1,63 @@
+#include <gtest/gtest.h>
+
+#include "core/StringLib.h"
+
+using namespace velnor;
+
+TEST(GetLine, WalksCrLfTextAndKeepsTheTrailingLf) {
+  std::string s = "A\r\nB\r\n";
+  std::string_view v = s;
+  EXPECT_EQ(GetLine(v), "A");
+  EXPECT_EQ(GetLine(v), "B");
+  EXPECT_EQ(GetLine(v), "");  // from the single LF left over
+  EXPECT_TRUE(v.empty());
+}
+
+TEST(GetLine, LfOnlyTextIsOneLineAndCrCrIsAnEmptyLine) {
+  std::string_view v = "A\nB";
+  EXPECT_EQ(GetLine(v), "AB");
+  EXPECT_TRUE(v.empty());
+  std::string_view w = "X\r\rY";
+  EXPECT_EQ(GetLine(w), "X");
+  EXPECT_EQ(GetLine(w), "");
+  EXPECT_EQ(GetLine(w), "Y");
+  std::string_view e;
+  EXPECT_EQ(GetLine(e), "");
+  EXPECT_TRUE(e.empty());
+}
+
+TEST(GetWord, SkipsLeadingSpacesAndLeavesTheSeparator) {
+  std::string_view v = "  one two";
+  EXPECT_EQ(GetWord(v), "one");
+  EXPECT_EQ(v, " two");
+  EXPECT_EQ(GetWord(v), "two");
+  EXPECT_TRUE(v.empty());
+  std::string_view blanks = "    ";
+  EXPECT_EQ(GetWord(blanks), "");
+  EXPECT_TRUE(blanks.empty());
+  std::string_view tab = "a\tb c";
+  EXPECT_EQ(GetWord(tab), "a\tb");
+}
+
+TEST(GetLine, WalkIsLinearOnAHugeText) {
+  // 200k lines: a copy-the-rest implementation would take tens of gigabyte-copies.
+  std::string big;
+  for (int i = 0; i < 200000; ++i) big += "line\r\n";
+  std::string_view v = big;
+  std::size_t n = 0;
+  while (!v.empty()) {
+    GetLine(v);
+    ++n;
+  }
+  EXPECT_EQ(n, 200001u);
+}
+
+TEST(ParseInt16, AcceptsBlanksAndRejectsJunkAndRange) {
+  short v = 0;
+  EXPECT_TRUE(ParseInt16("  42 ", v));
+  EXPECT_EQ(v, 42);
+  EXPECT_TRUE(ParseInt16("-32768", v));
+  EXPECT_FALSE(ParseInt16("32768", v));
+  EXPECT_FALSE(ParseInt16("12ab", v));
+  EXPECT_FALSE(ParseInt16("", v));
+}
