@@ -1,0 +1,212 @@
+#include "format/Decoder.h"
+
+#include "app/SessionLog.h"
+#include "core/DateTime.h"
+#include "core/StringLib.h"
+#include "format/Notice.h"
+#include "store/IcsMsg.h"
+
+namespace velnor {
+
+namespace {
+
+constexpr std::size_t kBodyWidth = 4000;
+// No date text is anywhere near this long; longer values are rejected unread.
+constexpr std::size_t kMaxDateText = 100;
+constexpr std::size_t kMaxBadDates = 8;
+constexpr std::size_t kMaxLoggedValue = 80;
+
+bool Contains(std::string_view s, std::string_view what) {
+  return s.find(what) != std::string_view::npos;
+}
+
+std::string_view TrimRightSpaces(std::string_view s) {
+  while (!s.empty() && s.back() == ' ') s.remove_suffix(1);
+  return s;
+}
+
+// A body as its record field would hold it after each line had been assigned to it in
+// turn (trimmed, cut to the width, read back trimmed). The value never starts with a
+// blank and an appended piece never ends with one, so only the cut can leave blanks at
+// the end; once the width is reached nothing more can change it.
+class BodyText {
+ public:
+  void assign(std::string_view trimmed) {
+    m_text.clear();
+    add(trimmed);
+  }
+  void append(std::string_view trimmed) {
+    if (m_text.size() >= kBodyWidth) return;
+    add("\r\n");
+    add(trimmed);
+  }
+  const std::string& text() const { return m_text; }
+
+ private:
+  void add(std::string_view piece) {
+    const std::size_t room = kBodyWidth - m_text.size();
+    if (piece.size() <= room) {
+      m_text.append(piece);
+      return;
+    }
+    m_text.append(piece.substr(0, room));
+    m_text.resize(TrimRightSpaces(m_text).size());
+  }
+
+  std::string m_text;
+};
+
+double ReadDate(std::string_view value, const char* key, std::string_view dateFormat,
+                std::string_view timeFormat, ParsedIncoming& out) {
+  if (value.empty()) return 0;
+  if (value.size() <= kMaxDateText) {
+    if (auto d = ParseDateText(value, dateFormat, timeFormat)) return *d;
+  }
+  if (out.badDates.size() < kMaxBadDates) {
+    out.badDates.push_back({key, std::string(value.substr(0, kMaxLoggedValue))});
+  }
+  return 0;
+}
+
+}  // namespace
+
+ParsedIncoming ParseIncoming(std::string_view text, short origin, std::string_view dateFormat,
+                             std::string_view timeFormat) {
+  ParsedIncoming out;
+  MsgRecord& rec = out.record;
+  rec.setReply("");
+  rec.setRepSign("");
+  rec.setRepPos("");
+  rec.setRepDate(0);
+
+  bool inTag = false;
+  int block = 0;  // 0 none, 1 message body, 2 reply body
+  int positionCount = 1;
+  int signatureCount = 1;
+  std::string routeText;
+  BodyText msg;
+  BodyText reply;
+
+  auto appendToBlock = [&](std::string_view trimmed) {
+    if (block == 1) msg.append(trimmed);
+    else if (block == 2) reply.append(trimmed);
+  };
+
+  while (!text.empty()) {
+    const std::string line = GetLine(text);
+    const std::string_view lv = line;
+    if (Contains(lv, "!ICS213!")) {
+      inTag = true;
+      rec.setKeepLocal(Contains(lv, "!KEEPLOCAL!") ? 1 : 0);
+      continue;
+    }
+    if (lv.substr(0, 2) == "--") continue;
+    const std::size_t colon = lv.find(':');
+    if (colon == std::string_view::npos) {
+      if (Contains(lv, "!/ICS213!")) {
+        out.complete = true;
+        break;
+      }
+      if (inTag) appendToBlock(TrimSpaces(lv));
+      continue;
+    }
+    const std::string_view key = TrimSpaces(lv.substr(0, colon));
+    const std::string_view value = TrimSpaces(lv.substr(colon + 1));
+    if (key == "ICDNAME") {
+      rec.setIcdName(value);
+    } else if (key == "TO") {
+      rec.setTo(value);
+    } else if (key == "FROM") {
+      rec.setFr(value);
+    } else if (key == "SUBJECT") {
+      rec.setSubj(value);
+    } else if (key == "DATE") {
+      rec.setMsgDate(ReadDate(value, "DATE", dateFormat, timeFormat, out));
+    } else if (key == "MESSAGE") {
+      msg.assign(value);
+      block = 1;
+    } else if (key == "REPLY") {
+      reply.assign(value);
+      block = 2;
+    } else if (key == "RDATE") {
+      rec.setRepDate(ReadDate(value, "RDATE", dateFormat, timeFormat, out));
+    } else if (key == "ROUTE") {
+      routeText.assign(value);
+    } else if (key == "POSITION") {
+      switch (positionCount) {
+        case 1: rec.setToPos(value); break;
+        case 2: rec.setFrPos(value); break;
+        case 3: rec.setSignPos(value); break;
+        case 4: rec.setRepPos(value); break;
+        default: break;
+      }
+      if (positionCount < 5) ++positionCount;
+    } else if (key == "SIGNATURE") {
+      switch (signatureCount) {
+        case 1: rec.setSign(value); break;
+        case 2: rec.setRepSign(value); break;
+        default: break;
+      }
+      if (signatureCount < 3) ++signatureCount;
+    } else {
+      appendToBlock(TrimSpaces(lv));
+    }
+  }
+
+  rec.setMsg(msg.text());
+  rec.setReply(reply.text());
+  rec.setOrigin(origin);
+  rec.setStatus(4);
+  rec.setKind(TrimSpaces(rec.Reply()).empty() ? 1 : 2);
+
+  const std::string_view rv = routeText;
+  const std::size_t first = rv.find(':');
+  if (first == std::string_view::npos) {
+    rec.setRoute(rv);
+  } else {
+    const std::size_t second = rv.find(':', first + 1);
+    const std::string_view idAndNumber =
+        second == std::string_view::npos ? rv : rv.substr(0, second);
+    rec.setRoute(idAndNumber);
+  }
+  return out;
+}
+
+std::int32_t StoreMsg(std::string_view text, short origin, const StoreMsgContext& ctx) {
+  ParsedIncoming parsed = ParseIncoming(text, origin, ctx.dateFormat, ctx.timeFormat);
+
+  IcsMsg store(ctx.dataPath, ctx.log);
+  const std::int32_t number = store.NewMsg();
+  store.rec() = parsed.record;
+  store.rec().setMsgNo(number);
+
+  const std::string prefix = "StoreMsg...: Message " + std::to_string(number);
+  for (const auto& bad : parsed.badDates) {
+    ctx.sessionLog.WriteLog(prefix + ": " + bad.key + " value could not be read as a date: \"" +
+                            bad.value + "\"; filed without that date");
+  }
+  if (!parsed.complete) {
+    ctx.sessionLog.WriteLog(prefix +
+                            " arrived incomplete (no \"!/ICS213!\"); filed as far as it came");
+  }
+  ctx.sessionLog.WriteLog("StoreMsg...: Loading message titled: " + store.rec().Subj());
+  store.Update(number);
+
+  ctx.notices.ShowNotice(NoticeText(store.rec()), number);
+  return number;
+}
+
+std::string NoticeText(const MsgRecord& rec) {
+  const bool message = rec.Kind() == 1;
+  std::string text = message ? "New incoming MESSAGE... " : "New incoming REPLY... ";
+  text += "\r\nFROM:       ";
+  text += message ? rec.Fr() : rec.To();
+  text += "\r\nSUBJECT: ";
+  text += rec.Subj();
+  text += "\r\nDATE:       ";
+  text += StandardDateText(rec.MsgDate());
+  text += "\r\n\r\nPress Open to view the message or Close to skip.";
+  return text;
+}
+
+}  // namespace velnor
