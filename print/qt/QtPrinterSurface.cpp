@@ -1,0 +1,99 @@
+#include "print/qt/QtPrinterSurface.h"
+
+#include <QFontMetricsF>
+#include <QPrinter>
+#include <QRectF>
+#include <QTextOption>
+
+#include "core/Cp1252.h"
+#include "core/VError.h"
+
+namespace velnor {
+
+namespace {
+
+constexpr double kMmPerInch = 25.4;
+// Tab stops of the footer line; narrow enough that the six tabs keep it inside the frame.
+constexpr double kTabStopMm = 5;
+
+QColor ToQColor(Colour c) {
+  return QColor(static_cast<int>(c & 0xFFu), static_cast<int>((c >> 8) & 0xFFu),
+                static_cast<int>((c >> 16) & 0xFFu));
+}
+
+VError DrawError(const char* what) {
+  return VError(kErrDeviceIO, "IcsPrint", std::string("Printer: ") + what);
+}
+
+}  // namespace
+
+QtPrinterSurface::QtPrinterSurface(QPrinter& printer) : m_printer(printer) {
+  if (!m_painter.begin(&m_printer)) throw DrawError("cannot start the print job");
+  m_dotsPerMm = m_printer.resolution() / kMmPerInch;
+  m_font = m_painter.font();
+}
+
+QtPrinterSurface::~QtPrinterSurface() {
+  if (m_painter.isActive()) m_painter.end();
+}
+
+void QtPrinterSurface::setScaleMillimetres() {
+  m_dotsPerMm = m_printer.resolution() / kMmPerInch;
+}
+
+void QtPrinterSurface::setLineWidth(int px) { m_lineWidth = px; }
+
+void QtPrinterSurface::drawLine(double x1, double y1, double x2, double y2, Colour colour) {
+  if (!m_painter.isActive()) throw DrawError("the page is closed");
+  m_painter.setPen(QPen(ToQColor(colour), m_lineWidth, Qt::SolidLine, Qt::SquareCap));
+  m_painter.drawLine(QPointF(dev(x1), dev(y1)), QPointF(dev(x2), dev(y2)));
+}
+
+void QtPrinterSurface::fillBox(double x1, double y1, double x2, double y2, Colour colour) {
+  if (!m_painter.isActive()) throw DrawError("the page is closed");
+  const QRectF box(QPointF(dev(x1), dev(y1)), QPointF(dev(x2), dev(y2)));
+  m_painter.fillRect(box.normalized(), ToQColor(colour));
+  m_painter.setPen(QPen(ToQColor(colour), m_lineWidth));
+  m_painter.drawRect(box.normalized());
+}
+
+void QtPrinterSurface::setFont(const std::string& name, int sizePt, bool bold) {
+  if (sizePt <= 0) throw DrawError("invalid font size");
+  QFont font(QString::fromStdString(Cp1252ToUtf8(name)));
+  font.setPointSizeF(sizePt);
+  font.setBold(bold);
+  m_font = font;
+}
+
+void QtPrinterSurface::setPosition(double x, double y) {
+  m_x = x;
+  m_y = y;
+}
+
+void QtPrinterSurface::setCurrentX(double x) { m_x = x; }
+
+void QtPrinterSurface::printText(const std::string& text) {
+  if (!m_painter.isActive()) throw DrawError("the page is closed");
+  m_painter.setFont(m_font);
+  m_painter.setPen(QPen(Qt::black));
+  const QFontMetricsF metrics(m_font, &m_printer);
+  const QString qtext = QString::fromStdString(Cp1252ToUtf8(text));
+  if (!qtext.isEmpty()) {
+    QTextOption option(Qt::AlignLeft | Qt::AlignTop);
+    option.setWrapMode(QTextOption::NoWrap);
+    option.setTabStopDistance(dev(kTabStopMm));
+    // Text is never clipped to a box: an over-long word runs on to the right.
+    const QRectF area(dev(m_x), dev(m_y), metrics.horizontalAdvance(qtext) * 2 + dev(kTabStopMm) * 8,
+                      metrics.height() * 2);
+    m_painter.drawText(area, qtext, option);
+  }
+  m_x = 0;
+  m_y += metrics.height() / m_dotsPerMm;
+}
+
+void QtPrinterSurface::endDocument() {
+  if (!m_painter.isActive()) throw DrawError("the page is closed");
+  if (!m_painter.end()) throw DrawError("cannot finish the print job");
+}
+
+}  // namespace velnor
