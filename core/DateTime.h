@@ -30,7 +30,9 @@ std::string StandardDateText(double ole);
 
 // Reads a date text back: the standard date text, ISO 8601 ("2026-11-19T14:05:09",
 // "2026-11-19 14:05", "2026-11-19"), or a text made with dateFormat + " " + timeFormat.
-// Returns nullopt rather than guessing when the text fits none of them.
+// The given formats are tried first, so a reader of texts from elsewhere passes none.
+// Returns nullopt rather than guessing when the text fits none of them (a pattern
+// without a year, say, or day 31 in a 30-day month).
 std::optional<double> ParseDateText(std::string_view text, std::string_view dateFormat = {},
                                     std::string_view timeFormat = {});
 

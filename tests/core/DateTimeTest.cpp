@@ -1,0 +1,203 @@
+#include "core/DateTime.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <string>
+
+namespace velnor {
+namespace {
+
+// 19 Nov 2026 14:05:09, built independently of ToOleDate.
+constexpr double kNov19 = 46345.0;
+const double kInstant = kNov19 + (14 * 3600 + 5 * 60 + 9) / 86400.0;
+
+double At(double day, int h, int m, int s) { return day + (h * 3600 + m * 60 + s) / 86400.0; }
+
+TEST(OleDate, KnownDaysAndBackAgain) {
+  struct Row { int y, mo, d; double ole; };
+  const Row rows[] = {{1899, 12, 30, 0}, {1899, 12, 31, 1}, {1900, 1, 1, 2},
+                      {1900, 3, 1, 61},  {2024, 2, 29, 45351}, {2026, 11, 19, 46345},
+                      {1899, 12, 29, -1}, {1800, 1, 1, -36522}, {9999, 12, 31, 2958465}};
+  for (const Row& r : rows) {
+    DateParts p;
+    p.year = r.y, p.month = r.mo, p.day = r.d;
+    EXPECT_DOUBLE_EQ(ToOleDate(p), r.ole) << r.y << "-" << r.mo << "-" << r.d;
+    const DateParts back = FromOleDate(r.ole);
+    EXPECT_EQ(back.year, r.y);
+    EXPECT_EQ(back.month, r.mo);
+    EXPECT_EQ(back.day, r.d);
+  }
+}
+
+TEST(OleDate, NegativeValuesKeepTimeOfDayForward) {
+  // -1.25 is 29 Dec 1899 06:00, not 28 Dec 18:00.
+  DateParts p;
+  p.year = 1899, p.month = 12, p.day = 29, p.hour = 6;
+  EXPECT_DOUBLE_EQ(ToOleDate(p), -1.25);
+  const DateParts back = FromOleDate(-1.25);
+  EXPECT_EQ(back.day, 29);
+  EXPECT_EQ(back.hour, 6);
+}
+
+TEST(OleDate, RoundsToNearestSecondAcrossMidnight) {
+  const DateParts a = FromOleDate(At(kNov19, 23, 59, 59) + 0.6 / 86400.0);
+  EXPECT_EQ(a.day, 20);
+  EXPECT_EQ(a.hour, 0);
+  EXPECT_EQ(a.minute, 0);
+  EXPECT_EQ(a.second, 0);
+  const DateParts b = FromOleDate(At(kNov19, 14, 5, 9) + 0.4 / 86400.0);
+  EXPECT_EQ(b.second, 9);
+}
+
+TEST(OleDate, GarbageValuesDoNotCrash) {
+  for (double v : {double(NAN), double(INFINITY), -double(INFINITY), 1e300, -1e300}) {
+    const DateParts p = FromOleDate(v);
+    EXPECT_GE(p.year, 100);
+    EXPECT_LE(p.year, 9999);
+    EXPECT_FALSE(FormatDate(v, "dd-mmm-yyyy hh:nn:ss t").empty());
+    EXPECT_FALSE(StandardDateText(v).empty());
+  }
+}
+
+struct FormatRow {
+  const char* pattern;
+  const char* expected;
+};
+
+TEST(FormatDate, FixedPatternsOfTheProgram) {
+  const FormatRow rows[] = {
+      {"yymmdd", "261119"},
+      {"hh:nn:ss", "14:05:09"},
+      {"dd-mmm-yy hh:mm:ss", "19-Nov-26 14:05:09"},
+      {"dd-mmm hh:mm:ss", "19-Nov 14:05:09"},
+      {"mm/dd/yy", "11/19/26"},
+      {"dd-mmm-yyyy", "19-Nov-2026"},
+      {"HH:mm:ss", "14:05:09"},
+      {"hh:mm", "14:05"},
+      {"mm/dd/yyyy hh:mm", "11/19/2026 14:05"},
+  };
+  for (const FormatRow& r : rows) EXPECT_EQ(FormatDate(kInstant, r.pattern), r.expected) << r.pattern;
+}
+
+TEST(FormatDate, LettersAndMinutesRule) {
+  const double jan5 = At(46027, 7, 3, 4);  // 5 Jan 2026 07:03:04
+  const FormatRow rows[] = {
+      {"d/m/yyyy", "5/1/2026"},
+      {"D.M.YY", "5.1.26"},
+      {"h:m:s", "7:3:4"},
+      {"h.mm", "7.03"},        // any separator between hour and minutes
+      {"hhmm", "0703"},
+      {"mm:ss", "01:04"},      // no hour before: month
+      {"hh dd mm", "07 05 01"},  // a day field in between: month
+      {"mmm MMMM", "Jan January"},
+      {"ddd dddd", "Mon Monday"},
+      {"t", "7:03:04 AM"},
+      {"TTTTT", "7:03:04 AM"},
+      {"yyyy-mm-dd [x]", "2026-01-05 [x]"},
+  };
+  for (const FormatRow& r : rows) EXPECT_EQ(FormatDate(jan5, r.pattern), r.expected) << r.pattern;
+  EXPECT_EQ(FormatDate(kInstant, "t"), "2:05:09 PM");
+  EXPECT_EQ(FormatDate(At(kNov19, 0, 0, 0), "t"), "12:00:00 AM");
+  EXPECT_EQ(FormatDate(At(kNov19, 12, 0, 0), "t"), "12:00:00 PM");
+}
+
+TEST(StandardDateText, DateTimeDateOnlyTimeOnly) {
+  EXPECT_EQ(StandardDateText(kInstant), "11/19/2026 2:05:09 PM");
+  EXPECT_EQ(StandardDateText(kNov19), "11/19/2026");
+  EXPECT_EQ(StandardDateText(At(kNov19, 0, 0, 1)), "11/19/2026 12:00:01 AM");
+  EXPECT_EQ(StandardDateText(At(46027, 0, 0, 0)), "1/5/2026");
+  EXPECT_EQ(StandardDateText(0), "12:00:00 AM");
+  EXPECT_EQ(StandardDateText(0.75), "6:00:00 PM");
+  EXPECT_EQ(StandardDateText(-1.25), "12/29/1899 6:00:00 AM");
+}
+
+TEST(ParseDateText, StandardAndIsoForms) {
+  struct Row { const char* text; double expected; };
+  const Row rows[] = {
+      {"11/19/2026 2:05:09 PM", kInstant},
+      {"11/19/2026", kNov19},
+      {"  11/19/2026  ", kNov19},
+      {"1/5/2026 12:00:01 am", At(46027, 0, 0, 1)},
+      {"11/19/2026 14:05", At(kNov19, 14, 5, 0)},
+      {"12:00:00 AM", 0},
+      {"6:00:00 PM", 0.75},
+      {"2026-11-19T14:05:09", kInstant},
+      {"2026-11-19 14:05", At(kNov19, 14, 5, 0)},
+      {"2026-11-19", kNov19},
+      {"2026-11-19T14:05:09.250", kInstant},
+  };
+  for (const Row& r : rows) {
+    const auto v = ParseDateText(r.text);
+    ASSERT_TRUE(v.has_value()) << r.text;
+    EXPECT_NEAR(*v, r.expected, 1e-9) << r.text;
+  }
+}
+
+TEST(ParseDateText, RoundTripThroughOperatorFormats) {
+  struct Row { const char* date; const char* time; bool keepsSeconds; };
+  const Row rows[] = {
+      {"mm/dd/yyyy", "hh:mm", false},  {"dd-mmm-yyyy", "HH:mm:ss", true},
+      {"mm/dd/yy", "hh:mm", false},    {"dd.mm.yyyy", "hh.mm", false},
+      {"yyyy-mm-dd", "hh:mm:ss", true}, {"d-m-yyyy", "h:m:s", true},
+      {"yymmdd", "hhmmss", true},      {"DD MMM YYYY", "TTTTT", true},
+      {"dd mmm, yy", "hh-mm", false},
+  };
+  const double instants[] = {kInstant, At(46027, 7, 3, 4), At(45351, 23, 59, 59), At(46345, 0, 0, 0)};
+  for (const Row& r : rows) {
+    for (double t : instants) {
+      const std::string text = FormatDate(t, std::string(r.date) + " " + r.time);
+      const auto v = ParseDateText(text, r.date, r.time);
+      ASSERT_TRUE(v.has_value()) << text << " with " << r.date << " " << r.time;
+      const double expected = r.keepsSeconds ? t : std::floor(t * 1440.0 + 1e-9) / 1440.0;
+      EXPECT_NEAR(*v, expected, 0.5 / 86400.0) << text;
+      // The date alone reads back as midnight of the day.
+      const auto d = ParseDateText(FormatDate(t, r.date), r.date, r.time);
+      ASSERT_TRUE(d.has_value()) << FormatDate(t, r.date);
+      EXPECT_NEAR(*d, std::floor(t), 1e-9);
+    }
+  }
+}
+
+TEST(ParseDateText, OperatorFormatWinsOverMonthFirst) {
+  const auto v = ParseDateText("05/06/2026 10:00", "dd/mm/yyyy", "hh:mm");
+  ASSERT_TRUE(v.has_value());
+  EXPECT_EQ(FormatDate(*v, "yyyy-mm-dd"), "2026-06-05");
+  // A text the format cannot read still falls back to the standard form.
+  const auto w = ParseDateText("11/19/2026 2:05:09 PM", "dd/mm/yyyy", "hh:mm");
+  ASSERT_TRUE(w.has_value());
+  EXPECT_NEAR(*w, kInstant, 1e-9);
+}
+
+TEST(ParseDateText, RejectsRatherThanGuesses) {
+  struct Row { const char* text; const char* date; const char* time; };
+  const Row rows[] = {
+      {"", "", ""},
+      {"   ", "", ""},
+      {"tomorrow", "", ""},
+      {"13/01/2026", "", ""},           // month 13
+      {"2/30/2026", "", ""},            // 30 Feb
+      {"2/29/2025", "", ""},            // not a leap year
+      {"2/29/2024 24:00", "", ""},
+      {"11/19/2026 13:05 PM", "", ""},  // 13 PM
+      {"11/19/2026 2:60:00 PM", "", ""},
+      {"11/19/26", "", ""},             // the standard form has four-digit years
+      {"11/19/2026 2:05:09 PM extra", "", ""},
+      {"2026-11-19T14:05:09+02:00", "", ""},
+      {"2026-13-01", "", ""},
+      {"19-Nov 14:05:09", "dd-mmm", "hh:mm:ss"},  // no year in the format
+      {"31-Apr-2026 10:00", "dd-mmm-yyyy", "hh:mm"},
+      {"19-Xyz-2026 10:00", "dd-mmm-yyyy", "hh:mm"},
+      {"19-11-2026", "dd/mm/yyyy", "hh:mm"},
+      {"99999999999999999999/1/2026", "", ""},
+  };
+  for (const Row& r : rows) EXPECT_FALSE(ParseDateText(r.text, r.date, r.time).has_value()) << r.text;
+}
+
+TEST(ParseDateText, HugeInputIsRejectedNotScanned) {
+  std::string text(1 << 20, '1');
+  EXPECT_FALSE(ParseDateText(text, "yyyymmdd", "hhmmss").has_value());
+}
+
+}  // namespace
+}  // namespace velnor
