@@ -1,0 +1,105 @@
+#pragma once
+// The main window's link to Pmdirect: one socket (WNS), the link state, the waits, the
+// session dialogue, the send/receive schedule and the link test. The window holds one
+// PmLink from start-up to shutdown and forwards its clock tick to ClockTick().
+//
+// A session, as Pmdirect sees it (every line we send ends in CR LF):
+//   connect to HostName:Port             wait for the connected state, TimeOut ms at most
+//   "<!REG!>"                            wait for "LOGON>"
+//   "<!LOGON!>" + LoginName, trimmed     wait for "OK>"
+//   each queued message (status 2),      wait for "OK>", then the record becomes
+//     its whole tagged text                status 3 ("Sent")
+//   "POP", again and again               each reply holding "!/ICS213!" is one message,
+//                                          filed as Unread; "NOMORE>" ends the loop
+//   "QUIT"                               not waited for; "QUITING>" usually arrives in
+//                                          the pause before we close
+// Any step that fails closes the socket without "QUIT" and leaves
+// "Disconnecting, error during <step>" in the status panel; unsent messages stay queued.
+// Pausev milliseconds separate the steps so a slow Pmdirect keeps up.
+//
+// Every wait sleeps in the event loop, so the editor, the clock and socket data go on
+// meanwhile, and a Send click or schedule tick may arrive inside a session:
+// SessionRunning turns such a second session away.
+//
+// The link test (PmdirectTest) connects, hands over one text in pieces of 75 characters
+// without line ends, and closes; it speaks no dialogue and ignores SessionRunning.
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "app/SessionLog.h"
+#include "app/Settings.h"
+#include "link/LinkHost.h"
+#include "link/Transport.h"
+#include "link/Waits.h"
+#include "platform/Dialogs.h"
+#include "platform/EventLoop.h"
+#include "platform/Socket.h"
+
+namespace velnor {
+
+class PmLink {
+ public:
+  // Settings are read live: HostName, Port, TimeOut, Pausev, LoginName, SRTime.
+  PmLink(EventLoop& loop, Socket& WNS, const Settings& settings, LinkHost& host,
+         SessionLogWriter& log, Dialogs& dialogs, OutboxFactory outbox);
+  ~PmLink();
+  PmLink(const PmLink&) = delete;
+  PmLink& operator=(const PmLink&) = delete;
+
+  // One whole session; false on any failure, and at once while another one runs.
+  bool SeqPmdirect();
+  // SeqPmdirect with its outcome reported; the "Status" panel text is restored after.
+  void RunSession();
+  bool SessionRunning() const { return m_SessionRunning; }
+  void setSessionRunning(bool on) { m_SessionRunning = on; }
+
+  // Send/receive schedule.
+  void StartSRTimer();
+  void ClockTick();  // the counting part of tmrClock's tick
+  void tmrSRTimer_Timer();
+  short SRCounter() const { return m_SRCounter; }
+  short SRTimeStarted() const { return m_SRTimeStarted; }
+  Timer& tmrSRTimer() { return *m_tmrSRTimer; }
+
+  // Link test: true when connected and the whole text was handed to the socket.
+  bool PmdirectTest(std::string inString);
+
+  // Waits, for the window's other users (start-up holds its banners with Pause).
+  void Pause(short ms) { m_waits.Pause(ms); }
+  void StartGpTimer(std::int32_t ms) { m_waits.StartGpTimer(ms); }
+  Waits& waits() { return m_waits; }
+
+  Transport& transport() { return m_transport; }
+  LinkState& state() { return m_transport.state(); }
+  const std::string& OutgoingText() const { return m_OutgoingText; }
+
+ private:
+  void ConnectServer(bool& ok);
+  void RegisterClient(bool& ok);
+  void LogOn(bool& ok);
+  void SendMessages(bool& ok);
+  void RetrieveMessages(bool& ok);
+  void QuitSession();
+  void AbortSession(const std::string& step);
+  void status(const std::string& text) { m_host.setStatus("Status", text); }
+  void netState(const std::string& text) { m_host.setStatus("NetState", text); }
+  short pausev() const { return m_settings.Pausev; }
+  std::int32_t timeOutMs() const;
+
+  Socket& m_WNS;
+  const Settings& m_settings;
+  LinkHost& m_host;
+  SessionLogWriter& m_log;
+  Dialogs& m_dialogs;
+  OutboxFactory m_outbox;
+  Waits m_waits;
+  Transport m_transport;
+  std::unique_ptr<Timer> m_tmrSRTimer;
+  bool m_SessionRunning = false;
+  std::string m_OutgoingText;
+  short m_SRCounter = 0;
+  short m_SRTimeStarted = 0;
+};
+
+}  // namespace velnor

@@ -1,0 +1,241 @@
+#include <exception>
+
+#include "core/StringLib.h"
+#include "core/VError.h"
+#include "link/PmLink.h"
+
+namespace velnor {
+
+PmLink::PmLink(EventLoop& loop, Socket& WNS, const Settings& settings, LinkHost& host,
+               SessionLogWriter& log, Dialogs& dialogs, OutboxFactory outbox)
+    : m_WNS(WNS), m_settings(settings), m_host(host), m_log(log), m_dialogs(dialogs),
+      m_outbox(std::move(outbox)), m_waits(loop), m_transport(loop, WNS, settings, log, dialogs),
+      m_tmrSRTimer(loop.createTimer()) {
+  m_tmrSRTimer->onTick = [this] { tmrSRTimer_Timer(); };
+}
+
+PmLink::~PmLink() = default;
+
+std::int32_t PmLink::timeOutMs() const {
+  std::int32_t ms = 0;
+  if (!ParseSettingNumber(m_settings.TimeOut, ms))
+    throw VError(kErrTypeMismatch, "ConnectServer", "Type mismatch");
+  return ms;
+}
+
+bool PmLink::SeqPmdirect() {
+  if (m_SessionRunning) return false;
+  m_SessionRunning = true;
+  bool ok = false;
+  const char* failedAt = nullptr;
+  ConnectServer(ok);
+  if (!ok) failedAt = "Connect";
+  if (!failedAt) {
+    RegisterClient(ok);
+    if (!ok) failedAt = "Registration Request";
+  }
+  if (!failedAt) {
+    Pause(pausev());
+    LogOn(ok);
+    if (!ok) failedAt = "Logging on";
+  }
+  if (!failedAt) {
+    Pause(pausev());
+    SendMessages(ok);
+    if (!ok) failedAt = "Sending messages";
+  }
+  if (!failedAt) {
+    RetrieveMessages(ok);
+    if (!ok) failedAt = "Retrieving messages";
+  }
+  if (failedAt)
+    AbortSession(failedAt);
+  else
+    QuitSession();
+  m_SessionRunning = false;
+  return ok;
+}
+
+void PmLink::RunSession() {
+  const std::string kept = m_host.status();
+  if (!SeqPmdirect()) {
+    status("Pmdirect session with errors");
+    m_log.WriteLog("Message session to Pmdirect... failed");
+    Pause(2000);
+  }
+  status(kept);
+}
+
+void PmLink::ConnectServer(bool& ok) {
+  ok = false;
+  try {
+    state().ReplyComplete = false;
+    status("Trying to Connect...");
+    m_WNS.close();
+    m_WNS.setRemoteHost(m_settings.HostName);
+    std::int32_t port = 0;
+    if (!ParseSettingNumber(m_settings.Port, port) || port < 0 || port > 65535)
+      throw VError(kErrTypeMismatch, "ConnectServer", "Type mismatch");
+    const std::int32_t timeOut = timeOutMs();
+    m_WNS.setRemotePort(static_cast<int>(port));
+    m_WNS.connect();
+    StartGpTimer(timeOut);
+    while (m_WNS.state() != Socket::Connected && m_waits.GpTimerEnabled())
+      m_waits.loop().waitForEvents();
+    if (m_WNS.state() == Socket::Connected) {
+      status("Trying to Connect... connected!");
+      netState("Connected");
+      ok = true;
+      Pause(pausev());
+    } else {
+      status("Trying to Connect... failed");
+      netState("Disconnected");
+      m_log.WriteLog("Connection Failed");
+    }
+  } catch (const std::exception&) {
+    m_dialogs.messageBox("Network error.  Confirm this is a networked PC", kProgramTitle,
+                         MsgButtons::Ok);
+    ok = false;
+  }
+}
+
+void PmLink::RegisterClient(bool& ok) {
+  LinkState& s = state();
+  s.ReplyComplete = false;
+  s.LogonPromptSeen = false;
+  s.AwaitedPrompt = 1;
+  status("Registering...");
+  Pause(pausev());
+  m_transport.WinSend("<!REG!>");
+  if (!s.LogonPromptSeen) {
+    status("Registering... failed");
+    netState("Disconnected");
+    m_log.WriteLog("Registration request failed");
+    ok = false;
+  } else {
+    status("Registering... passed");
+    netState("Connected");
+    Pause(pausev());
+    ok = true;
+  }
+}
+
+void PmLink::LogOn(bool& ok) {
+  ok = false;
+  try {
+    LinkState& s = state();
+    s.AwaitedPrompt = 2;
+    s.ReplyComplete = false;
+    status("Logging in...");
+    // Normally connected already; a dropped link must not keep us here for ever.
+    if (m_WNS.state() != Socket::Connected) {
+      StartGpTimer(timeOutMs());
+      while (m_WNS.state() != Socket::Connected && m_waits.GpTimerEnabled())
+        m_waits.loop().waitForEvents();
+    }
+    const std::string id = Trim(m_settings.LoginName);
+    if (m_WNS.state() == Socket::Connected) {
+      status("Logging in as " + id);
+      Pause(pausev());
+      m_transport.WinSend("<!LOGON!>" + id);
+    }
+    if (s.ReplyComplete) {
+      status("Log in successful");
+      Pause(500);
+      ok = true;
+    } else {
+      status("Log in failed");
+      m_log.WriteLog("Logon as " + id + " failed");
+    }
+  } catch (const std::exception&) {
+    ok = false;
+  }
+}
+
+void PmLink::SendMessages(bool& ok) {
+  ok = false;
+  try {
+    std::unique_ptr<Outbox> cursor = m_outbox();
+    state().AwaitedPrompt = 2;
+    cursor->ResetList();
+    while (cursor->GetList()) {
+      if (cursor->Status() != 2) continue;
+      state().ReplyComplete = false;
+      const std::int32_t n = cursor->MsgNo();
+      const std::string num = std::to_string(n);
+      status("Sending message # " + num + "...");
+      m_OutgoingText = m_host.EncodeMsg(n);
+      Pause(pausev());
+      m_transport.WinSend(m_OutgoingText);
+      if (!state().ReplyComplete) {
+        status("SendMessages: Lost connection");
+        m_log.WriteLog("SendMessages: Lost connection");
+        Pause(pausev());
+        return;
+      }
+      status("Sending message # " + num + "... sent");
+      cursor->UpdateStatus(3);
+      m_host.RefreshMsgInfo();
+      m_log.WriteLog("SendMessages: Sent No. " + num + " titled: " + Trim(cursor->Subj()));
+    }
+    ok = true;
+  } catch (const VError& e) {
+    // A store or encoder failure: the message stays queued for the next session.
+    m_log.WriteLog("SendMessages: " + e.description());
+  } catch (const std::exception& e) {
+    m_log.WriteLog(std::string("SendMessages: ") + e.what());
+  }
+}
+
+void PmLink::RetrieveMessages(bool& ok) {
+  ok = false;
+  LinkState& s = state();
+  s.AwaitedPrompt = 4;
+  s.NoMoreSeen = false;
+  do {
+    s.ReplyComplete = false;
+    s.MessageEndSeen = false;
+    Pause(pausev());
+    m_transport.WinSend("POP");
+    if (!s.ReplyComplete) {
+      // Neither a message nor "NOMORE>": asking again would never end on a dead link.
+      m_log.WriteLog("RetrieveMessages: Lost connection");
+      return;
+    }
+    if (s.MessageEndSeen) {
+      m_log.WriteLog("Incoming Message...");
+      try {
+        m_host.StoreMsg(s.ReceiveBuffer);
+      } catch (const std::exception& e) {
+        m_log.WriteLog(std::string("RetrieveMessages: ") + e.what());
+      }
+    }
+  } while (!s.NoMoreSeen);
+  status("End of Message Retrieval");
+  Pause(pausev());
+  ok = true;
+}
+
+void PmLink::QuitSession() {
+  LinkState& s = state();
+  s.ReplyComplete = true;
+  s.AwaitedPrompt = 5;
+  try { status("Disconnecting... "); } catch (const std::exception&) {}
+  try { m_transport.WinSend("QUIT"); } catch (const std::exception&) {}
+  try { Pause(pausev()); } catch (const std::exception&) {}
+  try { m_WNS.close(); } catch (const std::exception&) {}
+  try { netState("Disconnected"); } catch (const std::exception&) {}
+  try { status("Velnor Ready"); } catch (const std::exception&) {}
+}
+
+void PmLink::AbortSession(const std::string& step) {
+  LinkState& s = state();
+  s.ReplyComplete = true;
+  s.AwaitedPrompt = 5;
+  status("Disconnecting... ");
+  try { m_WNS.close(); } catch (const std::exception&) {}
+  try { netState("Disconnected"); } catch (const std::exception&) {}
+  try { status("Disconnecting, error during " + step); } catch (const std::exception&) {}
+}
+
+}  // namespace velnor

@@ -1,0 +1,82 @@
+#include "platform/qt/QtSocket.h"
+
+#include <QHostAddress>
+
+#include "core/VError.h"
+
+namespace velnor {
+
+namespace {
+// The classic socket control's number for "wrong protocol or connection state".
+constexpr long kErrNotConnected = 40006;
+}  // namespace
+
+QtSocket::QtSocket() {
+  QObject::connect(&m_socket, &QTcpSocket::readyRead, [this] {
+    if (onDataArrival) onDataArrival();
+  });
+  QObject::connect(&m_socket, &QAbstractSocket::errorOccurred,
+                   [this](QAbstractSocket::SocketError e) {
+                     m_failed = true;
+                     m_peerClosed = e == QAbstractSocket::RemoteHostClosedError;
+                   });
+}
+
+QtSocket::~QtSocket() {
+  onDataArrival = nullptr;
+  m_socket.abort();
+}
+
+void QtSocket::close() {
+  // Whatever is still queued (a "QUIT") goes out before the connection is dropped.
+  if (m_socket.state() == QAbstractSocket::ConnectedState) m_socket.flush();
+  m_socket.abort();
+  m_failed = false;
+  m_peerClosed = false;
+}
+
+void QtSocket::connect() {
+  m_socket.abort();
+  m_failed = false;
+  m_peerClosed = false;
+  m_socket.connectToHost(QString::fromStdString(m_host), static_cast<quint16>(m_port));
+}
+
+void QtSocket::send(std::string_view bytes) {
+  if (m_socket.state() != QAbstractSocket::ConnectedState)
+    throw VError(kErrNotConnected, "WNS:SendData",
+                 "Wrong protocol or connection state for the requested transaction or request");
+  const qint64 n = m_socket.write(bytes.data(), static_cast<qint64>(bytes.size()));
+  if (n != static_cast<qint64>(bytes.size()))
+    throw VError(static_cast<long>(m_socket.error()), "WNS:SendData",
+                 m_socket.errorString().toStdString());
+  m_socket.flush();
+}
+
+std::string QtSocket::getData() {
+  const QByteArray data = m_socket.readAll();
+  return std::string(data.constData(), static_cast<std::size_t>(data.size()));
+}
+
+int QtSocket::state() const {
+  switch (m_socket.state()) {
+    case QAbstractSocket::UnconnectedState:
+      if (m_failed) return m_peerClosed ? Closing : Error;
+      return Closed;
+    case QAbstractSocket::HostLookupState:
+      return ResolvingHost;
+    case QAbstractSocket::ConnectingState:
+      return Connecting;
+    case QAbstractSocket::ConnectedState:
+      return Connected;
+    case QAbstractSocket::BoundState:
+      return Open;
+    case QAbstractSocket::ListeningState:
+      return Listening;
+    case QAbstractSocket::ClosingState:
+      return Closing;
+  }
+  return Error;
+}
+
+}  // namespace velnor

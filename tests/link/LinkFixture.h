@@ -1,0 +1,136 @@
+#pragma once
+// Shared pieces for the link tests: a recording session log, a scripted window (status
+// panels, codec stand-ins), an in-memory outbox, and a well-behaved Pmdirect answering
+// on a FakeSocket.
+#include <gtest/gtest.h>
+
+#include <deque>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "core/VError.h"
+#include "link/PmLink.h"
+#include "tests/support/FakeSocket.h"
+#include "tests/support/ScriptedDialogs.h"
+#include "tests/support/VirtualEventLoop.h"
+
+namespace velnor::testing {
+
+class RecordingLog : public SessionLogWriter {
+ public:
+  void WriteLog(const std::string& routine) override { lines.push_back(routine); }
+  bool has(const std::string& line) const {
+    for (const auto& l : lines)
+      if (l == line) return true;
+    return false;
+  }
+  std::vector<std::string> lines;
+};
+
+class FakeHost : public LinkHost {
+ public:
+  void setStatus(const std::string& key, const std::string& text) override {
+    panels[key] = text;
+    if (key == "Status") statusHistory.push_back(text);
+  }
+  std::string status() override { return panels["Status"]; }
+  void RefreshMsgInfo() override { ++refreshes; }
+  std::string EncodeMsg(std::int32_t n) override {
+    return "!ICS213!\r\nMSGNO:" + std::to_string(n) + "\r\n!/ICS213!";
+  }
+  void StoreMsg(const std::string& text) override { filed.push_back(text); }
+
+  bool saw(const std::string& status) const {
+    for (const auto& s : statusHistory)
+      if (s == status) return true;
+    return false;
+  }
+  std::map<std::string, std::string> panels;
+  std::vector<std::string> statusHistory;
+  std::vector<std::string> filed;
+  int refreshes = 0;
+};
+
+struct OutboxRecord {
+  std::int32_t msgNo;
+  short status;
+  std::string subj;
+};
+
+class MemoryOutbox : public Outbox {
+ public:
+  explicit MemoryOutbox(std::vector<OutboxRecord>& recs) : m_recs(recs) {}
+  void ResetList() override { m_pos = -1; }
+  bool GetList() override { return ++m_pos < static_cast<long>(m_recs.size()); }
+  std::int32_t MsgNo() const override { return cur().msgNo; }
+  short Status() const override { return cur().status; }
+  std::string Subj() const override { return cur().subj; }
+  void UpdateStatus(short s) override { m_recs[static_cast<std::size_t>(m_pos)].status = s; }
+
+ private:
+  const OutboxRecord& cur() const { return m_recs.at(static_cast<std::size_t>(m_pos)); }
+  std::vector<OutboxRecord>& m_recs;
+  long m_pos = -1;
+};
+
+// Answers the dialogue like Pmdirect; `waiting` are handed out one per "POP".
+struct FakePmdirect {
+  FakeSocket& sock;
+  std::deque<std::string> waiting;
+  std::string regReply = "Pmdirect\r\nLOGON>\r\n";
+  std::string logonReply = "OK>\r\n";
+  std::string msgReply = "OK>\r\n";
+  std::int64_t delayMs = 3;
+
+  explicit FakePmdirect(FakeSocket& s) : sock(s) {
+    sock.onSend = [this](std::string_view sent) { answer(std::string(sent)); };
+  }
+  void answer(const std::string& sent) {
+    if (sent == "<!REG!>\r\n") {
+      sock.deliver(regReply, delayMs);
+    } else if (sent.rfind("<!LOGON!>", 0) == 0) {
+      sock.deliver(logonReply, delayMs);
+    } else if (sent == "POP\r\n") {
+      if (waiting.empty()) {
+        sock.deliver("NOMORE>\r\n", delayMs);
+      } else {
+        sock.deliver(waiting.front() + "\r\n", delayMs);
+        waiting.pop_front();
+      }
+    } else if (sent == "QUIT\r\n") {
+      sock.deliver("QUITING>\r\n", delayMs);
+      sock.peerClose(delayMs + 1);
+    } else {
+      sock.deliver(msgReply, delayMs);
+    }
+  }
+};
+
+class LinkTest : public ::testing::Test {
+ protected:
+  LinkTest() {
+    settings.Pausev = 20;
+    settings.TimeOut = "3000";
+    settings.LoginName = "  KD0ABC ";
+  }
+  PmLink& link() {
+    if (!m_link)
+      m_link = std::make_unique<PmLink>(loop, sock, settings, host, log, dialogs,
+                                        [this] { return std::make_unique<MemoryOutbox>(outbox); });
+    return *m_link;
+  }
+
+  VirtualEventLoop loop;
+  FakeSocket sock{loop};
+  Settings settings;
+  FakeHost host;
+  RecordingLog log;
+  ScriptedDialogs dialogs;
+  std::vector<OutboxRecord> outbox;
+
+ private:
+  std::unique_ptr<PmLink> m_link;
+};
+
+}  // namespace velnor::testing

@@ -1,0 +1,109 @@
+#pragma once
+// A scripted Pmdirect on the virtual loop. Every send() is recorded on `wire` and handed
+// to `onSend`, which answers with deliver(). Faults: refuse or never answer the connect,
+// drop the connection once N bytes have been sent, split or delay deliveries, fail sends.
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "core/VError.h"
+#include "platform/Socket.h"
+#include "tests/support/VirtualEventLoop.h"
+
+namespace velnor::testing {
+
+class FakeSocket : public Socket {
+ public:
+  explicit FakeSocket(VirtualEventLoop& loop) : m_loop(loop) {}
+
+  // --- script ---
+  enum class ConnectMode { Accept, Refuse, Never };
+  ConnectMode connectMode = ConnectMode::Accept;
+  std::int64_t connectDelayMs = 5;
+  std::int64_t dropAfterBytes = -1;  // < 0: never drop
+  bool throwOnHost = false;          // setRemoteHost raises, as for an unusable name
+  std::function<void(std::string_view sent)> onSend;
+
+  // Arrives delayMs from now, as one data-arrival event.
+  void deliver(std::string text, std::int64_t delayMs = 0) {
+    const std::uint64_t gen = m_generation;
+    m_loop.post(
+        [this, gen, text = std::move(text)] {
+          if (gen != m_generation || m_state != Connected) return;
+          m_inbox += text;
+          ++arrivals;
+          if (onDataArrival) onDataArrival();
+        },
+        delayMs);
+  }
+  // The peer closes the connection delayMs from now.
+  void peerClose(std::int64_t delayMs = 0) {
+    const std::uint64_t gen = m_generation;
+    m_loop.post([this, gen] {
+      if (gen == m_generation && m_state == Connected) m_state = Closing;
+    }, delayMs);
+  }
+
+  // --- Socket ---
+  void close() override {
+    ++m_generation;
+    m_state = Closed;
+    m_inbox.clear();
+    ++closes;
+  }
+  void setRemoteHost(const std::string& host) override {
+    if (throwOnHost) throw VError(11001, "WNS", "Host not found");
+    remoteHost = host;
+  }
+  void setRemotePort(int port) override { remotePort = port; }
+  void connect() override {
+    ++connects;
+    m_state = Connecting;
+    const std::uint64_t gen = m_generation;
+    if (connectMode == ConnectMode::Never) return;
+    m_loop.post([this, gen] {
+      if (gen != m_generation) return;
+      m_state = connectMode == ConnectMode::Accept ? Connected : Error;
+      m_sentCount = 0;
+    }, connectDelayMs);
+  }
+  void send(std::string_view bytes) override {
+    if (m_state != Connected) throw VError(40006, "WNS", "Wrong protocol or connection state");
+    std::string_view taken = bytes;
+    if (dropAfterBytes >= 0 && m_sentCount + static_cast<std::int64_t>(bytes.size()) > dropAfterBytes) {
+      // Part of the text leaves before the peer goes away; the send itself succeeds.
+      taken = bytes.substr(0, static_cast<std::size_t>(dropAfterBytes - m_sentCount));
+      wire += taken;
+      m_sentCount = dropAfterBytes;
+      peerClose(1);
+      return;
+    }
+    wire += taken;
+    m_sentCount += static_cast<std::int64_t>(bytes.size());
+    sends.emplace_back(bytes);
+    if (onSend) onSend(bytes);
+  }
+  std::string getData() override { return std::exchange(m_inbox, std::string()); }
+  int state() const override { return m_state; }
+
+  // --- what happened ---
+  std::string wire;                 // every byte sent, all connections
+  std::vector<std::string> sends;   // each complete send() call
+  std::string remoteHost;
+  int remotePort = 0;
+  int connects = 0;
+  int closes = 0;
+  int arrivals = 0;
+
+ private:
+  VirtualEventLoop& m_loop;
+  int m_state = Closed;
+  std::string m_inbox;
+  std::uint64_t m_generation = 0;
+  std::int64_t m_sentCount = 0;
+};
+
+}  // namespace velnor::testing
