@@ -1,0 +1,316 @@
+#include <gtest/gtest.h>
+
+#include "tests/link/LinkFixture.h"
+
+namespace velnor::testing {
+namespace {
+
+const std::string kMsgA = "!ICS213!\r\nSUBJ:first\r\n!/ICS213!";
+const std::string kMsgB = "!ICS213!\r\nSUBJ:second\r\n!/ICS213!";
+
+class SessionTest : public LinkTest {
+ protected:
+  FakePmdirect pm{sock};
+};
+
+TEST_F(SessionTest, FullSessionPutsExactBytesOnTheWireAndUpdatesTheStore) {
+  outbox = {{1, 2, "  Water  "}, {2, 5, "read one"}, {3, 2, "Fuel"}};
+  pm.waiting = {kMsgA, kMsgB};
+  host.setStatus("Status", "Velnor Ready");
+  host.statusHistory.clear();
+  link().RunSession();
+
+  EXPECT_EQ(sock.wire,
+            "<!REG!>\r\n<!LOGON!>KD0ABC\r\n"
+            "!ICS213!\r\nMSGNO:1\r\n!/ICS213!\r\n"
+            "!ICS213!\r\nMSGNO:3\r\n!/ICS213!\r\n"
+            "POP\r\nPOP\r\nPOP\r\nQUIT\r\n");
+  EXPECT_EQ(outbox[0].status, 3);
+  EXPECT_EQ(outbox[1].status, 5);
+  EXPECT_EQ(outbox[2].status, 3);
+  ASSERT_EQ(host.filed.size(), 2u);
+  EXPECT_EQ(host.filed[0], kMsgA + "\r\n");
+  EXPECT_EQ(host.filed[1], kMsgB + "\r\n");
+  EXPECT_EQ(host.refreshes, 2);
+  EXPECT_EQ(log.lines, (std::vector<std::string>{"SendMessages: Sent No. 1 titled: Water",
+                                                 "SendMessages: Sent No. 3 titled: Fuel",
+                                                 "Incoming Message...", "Incoming Message..."}));
+  EXPECT_EQ(host.statusHistory,
+            (std::vector<std::string>{"Trying to Connect...", "Trying to Connect... connected!",
+                                      "Registering...", "Registering... passed", "Logging in...",
+                                      "Logging in as KD0ABC", "Log in successful",
+                                      "Sending message # 1...", "Sending message # 1... sent",
+                                      "Sending message # 3...", "Sending message # 3... sent",
+                                      "End of Message Retrieval", "Disconnecting... ",
+                                      "Velnor Ready", "Velnor Ready"}));
+  EXPECT_EQ(host.panels["NetState"], "Disconnected");
+  EXPECT_EQ(sock.state(), Socket::Closed);
+  EXPECT_FALSE(link().SessionRunning());
+  EXPECT_EQ(link().state().AwaitedPrompt, 5);
+  EXPECT_EQ(sock.remoteHost, "127.0.0.1");
+  EXPECT_EQ(sock.remotePort, 9334);
+}
+
+TEST_F(SessionTest, EmptyQueueGoesFromLogonToPopAndNomoreFilesNothing) {
+  host.setStatus("Status", "before");
+  EXPECT_TRUE(link().SeqPmdirect());
+  EXPECT_EQ(sock.wire, "<!REG!>\r\n<!LOGON!>KD0ABC\r\nPOP\r\nQUIT\r\n");
+  EXPECT_TRUE(host.filed.empty());
+  EXPECT_TRUE(host.saw("End of Message Retrieval"));
+  EXPECT_TRUE(log.lines.empty());
+}
+
+TEST_F(SessionTest, MessageAndNomoreInOneReplyIsFiledAndEndsRetrieval) {
+  pm.waiting = {kMsgA + "\r\nNOMORE>"};
+  EXPECT_TRUE(link().SeqPmdirect());
+  EXPECT_EQ(sock.wire, "<!REG!>\r\n<!LOGON!>KD0ABC\r\nPOP\r\nQUIT\r\n");
+  EXPECT_EQ(host.filed.size(), 1u);
+}
+
+TEST_F(SessionTest, PausesAreHonouredBetweenSteps) {
+  settings.Pausev = 100;
+  pm.delayMs = 0;
+  sock.connectDelayMs = 0;
+  EXPECT_TRUE(link().SeqPmdirect());
+  // connect 1, reg 2, before logon 1, logon 1 + 500 fixed, before send 1, POP 1,
+  // end of retrieval 1, quit 1: nine Pausev and the fixed 500.
+  EXPECT_EQ(loop.now(), 9 * 100 + 500);
+}
+
+TEST_F(SessionTest, SecondSessionIsTurnedAwayAndReported) {
+  host.setStatus("Status", "idle");
+  bool refusedRan = false;
+  loop.post([&] {
+    EXPECT_FALSE(link().SeqPmdirect());
+    link().RunSession();
+    refusedRan = true;
+    EXPECT_TRUE(link().SessionRunning());
+  }, 10);
+  EXPECT_TRUE(link().SeqPmdirect());
+  EXPECT_TRUE(refusedRan);
+  EXPECT_TRUE(host.saw("Pmdirect session with errors"));
+  EXPECT_EQ(log.lines, (std::vector<std::string>{"Message session to Pmdirect... failed"}));
+  EXPECT_EQ(sock.connects, 1);
+  EXPECT_EQ(sock.wire, "<!REG!>\r\n<!LOGON!>KD0ABC\r\nPOP\r\nQUIT\r\n");
+}
+
+TEST_F(SessionTest, PortOrTimeOutNotANumberShowsTheNetworkBox) {
+  for (auto bad : {std::pair<std::string, std::string>{"93x4", "3000"}, {"", "3000"},
+                   {"9334", "five"}, {"70000", "3000"}}) {
+    settings.Port = bad.first;
+    settings.TimeOut = bad.second;
+    dialogs.expectMessage("Network error.  Confirm this is a networked PC");
+    link().RunSession();
+    dialogs.verify();
+    EXPECT_EQ(dialogs.shown.back().text, "Network error.  Confirm this is a networked PC");
+    EXPECT_EQ(dialogs.shown.back().caption, "Velnor");
+    EXPECT_TRUE(host.saw("Disconnecting, error during Connect"));
+    EXPECT_EQ(log.lines, (std::vector<std::string>{"Message session to Pmdirect... failed"}));
+    EXPECT_EQ(sock.connects, 0);
+    log.lines.clear();
+  }
+}
+
+struct FaultRow {
+  const char* name;
+  std::function<void(FakeSocket&, FakePmdirect&)> arrange;
+  std::string failedStatus;
+  std::vector<std::string> logLines;
+  std::string abortStep;
+};
+
+class SessionFaults : public SessionTest, public ::testing::WithParamInterface<FaultRow> {};
+
+TEST_P(SessionFaults, EndInTheRightTextsWithinTheBound) {
+  const FaultRow& r = GetParam();
+  outbox = {{1, 2, "one"}};
+  r.arrange(sock, pm);
+  host.setStatus("Status", "kept");
+  link().RunSession();
+  EXPECT_TRUE(host.saw(r.failedStatus)) << r.name;
+  EXPECT_TRUE(host.saw("Disconnecting, error during " + r.abortStep)) << r.name;
+  std::vector<std::string> expected = r.logLines;
+  expected.push_back("Message session to Pmdirect... failed");
+  EXPECT_EQ(log.lines, expected) << r.name;
+  EXPECT_EQ(host.panels["Status"], "kept");
+  EXPECT_EQ(host.panels["NetState"], "Disconnected");
+  EXPECT_EQ(sock.state(), Socket::Closed);
+  EXPECT_EQ(sock.wire.find("QUIT"), std::string::npos) << r.name;
+  // TimeOut 3000 bounds every wait; pauses and the 2 s error hold add a little.
+  EXPECT_LT(loop.now(), 3000 + 2000 + 1000) << r.name;
+  EXPECT_FALSE(link().SessionRunning());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Link, SessionFaults,
+    ::testing::Values(
+        FaultRow{"nothing listening",
+                 [](FakeSocket& s, FakePmdirect&) { s.connectMode = FakeSocket::ConnectMode::Never; },
+                 "Trying to Connect... failed", {"Connection Failed"}, "Connect"},
+        FaultRow{"refused", [](FakeSocket& s, FakePmdirect&) { s.connectMode = FakeSocket::ConnectMode::Refuse; },
+                 "Trying to Connect... failed", {"Connection Failed"}, "Connect"},
+        FaultRow{"no LOGON>", [](FakeSocket&, FakePmdirect& p) { p.regReply = "Pmdirect\r\n"; },
+                 "Registering... failed",
+                 {"WinSend: No reply within 3000 ms", "Registration request failed"},
+                 "Registration Request"},
+        FaultRow{"lower-case logon>", [](FakeSocket&, FakePmdirect& p) { p.regReply = "logon>\r\n"; },
+                 "Registering... failed",
+                 {"WinSend: No reply within 3000 ms", "Registration request failed"},
+                 "Registration Request"},
+        FaultRow{"no OK> after logon", [](FakeSocket&, FakePmdirect& p) { p.logonReply = "DENIED\r\n"; },
+                 "Log in failed", {"WinSend: No reply within 3000 ms", "Logon as KD0ABC failed"},
+                 "Logging on"},
+        FaultRow{"closed after logon line",
+                 [](FakeSocket& s, FakePmdirect& p) {
+                   p.logonReply = "";
+                   s.dropAfterBytes = std::string("<!REG!>\r\n<!LOGON!>KD").size();
+                 },
+                 "Log in failed", {"WinSend: Lost Telnet connection", "Logon as KD0ABC failed"},
+                 "Logging on"},
+        FaultRow{"no OK> for the message", [](FakeSocket&, FakePmdirect& p) { p.msgReply = "hmm\r\n"; },
+                 "SendMessages: Lost connection",
+                 {"WinSend: No reply within 3000 ms", "SendMessages: Lost connection"},
+                 "Sending messages"},
+        FaultRow{"silent after POP",
+                 [](FakeSocket& s, FakePmdirect& p) {
+                   s.onSend = [&p](std::string_view sent) {
+                     if (sent != "POP\r\n") p.answer(std::string(sent));
+                   };
+                 },
+                 "Sending message # 1... sent",
+                 {"SendMessages: Sent No. 1 titled: one", "WinSend: No reply within 3000 ms",
+                  "RetrieveMessages: Lost connection"},
+                 "Retrieving messages"}),
+    [](const ::testing::TestParamInfo<FaultRow>& info) {
+      std::string n;
+      for (char c : std::string(info.param.name))
+        if (std::isalnum(static_cast<unsigned char>(c))) n += c;
+      return n;
+    });
+
+TEST_F(SessionTest, DropWhileSendingTheSecondMessageKeepsItQueued) {
+  outbox = {{1, 2, "one"}, {2, 2, "two"}};
+  const std::string first = "<!REG!>\r\n<!LOGON!>KD0ABC\r\n!ICS213!\r\nMSGNO:1\r\n!/ICS213!\r\n";
+  sock.dropAfterBytes = static_cast<std::int64_t>(first.size()) + 5;
+  EXPECT_FALSE(link().SeqPmdirect());
+  EXPECT_EQ(outbox[0].status, 3);
+  EXPECT_EQ(outbox[1].status, 2);
+  EXPECT_EQ(log.lines, (std::vector<std::string>{"SendMessages: Sent No. 1 titled: one",
+                                                 "WinSend: Lost Telnet connection",
+                                                 "SendMessages: Lost connection"}));
+  EXPECT_EQ(host.panels["Status"], "Disconnecting, error during Sending messages");
+}
+
+TEST_F(SessionTest, PromptsSplitAcrossArrivalsStillWork) {
+  sock.onSend = [&](std::string_view sent) {
+    std::string reply = sent == "<!REG!>\r\n"  ? "LOGON>"
+                        : sent == "POP\r\n"    ? "NOMORE>"
+                        : sent == "QUIT\r\n"   ? "QUITING>"
+                                               : "OK>";
+    const std::size_t cut = reply.size() - 1;
+    sock.deliver(reply.substr(0, cut), 2);
+    sock.deliver(reply.substr(cut) + "\r\n", 7);
+  };
+  outbox = {{4, 2, "x"}};
+  EXPECT_TRUE(link().SeqPmdirect());
+  EXPECT_EQ(outbox[0].status, 3);
+}
+
+TEST_F(SessionTest, EncoderFailureFailsTheStepAndKeepsTheMessageQueued) {
+  struct ThrowingHost : FakeHost {
+    std::string EncodeMsg(std::int32_t) override {
+      throw VError(kErrFileNotFound, "PmMsg:Load", "File not found");
+    }
+  } throwing;
+  outbox = {{1, 2, "one"}};
+  PmLink l(loop, sock, settings, throwing, log, dialogs,
+           [this] { return std::make_unique<MemoryOutbox>(outbox); });
+  EXPECT_FALSE(l.SeqPmdirect());
+  EXPECT_EQ(outbox[0].status, 2);
+  EXPECT_EQ(throwing.panels["Status"], "Disconnecting, error during Sending messages");
+  EXPECT_EQ(log.lines, (std::vector<std::string>{"SendMessages: File not found"}));
+}
+
+// --- schedule ---
+
+TEST_F(SessionTest, ScheduleRunsSRTimeSecondsAfterStartAndAfterEachStart) {
+  settings.SRTime = 60;
+  auto clock = loop.createTimer();
+  clock->setInterval(1000);
+  clock->onTick = [&] { link().ClockTick(); };
+  clock->setEnabled(true);
+  loop.advance(300);  // the clock runs out of step with the schedule
+  std::vector<std::int64_t> starts;
+  const std::int64_t began = loop.now();
+  sock.onSend = [&](std::string_view sent) {
+    if (sent == "<!REG!>\r\n") starts.push_back(loop.now());
+    pm.answer(std::string(sent));
+  };
+  link().StartSRTimer();
+  EXPECT_EQ(link().SRTimeStarted(), 60);
+  EXPECT_EQ(link().SRCounter(), 0);
+  loop.runUntil([&] { return starts.size() >= 3; });
+  // "<!REG!>" leaves 1 Pausev + connect after the start; allow for both.
+  const std::int64_t lead = settings.Pausev * 2 + 10;
+  EXPECT_GE(starts[0] - began, 60000);
+  EXPECT_LE(starts[0] - began, 61000 + lead);
+  for (std::size_t i = 1; i < starts.size(); ++i) {
+    EXPECT_GE(starts[i] - starts[i - 1], 59000) << i;
+    EXPECT_LE(starts[i] - starts[i - 1], 61000) << i;
+  }
+  EXPECT_EQ(log.lines, std::vector<std::string>{});
+}
+
+TEST_F(SessionTest, ClockCounterSaturatesInsteadOfWrapping) {
+  for (int i = 0; i < 40000; ++i) link().ClockTick();
+  EXPECT_EQ(link().SRCounter(), 32767);
+}
+
+// --- link test ---
+
+TEST_F(SessionTest, LinkTestSendsPiecesOf75WithoutLineEnds) {
+  sock.onSend = nullptr;
+  std::string text;
+  for (int i = 0; i < 160; ++i) text += static_cast<char>('a' + i % 26);
+  std::vector<std::int64_t> at;
+  sock.onSend = [&](std::string_view) { at.push_back(loop.now()); };
+  EXPECT_TRUE(link().PmdirectTest(text));
+  ASSERT_EQ(sock.sends.size(), 3u);
+  EXPECT_EQ(sock.sends[0], text.substr(0, 75));
+  EXPECT_EQ(sock.sends[1], text.substr(75, 75));
+  EXPECT_EQ(sock.sends[2], text.substr(150));
+  EXPECT_EQ(at[1] - at[0], 10);
+  EXPECT_EQ(at[2] - at[1], 10);
+  EXPECT_EQ(host.statusHistory,
+            (std::vector<std::string>{"Passing Test message...", "Passing message... sent"}));
+  EXPECT_EQ(link().state().TestStep, 806);
+  EXPECT_EQ(sock.state(), Socket::Closed);
+}
+
+TEST_F(SessionTest, LinkTestWithNothingListeningFailsAfterTimeOut) {
+  sock.connectMode = FakeSocket::ConnectMode::Never;
+  EXPECT_FALSE(link().PmdirectTest("<test>This is the ICS-213 test startup msg</test>"));
+  EXPECT_EQ(loop.now(), 3000);
+  EXPECT_EQ(host.panels["Status"], "Passing message... failed");
+  EXPECT_EQ(link().state().TestStep, 806);
+}
+
+TEST_F(SessionTest, LinkTestWithBadNumbersFailsAtOnceWithoutABox) {
+  settings.TimeOut = "3s";
+  EXPECT_FALSE(link().PmdirectTest("x"));
+  settings.TimeOut = "3000";
+  settings.Port = "port";
+  EXPECT_FALSE(link().PmdirectTest("x"));
+  EXPECT_EQ(loop.now(), 0);
+  EXPECT_TRUE(dialogs.shown.empty());
+  EXPECT_EQ(sock.connects, 0);
+}
+
+TEST_F(SessionTest, LinkTestIgnoresARunningSession) {
+  link().setSessionRunning(true);
+  EXPECT_TRUE(link().PmdirectTest("abc"));
+  EXPECT_EQ(sock.wire, "abc");
+}
+
+}  // namespace
+}  // namespace velnor::testing
