@@ -1,1 +1,70 @@
-int main() { return 0; }
+// pmdirect-sim: a Pmdirect-compatible message server for exercises and tests.
+#include <fcntl.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <memory>
+#include <string>
+
+#include "SimOptions.h"
+#include "SimServer.h"
+#include "Spool.h"
+#include "core/VError.h"
+
+namespace {
+
+int g_stopPipe[2] = {-1, -1};
+
+void onSignal(int) {
+  const char b = 1;
+  [[maybe_unused]] const ssize_t n = ::write(g_stopPipe[1], &b, 1);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  using namespace velnor::sim;
+  SimOptions opts;
+  std::string error;
+  switch (ParseOptions(argc, argv, opts, error)) {
+    case ParseResult::Help:
+      std::fputs(UsageText(), stdout);
+      return 0;
+    case ParseResult::Error:
+      std::fprintf(stderr, "pmdirect-sim: %s\n%s", error.c_str(), UsageText());
+      return 1;
+    case ParseResult::Run:
+      break;
+  }
+  if (::pipe2(g_stopPipe, O_CLOEXEC | O_NONBLOCK) != 0) {
+    std::perror("pmdirect-sim: pipe");
+    return 1;
+  }
+  struct sigaction sa {};
+  sa.sa_handler = onSignal;
+  sigemptyset(&sa.sa_mask);
+  sigaction(SIGINT, &sa, nullptr);
+  sigaction(SIGTERM, &sa, nullptr);
+  signal(SIGPIPE, SIG_IGN);
+
+  SimServer server(opts);
+  if (!server.listen(error)) {
+    std::fprintf(stderr, "pmdirect-sim: %s\n", error.c_str());
+    return 1;
+  }
+  // Without --spool the folder is named after the port actually bound.
+  const std::string spoolDir = opts.spool.empty() ? DefaultSpoolDir(server.port()) : opts.spool;
+  std::unique_ptr<Spool> spool;
+  try {
+    spool = std::make_unique<Spool>(spoolDir);
+  } catch (const velnor::VError& e) {
+    std::fprintf(stderr, "pmdirect-sim: spool %s: %s\n", spoolDir.c_str(), e.description().c_str());
+    return 1;
+  }
+  std::printf("pmdirect-sim listening on %s:%d\n", server.address().c_str(), server.port());
+  std::fflush(stdout);
+  std::fprintf(stderr, "pmdirect-sim: spool %s\n", spoolDir.c_str());
+  server.run(*spool, g_stopPipe[0]);
+  return 0;
+}

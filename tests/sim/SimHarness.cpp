@@ -1,0 +1,209 @@
+#include "SimHarness.h"
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <stdexcept>
+
+#include "core/AtomicFile.h"
+
+namespace velnor::testing {
+namespace {
+
+constexpr int kWaitMs = 5000;
+
+std::string simPath() {
+  const char* p = std::getenv("VELNOR_SIM");
+  if (!p || !*p) throw std::runtime_error("VELNOR_SIM is not set");
+  return p;
+}
+
+pid_t spawn(const std::vector<std::string>& args, int outFd, int errFd) {
+  std::vector<char*> argv;
+  std::string path = simPath();
+  argv.push_back(path.data());
+  std::vector<std::string> copy = args;
+  for (auto& a : copy) argv.push_back(a.data());
+  argv.push_back(nullptr);
+  const pid_t pid = ::fork();
+  if (pid == 0) {
+    if (outFd >= 0) ::dup2(outFd, 1);
+    if (errFd >= 0) ::dup2(errFd, 2);
+    ::execv(argv[0], argv.data());
+    ::_exit(127);
+  }
+  if (pid < 0) throw std::runtime_error("fork failed");
+  return pid;
+}
+
+// Waits for the child to end, at most about kWaitMs; -1 when it did not.
+int reap(pid_t pid) {
+  for (int i = 0; i < kWaitMs / 10; ++i) {
+    int status = 0;
+    if (::waitpid(pid, &status, WNOHANG) == pid) return status;
+    ::usleep(10000);
+  }
+  ::kill(pid, SIGKILL);
+  ::waitpid(pid, nullptr, 0);
+  return -1;
+}
+
+// Reads from fd until EOF or until stop(text) is true, each wait bounded.
+template <class Stop>
+std::string readPipe(int fd, Stop stop) {
+  std::string text;
+  char buf[4096];
+  while (!stop(text)) {
+    pollfd p{fd, POLLIN, 0};
+    if (::poll(&p, 1, kWaitMs) <= 0) break;
+    const ssize_t n = ::read(fd, buf, sizeof buf);
+    if (n <= 0) break;
+    text.append(buf, static_cast<std::size_t>(n));
+  }
+  return text;
+}
+
+}  // namespace
+
+SimProcess::SimProcess(const std::string& spool, const std::string& transcript, std::vector<std::string> extra) {
+  std::vector<std::string> args = {"--port", "0", "--spool", spool, "--transcript", transcript};
+  args.insert(args.end(), extra.begin(), extra.end());
+  int out[2];
+  if (::pipe2(out, O_CLOEXEC) != 0) throw std::runtime_error("pipe failed");
+  m_pid = spawn(args, out[1], -1);
+  ::close(out[1]);
+  m_line = readPipe(out[0], [](const std::string& t) { return t.find('\n') != std::string::npos; });
+  ::close(out[0]);
+  const std::string prefix = "pmdirect-sim listening on 127.0.0.1:";
+  if (m_line.compare(0, prefix.size(), prefix) != 0) {
+    stop();
+    throw std::runtime_error("simulator did not start: " + m_line);
+  }
+  m_port = std::atoi(m_line.c_str() + prefix.size());
+}
+
+SimProcess::~SimProcess() { stop(); }
+
+int SimProcess::stop() {
+  if (m_pid <= 0) return -1;
+  ::kill(m_pid, SIGTERM);
+  const int status = reap(m_pid);
+  m_pid = -1;
+  return status;
+}
+
+int RunSimToEnd(const std::vector<std::string>& args, std::string& errText) {
+  int err[2];
+  if (::pipe2(err, O_CLOEXEC) != 0) throw std::runtime_error("pipe failed");
+  const int devnull = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
+  const pid_t pid = spawn(args, devnull, err[1]);
+  ::close(devnull);
+  ::close(err[1]);
+  errText = readPipe(err[0], [](const std::string&) { return false; });
+  ::close(err[0]);
+  const int status = reap(pid);
+  return status >= 0 && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+SimClient::SimClient(int port) {
+  m_fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_in sa{};
+  sa.sin_family = AF_INET;
+  sa.sin_port = htons(static_cast<std::uint16_t>(port));
+  sa.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  if (m_fd < 0 || ::connect(m_fd, reinterpret_cast<sockaddr*>(&sa), sizeof sa) != 0)
+    throw std::runtime_error("cannot connect to the simulator");
+}
+
+SimClient::~SimClient() { close(); }
+
+void SimClient::close() {
+  if (m_fd >= 0) ::close(m_fd);
+  m_fd = -1;
+}
+
+void SimClient::send(const std::string& bytes) {
+  std::size_t done = 0;
+  while (done < bytes.size()) {
+    const ssize_t n = ::send(m_fd, bytes.data() + done, bytes.size() - done, MSG_NOSIGNAL);
+    if (n <= 0) return;  // the peer may have dropped us on purpose; reads tell
+    done += static_cast<std::size_t>(n);
+  }
+}
+
+std::string SimClient::readSome() {
+  pollfd p{m_fd, POLLIN, 0};
+  if (::poll(&p, 1, kWaitMs) <= 0) return {};
+  char buf[65536];
+  const ssize_t n = ::recv(m_fd, buf, sizeof buf, 0);
+  return n > 0 ? std::string(buf, static_cast<std::size_t>(n)) : std::string();
+}
+
+std::string SimClient::read(std::size_t n) {
+  std::string got;
+  while (got.size() < n) {
+    pollfd p{m_fd, POLLIN, 0};
+    if (::poll(&p, 1, kWaitMs) <= 0) break;
+    char buf[65536];
+    const ssize_t r = ::recv(m_fd, buf, std::min(sizeof buf, n - got.size()), 0);
+    if (r <= 0) break;
+    got.append(buf, static_cast<std::size_t>(r));
+  }
+  return got;
+}
+
+std::string SimClient::ask(const std::string& line, const std::string& expected) {
+  send(line + "\r\n");
+  return read(expected.size());
+}
+
+bool SimClient::waitClosed() {
+  char buf[65536];
+  for (;;) {
+    pollfd p{m_fd, POLLIN, 0};
+    if (::poll(&p, 1, kWaitMs) <= 0) return false;
+    const ssize_t r = ::recv(m_fd, buf, sizeof buf, 0);
+    if (r <= 0) return true;
+  }
+}
+
+std::vector<TranscriptRecord> ReadTranscript(const std::string& path) {
+  const std::string all = ReadWholeFile(path, "test");
+  std::vector<TranscriptRecord> out;
+  std::size_t pos = 0;
+  while (pos < all.size()) {
+    const std::size_t eol = all.find('\n', pos);
+    if (eol == std::string::npos) break;
+    const std::string head = all.substr(pos, eol - pos);
+    pos = eol + 1;
+    if (head.size() > 4 && (head.compare(0, 4, "<<< ") == 0 || head.compare(0, 4, ">>> ") == 0)) {
+      int conn = 0;
+      std::size_t len = 0;
+      if (std::sscanf(head.c_str() + 4, "%d %zu", &conn, &len) != 2 || pos + len > all.size()) break;
+      out.push_back({head[0], conn, all.substr(pos, len)});
+      pos += len + 1;
+    }
+  }
+  return out;
+}
+
+std::string TaggedText(const std::string& sender, const std::string& dest, const std::string& body, bool keepLocal) {
+  return std::string(keepLocal ? "!ICS213!!KEEPLOCAL!" : "!ICS213!") +
+         "\r\n---------\r\nICDNAME: Ridge Fire\r\nTO: Logistics\r\nPOSITION: Chief\r\n---------\r\n"
+         "FROM: Ops\r\nPOSITION: Lead\r\n----------\r\nSUBJECT: Water\r\nDATE: 3/4/2024 10:00:00\r\n"
+         "---------\r\nMESSAGE: " +
+         body +
+         "\r\n---------\r\nSIGNATURE: J\r\nPOSITION: Lead\r\n---------\r\nROUTE: " + sender + ":7:" + dest +
+         ":0\r\n!/ICS213!\r\n";
+}
+
+}  // namespace velnor::testing

@@ -1,0 +1,112 @@
+#include "SimOptions.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <string_view>
+
+namespace velnor::sim {
+namespace {
+
+bool parseNumber(const char* text, long lo, long hi, long& out) {
+  if (!text || !*text) return false;
+  char* end = nullptr;
+  errno = 0;
+  const long v = std::strtol(text, &end, 10);
+  if (errno != 0 || *end != '\0' || v < lo || v > hi) return false;
+  out = v;
+  return true;
+}
+
+}  // namespace
+
+const char* UsageText() {
+  return "usage: pmdirect-sim [--bind ADDR] [--port N] [--spool DIR] [--transcript FILE]\n"
+         "                    [--no-prompt PROMPT] [--drop-after N] [--split-prompts]\n"
+         "                    [--drip MS] [--lower-case] [--help]\n"
+         "\n"
+         "A message server for Velnor exercises: stations log on, hand over ICS 213\n"
+         "messages and collect the ones routed to them.\n"
+         "\n"
+         "  --bind ADDR        address to listen on (default 127.0.0.1)\n"
+         "  --port N           port (default 9334; 0 picks a free one)\n"
+         "  --spool DIR        where queued messages are kept (default $TMPDIR/pmdirect-sim-<port>)\n"
+         "  --transcript FILE  append every byte received and sent to FILE\n"
+         "  --no-prompt P      never send prompt P (LOGON>, OK>, NOMORE> or QUITING>); repeatable\n"
+         "  --drop-after N     close a connection when its message number N+1 arrives\n"
+         "  --split-prompts    send each prompt in two writes about 50 ms apart\n"
+         "  --drip MS          send every reply one byte per MS milliseconds\n"
+         "  --lower-case       send prompts in lower case\n";
+}
+
+std::string DefaultSpoolDir(int port) {
+  const char* tmp = std::getenv("TMPDIR");
+  std::string base = (tmp && *tmp) ? tmp : "/tmp";
+  return base + "/pmdirect-sim-" + std::to_string(port);
+}
+
+ParseResult ParseOptions(int argc, char** argv, SimOptions& opts, std::string& error) {
+  for (int i = 1; i < argc; ++i) {
+    const std::string_view arg = argv[i];
+    const char* value = i + 1 < argc ? argv[i + 1] : nullptr;
+    auto needValue = [&]() {
+      if (!value) {
+        error = std::string(arg) + " needs a value";
+        return false;
+      }
+      ++i;
+      return true;
+    };
+    long n = 0;
+    if (arg == "--help" || arg == "-h") {
+      return ParseResult::Help;
+    } else if (arg == "--split-prompts") {
+      opts.splitPrompts = true;
+    } else if (arg == "--lower-case") {
+      opts.lowerCase = true;
+    } else if (arg == "--bind") {
+      if (!needValue()) return ParseResult::Error;
+      opts.bind = value;
+    } else if (arg == "--port") {
+      if (!needValue()) return ParseResult::Error;
+      if (!parseNumber(value, 0, 65535, n)) {
+        error = std::string("bad port: ") + value;
+        return ParseResult::Error;
+      }
+      opts.port = static_cast<int>(n);
+    } else if (arg == "--spool") {
+      if (!needValue()) return ParseResult::Error;
+      opts.spool = value;
+    } else if (arg == "--transcript") {
+      if (!needValue()) return ParseResult::Error;
+      opts.transcript = value;
+    } else if (arg == "--no-prompt") {
+      if (!needValue()) return ParseResult::Error;
+      const std::string_view p = value;
+      if (p != "LOGON>" && p != "OK>" && p != "NOMORE>" && p != "QUITING>") {
+        error = std::string("--no-prompt takes LOGON>, OK>, NOMORE> or QUITING>, not ") + value;
+        return ParseResult::Error;
+      }
+      opts.noPrompt.insert(std::string(p));
+    } else if (arg == "--drop-after") {
+      if (!needValue()) return ParseResult::Error;
+      if (!parseNumber(value, 0, 1000000000, n)) {
+        error = std::string("bad --drop-after count: ") + value;
+        return ParseResult::Error;
+      }
+      opts.dropAfter = n;
+    } else if (arg == "--drip") {
+      if (!needValue()) return ParseResult::Error;
+      if (!parseNumber(value, 1, 60000, n)) {
+        error = std::string("bad --drip milliseconds: ") + value;
+        return ParseResult::Error;
+      }
+      opts.dripMs = static_cast<int>(n);
+    } else {
+      error = "unknown option " + std::string(arg);
+      return ParseResult::Error;
+    }
+  }
+  return ParseResult::Run;
+}
+
+}  // namespace velnor::sim

@@ -1,0 +1,30 @@
+#pragma once
+// Command line of the station simulator.
+#include <set>
+#include <string>
+
+namespace velnor::sim {
+
+struct SimOptions {
+  std::string bind = "127.0.0.1";
+  int port = 9334;
+  std::string spool;       // empty: DefaultSpoolDir(port)
+  std::string transcript;  // empty: none
+  std::set<std::string> noPrompt;  // prompts never sent
+  long dropAfter = -1;             // -1: never
+  bool splitPrompts = false;
+  int dripMs = 0;  // 0: replies in one write
+  bool lowerCase = false;
+};
+
+enum class ParseResult { Run, Help, Error };
+
+// Fills opts; on Error, error holds a one-line reason.
+ParseResult ParseOptions(int argc, char** argv, SimOptions& opts, std::string& error);
+
+const char* UsageText();
+
+// "<temp dir>/pmdirect-sim-<port>" where the temp dir is $TMPDIR or /tmp.
+std::string DefaultSpoolDir(int port);
+
+}  // namespace velnor::sim

@@ -1,0 +1,69 @@
+#pragma once
+// Waiting messages, kept on disk so that a restart loses nothing.
+//
+// Layout of the spool directory:
+//   stations               every identifier that has ever logged on, one per line
+//   queue/<HEX>/<SEQ>.msg  one waiting message; HEX spells the station's identifier in
+//                          hexadecimal (identifiers are untrusted, file names are not),
+//                          SEQ is a 16-digit counter that keeps arrival order
+// A message file is deleted only once it has been handed out completely.
+#include <cstdint>
+#include <map>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace velnor::sim {
+
+// Upper-case ASCII, the form in which identifiers are compared.
+std::string StationKey(std::string_view identifier);
+
+// The destination of a tagged text: the third part of its last "ROUTE: " line, trimmed
+// and upper-cased; empty when there is none.
+std::string RouteDestination(std::string_view text);
+
+// "!ICS213!!KEEPLOCAL!" as first line.
+bool IsKeepLocal(std::string_view text);
+
+class Spool {
+ public:
+  struct Entry {
+    std::uint64_t seq;
+    std::string path;
+    int holder = 0;  // connection that is being handed this message; 0: none
+  };
+
+  // Creates the directory if needed and loads what is waiting. Throws VError.
+  explicit Spool(std::string dir);
+
+  const std::string& dir() const { return m_dir; }
+
+  // Remembers a station that logged on (persisted). Throws VError.
+  void addStation(const std::string& key);
+  const std::set<std::string>& stations() const { return m_stations; }
+
+  // Queues text for each recipient. Throws VError; nothing is queued for a recipient
+  // whose file could not be written.
+  void enqueue(const std::vector<std::string>& recipients, std::string_view text);
+
+  // The oldest message for key that nobody is being handed, marked as held by conn; nullptr
+  // when none.
+  const Entry* take(const std::string& key, int conn);
+  // The message has gone out in full: forget it.
+  void delivered(const std::string& key, std::uint64_t seq);
+  // A connection ended: what it held waits again.
+  void release(int conn);
+
+  std::size_t waiting(const std::string& key) const;
+
+ private:
+  std::string queueDir(const std::string& key) const;
+
+  std::string m_dir;
+  std::uint64_t m_nextSeq = 1;
+  std::set<std::string> m_stations;
+  std::map<std::string, std::vector<Entry>> m_queues;  // in seq order
+};
+
+}  // namespace velnor::sim
