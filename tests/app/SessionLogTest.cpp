@@ -1,0 +1,144 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "app/SessionLog.h"
+#include "app/Settings.h"
+#include "core/AtomicFile.h"
+#include "core/Clock.h"
+#include "core/DateTime.h"
+#include "tests/support/ScriptedDialogs.h"
+#include "tests/support/TempDir.h"
+
+namespace velnor {
+namespace {
+
+using testing::ScriptedDialogs;
+using testing::TempDir;
+namespace fs = std::filesystem;
+
+const std::string kRule(51, '-');
+
+double At(int y, int mo, int d, int h, int mi, int s) { return ToOleDate(DateParts{y, mo, d, h, mi, s}); }
+
+std::string Read(const std::string& path) { return ReadWholeFile(path, "test"); }
+
+TEST(SessionLogFile, NameFromDirectoryAndStartDate) {
+  EXPECT_EQ(SessionLog::LogFileName("/d/logs", At(2026, 11, 19, 23, 59, 59)), "/d/logs/Ics213-261119.log");
+  EXPECT_EQ(SessionLog::LogFileName("/d/logs", At(2027, 1, 2, 0, 0, 0)), "/d/logs/Ics213-270102.log");
+}
+
+TEST(SessionLogFile, LogDirectoryFallsBackToDataPath) {
+  TempDir tmp;
+  EXPECT_EQ(SessionLog::ChooseLogDirectory(tmp.file("logs"), tmp.path()), tmp.file("logs"));
+  EXPECT_TRUE(fs::is_directory(tmp.file("logs")));
+  EXPECT_EQ(SessionLog::ChooseLogDirectory(tmp.file("x/logs"), tmp.path()), tmp.path());
+}
+
+TEST(SessionLogFile, TwoStartupsOnOneDayShareOneFile) {
+  TempDir tmp;
+  ScriptedDialogs dialogs;
+  FixedClock clock(At(2026, 11, 19, 14, 5, 1));
+  std::string path;
+  {
+    SessionLog log(clock, dialogs);
+    log.SetLogDirectory(tmp.path());
+    path = log.logFile();
+    log.SetupLog();
+    EXPECT_TRUE(log.loggingOn());
+    clock.value = At(2026, 11, 19, 14, 5, 9);
+    log.WriteLog("Link Test to Pmdirect... passed");
+  }
+  clock.value = At(2026, 11, 19, 20, 0, 0);
+  {
+    SessionLog log(clock, dialogs);
+    log.SetLogDirectory(tmp.path());
+    EXPECT_EQ(log.logFile(), path);
+    log.SetupLog();
+    clock.value = At(2026, 11, 20, 0, 0, 30);  // past midnight: same file
+    log.WriteLog("Incoming Message...");
+  }
+  EXPECT_EQ(path, tmp.file("Ics213-261119.log"));
+  const std::string v = ProgramVersion();
+  EXPECT_EQ(Read(path), kRule + "\r\n19-Nov-26 14:05:01: velnor v" + v + "\r\n" + kRule + "\r\n" +
+                            "19-Nov 14:05:09: Link Test to Pmdirect... passed\r\n" +
+                            kRule + "\r\n19-Nov-26 20:00:00: velnor v" + v + "\r\n" + kRule + "\r\n" +
+                            "20-Nov 00:00:30: Incoming Message...\r\n");
+  EXPECT_TRUE(dialogs.shown.empty());
+}
+
+struct LineCase {
+  const char* name;
+  std::string text;
+  std::string line;
+  friend void PrintTo(const LineCase& c, std::ostream* os) { *os << c.name; }
+};
+
+class SessionLogLine : public ::testing::TestWithParam<LineCase> {};
+
+TEST_P(SessionLogLine, Written) {
+  TempDir tmp;
+  ScriptedDialogs dialogs;
+  FixedClock clock(At(2026, 3, 5, 7, 8, 9));
+  SessionLog log(clock, dialogs);
+  log.SetLogFile(tmp.file("t.log"));
+  log.SetLoggingOn(true);
+  log.WriteLog(GetParam().text);
+  EXPECT_EQ(Read(tmp.file("t.log")), GetParam().line + "\r\n");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, SessionLogLine,
+    ::testing::Values(LineCase{"Plain", "Connection Failed", "05-Mar 07:08:09: Connection Failed"},
+                      LineCase{"Empty", "", "05-Mar 07:08:09:"},
+                      LineCase{"OnlyBlanks", "   ", "05-Mar 07:08:09:"},
+                      LineCase{"Trimmed", "  a b  ", "05-Mar 07:08:09: a b"},
+                      LineCase{"CrLfPairsRemoved", "one\r\ntwo\r\n", "05-Mar 07:08:09: onetwo"},
+                      LineCase{"LoneCrAndLfStay", "a\rb\nc\n\r", "05-Mar 07:08:09: a\rb\nc\n\r"},
+                      LineCase{"PairRemovalExposesBlank", "x \r\n", "05-Mar 07:08:09: x"}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST(SessionLogFailure, WriteFailureShownOnceThenSilence) {
+  TempDir tmp;
+  ScriptedDialogs dialogs;
+  dialogs.expectMessage("; Could not write to the session log file; disabled session logging");
+  FixedClock clock(At(2026, 11, 19, 14, 5, 1));
+  SessionLog log(clock, dialogs);
+  log.SetLogDirectory(tmp.path());
+  log.SetupLog();
+  // The log's name now belongs to a directory: every append fails.
+  fs::remove(log.logFile());
+  fs::create_directory(log.logFile());
+  log.WriteLog("first");
+  EXPECT_FALSE(log.loggingOn());
+  log.WriteLog("second");
+  log.WriteLog("third");
+  ASSERT_EQ(dialogs.shown.size(), 1u);
+  EXPECT_EQ(dialogs.shown[0].caption, "Velnor");
+  EXPECT_EQ(dialogs.shown[0].buttons, MsgButtons::Ok);
+  EXPECT_EQ(dialogs.shown[0].text.rfind("SetupLog Error ", 0), 0u);
+  // Once the file is writable again nothing comes back to life.
+  fs::remove(log.logFile());
+  log.WriteLog("fourth");
+  EXPECT_FALSE(fs::exists(log.logFile()));
+}
+
+TEST(SessionLogFailure, SetupFailureLeavesLoggingOff) {
+  TempDir tmp;
+  ScriptedDialogs dialogs;
+  dialogs.expectMessage("Could not start Session logging");
+  FixedClock clock(At(2026, 11, 19, 14, 5, 1));
+  SessionLog log(clock, dialogs);
+  log.SetLogDirectory(tmp.file("missing"));
+  log.SetLoggingOn(true);  // start-up sets it before the banner
+  log.SetupLog();
+  EXPECT_FALSE(log.loggingOn());
+  ASSERT_EQ(dialogs.shown.size(), 1u);
+  // Number and description, then the message with nothing between them.
+  EXPECT_EQ(dialogs.shown[0].text, "SetupLog Error 53, No such file or directoryCould not start Session logging");
+  log.WriteLog("ignored");
+  EXPECT_EQ(dialogs.shown.size(), 1u);
+}
+
+}  // namespace
+}  // namespace velnor
