@@ -145,7 +145,9 @@ void SimServer::run(Spool& spool, int stopFd) {
     for (std::size_t i = 0; i < polled.size(); ++i) {
       Conn& c = *polled[i];
       const short re = fds[i + 2].revents;
-      if (!c.dead && (re & (POLLIN | POLLHUP | POLLERR))) readFrom(c);
+      if (!c.dead && (re & POLLIN)) readFrom(c);
+      // Both directions gone: nothing we still owe can arrive, and polling on would spin.
+      if (!c.dead && (re & (POLLHUP | POLLERR))) closeConn(c);
       if (!c.dead && !c.out.empty() && c.headDue <= Clock::now()) writeTo(c);
     }
     for (auto it = m_conns.begin(); it != m_conns.end();) {

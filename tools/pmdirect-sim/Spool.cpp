@@ -1,6 +1,8 @@
 #include "Spool.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdio>
 #include <filesystem>
 
 #include "core/AtomicFile.h"
@@ -17,7 +19,8 @@ std::string toHex(std::string_view s) {
   static const char digits[] = "0123456789ABCDEF";
   std::string out;
   out.reserve(s.size() * 2);
-  for (unsigned char c : s) {
+  for (char ch : s) {
+    const auto c = static_cast<unsigned char>(ch);
     out.push_back(digits[c >> 4]);
     out.push_back(digits[c & 15]);
   }
@@ -44,6 +47,26 @@ std::string_view trimmed(std::string_view s) {
   while (!s.empty() && (s.front() == ' ' || s.front() == '\t')) s.remove_prefix(1);
   while (!s.empty() && (s.back() == ' ' || s.back() == '\t')) s.remove_suffix(1);
   return s;
+}
+
+// Write beside, then rename: a simulator killed at any instant leaves the whole file or
+// none. No fsync: an exercise must survive a restart of this process, and syncing every
+// message would make a thousand-message run take many seconds.
+void writeFile(const std::string& path, std::string_view bytes) {
+  const std::string tmp = path + ".new";
+  std::FILE* f = std::fopen(tmp.c_str(), "wb");
+  if (!f) throw ErrnoError(errno, kSource);
+  const bool ok = std::fwrite(bytes.data(), 1, bytes.size(), f) == bytes.size();
+  const int err = errno;
+  if (std::fclose(f) != 0 || !ok) {
+    std::remove(tmp.c_str());
+    throw ErrnoError(ok ? errno : err, kSource);
+  }
+  if (std::rename(tmp.c_str(), path.c_str()) != 0) {
+    const int renameErr = errno;
+    std::remove(tmp.c_str());
+    throw ErrnoError(renameErr, kSource);
+  }
 }
 
 void makeDirs(const std::string& dir) {
@@ -130,7 +153,7 @@ void Spool::addStation(const std::string& key) {
   std::string all;
   for (const auto& s : m_stations) all += toHex(s) + "\n";
   all += toHex(key) + "\n";
-  WriteFileAtomically(m_dir + "/stations", all, kSource);
+  writeFile(m_dir + "/stations", all);
   m_stations.insert(key);
 }
 
@@ -141,7 +164,7 @@ void Spool::enqueue(const std::vector<std::string>& recipients, std::string_view
     char name[32];
     std::snprintf(name, sizeof name, "%016llu.msg", static_cast<unsigned long long>(m_nextSeq));
     const std::string path = dir + "/" + name;
-    WriteFileAtomically(path, text, kSource);
+    writeFile(path, text);
     m_queues[key].push_back({m_nextSeq, path, 0});
     ++m_nextSeq;
   }
