@@ -21,10 +21,11 @@ namespace {
 
 constexpr int kWaitMs = 5000;
 
+// The environment names the simulator under test; the build's own copy stands in when
+// the test runs without it.
 std::string simPath() {
   const char* p = std::getenv("VELNOR_SIM");
-  if (!p || !*p) throw std::runtime_error("VELNOR_SIM is not set");
-  return p;
+  return p && *p ? p : VELNOR_SIM_BUILT;
 }
 
 pid_t spawn(const std::vector<std::string>& args, int outFd, int errFd) {
