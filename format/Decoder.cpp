@@ -20,37 +20,39 @@ bool Contains(std::string_view s, std::string_view what) {
   return s.find(what) != std::string_view::npos;
 }
 
-std::string_view TrimRightSpaces(std::string_view s) {
-  while (!s.empty() && s.back() == ' ') s.remove_suffix(1);
-  return s;
-}
+// The record reads zero bytes at either end of a field as padding, like blanks.
+bool IsPad(char c) { return c == ' ' || c == '\0'; }
 
 // A body as its record field would hold it after each line had been assigned to it in
-// turn (trimmed, cut to the width, read back trimmed). The value never starts with a
-// blank and an appended piece never ends with one, so only the cut can leave blanks at
-// the end; once the width is reached nothing more can change it.
+// turn (blanks trimmed, cut to the width, padding trimmed on reading back). The value
+// never starts with padding and an appended piece never ends with a blank, so only the
+// appended piece can lose anything, at its end; once the width is reached nothing more
+// can change the value.
 class BodyText {
  public:
   void assign(std::string_view trimmed) {
-    m_text.clear();
-    add(trimmed);
+    m_text.assign(trimmed.substr(0, kBodyWidth));
+    std::size_t lead = 0;
+    while (lead < m_text.size() && IsPad(m_text[lead])) ++lead;
+    m_text.erase(0, lead);
+    dropTrailingPad();
   }
   void append(std::string_view trimmed) {
     if (m_text.size() >= kBodyWidth) return;
     add("\r\n");
     add(trimmed);
+    dropTrailingPad();
   }
   const std::string& text() const { return m_text; }
 
  private:
   void add(std::string_view piece) {
-    const std::size_t room = kBodyWidth - m_text.size();
-    if (piece.size() <= room) {
-      m_text.append(piece);
-      return;
-    }
-    m_text.append(piece.substr(0, room));
-    m_text.resize(TrimRightSpaces(m_text).size());
+    m_text.append(piece.substr(0, kBodyWidth - m_text.size()));
+  }
+  void dropTrailingPad() {
+    std::size_t n = m_text.size();
+    while (n > 0 && IsPad(m_text[n - 1])) --n;
+    m_text.resize(n);
   }
 
   std::string m_text;
@@ -60,6 +62,9 @@ double ReadDate(std::string_view value, const char* key, std::string_view dateFo
                 std::string_view timeFormat, ParsedIncoming& out) {
   if (value.empty()) return 0;
   if (value.size() <= kMaxDateText) {
+    // Our own stations write the standard date text; read that first, so an operator's
+    // day-first format cannot turn a midnight "11/12/2026" into 11 December.
+    if (auto d = ParseDateText(value)) return *d;
     if (auto d = ParseDateText(value, dateFormat, timeFormat)) return *d;
   }
   if (out.badDates.size() < kMaxBadDates) {

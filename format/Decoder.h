@@ -16,6 +16,8 @@
 // every step), but are built in a local buffer, so any input is read in linear time.
 //
 // Outcomes the tagged text itself leaves open:
+//  - DATE and RDATE are read as the standard date text the encoder writes (or ISO 8601),
+//    failing that in the operator's DateFormat and TimeFormat;
 //  - a DATE or RDATE that cannot be read leaves that date 0 and the session log names
 //    the message number and the value (an empty value is simply no date);
 //  - ROUTE "id:number[:...]" gives Route "id:number"; a ROUTE without ":" keeps its text

@@ -1,0 +1,318 @@
+// Reading received texts: the line rules, their order, and the filing outcomes.
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "FormatTestSupport.h"
+#include "core/DateTime.h"
+#include "core/StringLib.h"
+#include "format/Decoder.h"
+#include "format/Notice.h"
+#include "store/IcsMsg.h"
+
+namespace velnor {
+namespace {
+
+MsgRecord Parse(std::string_view text) {
+  return ParseIncoming(text, 2, "mm/dd/yyyy", "hh:mm").record;
+}
+
+// A minimal tagged text around the given inner lines (CR LF added to each).
+std::string Tagged(std::initializer_list<std::string_view> lines, bool close = true) {
+  std::string t = "!ICS213!\r\n";
+  for (auto l : lines) {
+    t.append(l);
+    t += "\r\n";
+  }
+  if (close) t += "!/ICS213!\r\n";
+  return t;
+}
+
+TEST(ParseIncoming, BodyLines) {
+  const struct {
+    std::string text;
+    std::string msg;
+  } rows[] = {
+      {Tagged({"MESSAGE: a", "Note: x", "b"}), "a\r\nNote: x\r\nb"},
+      {Tagged({"MESSAGE: a", "   Note :  x  "}), "a\r\nNote :  x"},
+      {Tagged({"MESSAGE: a", "---------", "-- b", "c"}), "a\r\nc"},
+      {Tagged({"MESSAGE: a", "   indented", "b   "}), "a\r\nindented\r\nb"},
+      {Tagged({"MESSAGE: one", "", "three"}), "one\r\n\r\nthree"},
+      {Tagged({"MESSAGE:", "", "x"}), "\r\n\r\nx"},
+      {Tagged({"MESSAGE: a", "b", "", "   "}), "a\r\nb\r\n\r\n"},
+      {Tagged({"MESSAGE: a", "MESSAGE: b", "c"}), "b\r\nc"},
+      {Tagged({"MESSAGE: a", "REPLY: r", "b"}), "a"},
+      {Tagged({"body before any block", "Note: also dropped", "MESSAGE: a"}), "a"},
+      {"MESSAGE: a\r\nuntagged\r\nNote: kept\r\n!/ICS213!\r\n", "a\r\nNote: kept"},
+      {Tagged({"MESSAGE: a", "b"}) + "after the end\r\n", "a\r\nb"},
+      {"!ICS213!\rMESSAGE: a\rb\r!/ICS213!", "a\r\nb"},
+      {"!ICS213!\nMESSAGE: a\nb\n!/ICS213!", ""},  // LF alone ends no line: all one tag line
+  };
+  for (const auto& row : rows) EXPECT_EQ(Parse(row.text).Msg(), row.msg) << row.text;
+}
+
+TEST(ParseIncoming, KeyedLinesAnywhere) {
+  const MsgRecord r = Parse(
+      "TO: early\r\n"
+      "no colon before the tag\r\n"
+      "!ICS213!\r\n"
+      "MESSAGE: body\r\n"
+      "DATE: 11/19/2026 2:05:09 PM\r\n"
+      "SUBJECT : Spaced key : value with colon \r\n"
+      "subject: lower case is not a key\r\n"
+      "!/ICS213!\r\n");
+  EXPECT_EQ(r.To(), "early");
+  EXPECT_EQ(r.Subj(), "Spaced key : value with colon");
+  EXPECT_EQ(r.Msg(), "body\r\nsubject: lower case is not a key");
+  EXPECT_EQ(r.MsgDate(), ToOleDate({2026, 11, 19, 14, 5, 9}));
+}
+
+TEST(ParseIncoming, PositionsAndSignaturesByCount) {
+  const MsgRecord r = Parse(Tagged({"POSITION: p1", "SIGNATURE: s1", "POSITION: p2",
+                                    "POSITION: p3", "SIGNATURE: s2", "POSITION: p4",
+                                    "POSITION: p5", "SIGNATURE: s3", "REPLY: r"}));
+  EXPECT_EQ(r.ToPos(), "p1");
+  EXPECT_EQ(r.FrPos(), "p2");
+  EXPECT_EQ(r.SignPos(), "p3");
+  EXPECT_EQ(r.RepPos(), "p4");
+  EXPECT_EQ(r.Sign(), "s1");
+  EXPECT_EQ(r.RepSign(), "s2");
+}
+
+TEST(ParseIncoming, KindFromReplyText) {
+  EXPECT_EQ(Parse(Tagged({"REPLY:      "})).Kind(), 1);
+  EXPECT_EQ(Parse(Tagged({"REPLY:", "   "})).Kind(), 2);  // a line break is text
+  EXPECT_EQ(Parse(Tagged({"REPLY: ok"})).Kind(), 2);
+  EXPECT_EQ(Parse(Tagged({"MESSAGE: m"})).Kind(), 1);
+  const MsgRecord r = Parse(Tagged({"MESSAGE: m"}));
+  EXPECT_EQ(r.Origin(), 2);
+  EXPECT_EQ(r.Status(), 4);
+  EXPECT_EQ(r.MsgNo(), 0);
+}
+
+TEST(ParseIncoming, KeepLocalFollowsTheLastTag) {
+  EXPECT_EQ(Parse("!ICS213!!KEEPLOCAL!\r\n!/ICS213!\r\n").KeepLocal(), 1);
+  EXPECT_EQ(Parse("!ICS213!!KEEPLOCAL!\r\nx !ICS213! y\r\n!/ICS213!\r\n").KeepLocal(), 0);
+  EXPECT_EQ(Parse("!ICS213!\r\n!KEEPLOCAL!!ICS213!\r\n!/ICS213!\r\n").KeepLocal(), 1);
+  // A tag line is a tag even with a colon in it.
+  EXPECT_EQ(Parse("TO: !ICS213!!KEEPLOCAL!\r\n!/ICS213!\r\n").To(), "");
+}
+
+TEST(ParseIncoming, Route) {
+  const struct {
+    const char* line;
+    const char* route;
+  } rows[] = {
+      {"ROUTE: KX1ABC:17:EOC1:0", "KX1ABC:17"},
+      {"ROUTE: KX1ABC:17", "KX1ABC:17"},
+      {"ROUTE: a:b:c:d:e:f", "a:b"},
+      {"ROUTE: NOCOLONBUTVERYLONGTEXT", "NOCOLONBUTVERYLO"},
+      {"ROUTE: ", ""},
+      {"ROUTE: :5:x", ":5"},
+      {"SUBJECT: no route line", ""},
+  };
+  for (const auto& row : rows) EXPECT_EQ(Parse(Tagged({row.line})).Route(), row.route) << row.line;
+}
+
+TEST(ParseIncoming, DatesReadOrRejected) {
+  auto parsed = ParseIncoming(Tagged({"DATE: 11/19/2026", "RDATE: 12:00:00 AM"}), 2,
+                              "dd/mm/yyyy", "hh:mm");
+  // Day-first operators still read the standard text our stations write.
+  EXPECT_EQ(parsed.record.MsgDate(), ToOleDate({2026, 11, 19, 0, 0, 0}));
+  EXPECT_EQ(parsed.record.RepDate(), 0);
+  EXPECT_TRUE(parsed.badDates.empty());
+
+  parsed = ParseIncoming(Tagged({"DATE: 25/12/2026 08:30"}), 2, "dd/mm/yyyy", "hh:mm");
+  EXPECT_EQ(parsed.record.MsgDate(), ToOleDate({2026, 12, 25, 8, 30, 0}));
+
+  parsed = ParseIncoming(Tagged({"DATE: next tuesday", "RDATE: 13/45/2026", "DATE:"}), 2,
+                         "mm/dd/yyyy", "hh:mm");
+  EXPECT_EQ(parsed.record.MsgDate(), 0);
+  EXPECT_EQ(parsed.record.RepDate(), 0);
+  ASSERT_EQ(parsed.badDates.size(), 2u);
+  EXPECT_EQ(parsed.badDates[0].key, "DATE");
+  EXPECT_EQ(parsed.badDates[0].value, "next tuesday");
+  EXPECT_EQ(parsed.badDates[1].key, "RDATE");
+
+  std::string many = "!ICS213!\r\n";
+  for (int i = 0; i < 1000; ++i) many += "DATE: " + std::string(300, 'x') + "\r\n";
+  parsed = ParseIncoming(many, 2, "", "");
+  EXPECT_LE(parsed.badDates.size(), 10u);
+  for (const auto& b : parsed.badDates) EXPECT_LE(b.value.size(), 100u);
+}
+
+TEST(ParseIncoming, CompleteOnlyWithClosingTag) {
+  EXPECT_TRUE(ParseIncoming(Tagged({"MESSAGE: a"}), 2, "", "").complete);
+  EXPECT_FALSE(ParseIncoming(Tagged({"MESSAGE: a"}, false), 2, "", "").complete);
+  EXPECT_FALSE(ParseIncoming("", 2, "", "").complete);
+  // With a colon the closing tag is just an unknown key.
+  EXPECT_FALSE(ParseIncoming(Tagged({"!/ICS213!: x"}, false), 2, "", "").complete);
+}
+
+// The body as the plain rule builds it: the field assigned line by line through the
+// record's own setter. Slow, but an independent account of trimming and the cut.
+std::string StepByStepBody(std::string_view text) {
+  MsgRecord rec;
+  int block = 0;
+  bool inTag = false;
+  while (!text.empty()) {
+    const std::string line = GetLine(text);
+    if (line.find("!ICS213!") != std::string::npos) {
+      inTag = true;
+      continue;
+    }
+    if (line.rfind("--", 0) == 0) continue;
+    const auto colon = line.find(':');
+    if (colon == std::string::npos && line.find("!/ICS213!") != std::string::npos) break;
+    if (colon == std::string::npos && !inTag) continue;
+    if (colon != std::string::npos && Trim(line.substr(0, colon)) == "MESSAGE") {
+      rec.setMsg(Trim(line.substr(colon + 1)));
+      block = 1;
+    } else if (block == 1) {
+      rec.setMsg(rec.Msg() + "\r\n" + Trim(line));
+    }
+  }
+  return rec.Msg();
+}
+
+TEST(ParseIncoming, BodyMatchesLineByLineAssignmentAtTheCut) {
+  std::mt19937 rng(4242);
+  // Zero bytes read back as padding, like blanks: they must fall away the same way.
+  const std::string alphabet("ab c  d\0", 8);
+  for (int round = 0; round < 400; ++round) {
+    std::string text = "!ICS213!\r\nMESSAGE: ";
+    std::size_t total = 3700 + rng() % 250;  // so the cut falls in the later lines
+    text.append(std::string(rng() % 2 ? 0 : 3, rng() % 2 ? ' ' : '\0'));
+    while (total > 0) {
+      const std::size_t len = std::min<std::size_t>(total, rng() % 90);
+      std::string line(len, 'x');
+      for (auto& c : line) c = alphabet[rng() % alphabet.size()];
+      if (rng() % 7 == 0) line = "Note: " + line;
+      text += line + "\r\n";
+      total -= len;
+      if (rng() % 13 == 0) text += "\r\n";
+      if (total < 40) total = rng() % 2 ? 0 : 300;
+    }
+    text += "!/ICS213!\r\n";
+    const std::string got = Parse(text).Msg();
+    ASSERT_EQ(got, StepByStepBody(text)) << "round " << round;
+    EXPECT_LE(got.size(), 4000u);
+  }
+}
+
+TEST(ParseIncoming, HostileInputStaysBounded) {
+  std::string text = "!ICS213!\r\nMESSAGE: ";
+  text += std::string(20000, 'y');
+  text += "\r\n";
+  for (int i = 0; i < 5000; ++i) text += "POSITION: p\r\nSIGNATURE: s\r\nmore\r\n";
+  text.push_back('\0');
+  text += "\xff\xfe\r\r\n\n:\r";
+  const auto parsed = ParseIncoming(text, 2, "", "");
+  EXPECT_EQ(parsed.record.Msg().size(), 4000u);
+  EXPECT_FALSE(parsed.complete);
+}
+
+TEST(NoticeText, MessageNamesSenderReplyNamesAddressee) {
+  MsgRecord r;
+  r.setFr("Jo Marsh");
+  r.setTo("Planning Chief");
+  r.setSubj("Water tender");
+  r.setMsgDate(ToOleDate({2026, 11, 19, 14, 5, 9}));
+  r.setKind(1);
+  EXPECT_EQ(NoticeText(r),
+            "New incoming MESSAGE... \r\n"
+            "FROM:       Jo Marsh\r\n"
+            "SUBJECT: Water tender\r\n"
+            "DATE:       11/19/2026 2:05:09 PM\r\n"
+            "\r\n"
+            "Press Open to view the message or Close to skip.");
+  for (short kind : {0, 2}) {
+    r.setKind(kind);
+    EXPECT_EQ(NoticeText(r).rfind("New incoming REPLY... \r\nFROM:       Planning Chief\r\nS", 0),
+              0u);
+  }
+}
+
+// Filing through the store.
+class StoreMsgTest : public ::testing::Test {
+ protected:
+  testing::TempDir dir;
+  RecordingEventLog events;
+  testing::RecordingSessionLog session;
+  testing::RecordingNotices notices;
+  std::string dateFormat = "mm/dd/yyyy";
+  std::string timeFormat = "hh:mm";
+  StoreMsgContext ctx{dir.path(), events, session, notices, dateFormat, timeFormat};
+
+  std::vector<MsgRecord> All() {
+    IcsMsg store(dir.path(), events);
+    std::vector<MsgRecord> out;
+    store.ResetList();
+    while (store.GetList()) out.push_back(store.rec());
+    return out;
+  }
+};
+
+TEST_F(StoreMsgTest, FilesUnderNewNumbersAndAnnouncesEach) {
+  const std::int32_t a = StoreMsg(Tagged({"FROM: A", "SUBJECT: first"}), 2, ctx);
+  const std::int32_t b = StoreMsg(Tagged({"TO: B", "SUBJECT: second", "REPLY: yes"}), 2, ctx);
+  EXPECT_EQ(b, a + 1);
+  ASSERT_EQ(notices.calls.size(), 2u);
+  EXPECT_EQ(notices.calls[0].number, a);
+  EXPECT_EQ(notices.calls[0].text.rfind("New incoming MESSAGE... \r\nFROM:       A\r\n", 0), 0u);
+  EXPECT_EQ(notices.calls[1].number, b);
+  EXPECT_EQ(notices.calls[1].text.rfind("New incoming REPLY... \r\nFROM:       B\r\n", 0), 0u);
+  EXPECT_EQ(session.lines, (std::vector<std::string>{
+                               "StoreMsg...: Loading message titled: first",
+                               "StoreMsg...: Loading message titled: second"}));
+  const auto all = All();
+  ASSERT_EQ(all.size(), 2u);
+  EXPECT_EQ(all[0].MsgNo(), a);
+  EXPECT_EQ(all[0].Status(), 4);
+  EXPECT_EQ(all[0].Origin(), 2);
+  EXPECT_EQ(all[1].Kind(), 2);
+  EXPECT_EQ(all[1].Reply(), "yes");
+  EXPECT_TRUE(events.entries.empty());
+}
+
+TEST_F(StoreMsgTest, UnreadableDateIsLoggedWithNumberAndValue) {
+  const std::int32_t n = StoreMsg(Tagged({"SUBJECT: s", "DATE: 31/31/31 25:61"}), 2, ctx);
+  ASSERT_EQ(session.lines.size(), 2u);
+  EXPECT_NE(session.lines[0].find("Message " + std::to_string(n)), std::string::npos);
+  EXPECT_NE(session.lines[0].find("DATE"), std::string::npos);
+  EXPECT_NE(session.lines[0].find("31/31/31 25:61"), std::string::npos);
+  EXPECT_EQ(session.lines[1], "StoreMsg...: Loading message titled: s");
+  const auto all = All();
+  ASSERT_EQ(all.size(), 1u);
+  EXPECT_EQ(all[0].MsgDate(), 0);
+  EXPECT_EQ(all[0].Status(), 4);
+}
+
+TEST_F(StoreMsgTest, IncompleteTextIsFiledNotLeftBlank) {
+  const std::int32_t n =
+      StoreMsg(Tagged({"SUBJECT: cut off", "MESSAGE: half", "REPLY: r"}, false), 2, ctx);
+  ASSERT_EQ(session.lines.size(), 2u);
+  EXPECT_NE(session.lines[0].find("Message " + std::to_string(n) + " arrived incomplete"),
+            std::string::npos);
+  const auto all = All();
+  ASSERT_EQ(all.size(), 1u);
+  EXPECT_EQ(all[0].MsgNo(), n);
+  EXPECT_EQ(all[0].Subj(), "cut off");
+  EXPECT_EQ(all[0].Msg(), "half");
+  EXPECT_EQ(all[0].Status(), 4);
+  EXPECT_EQ(all[0].Origin(), 2);
+  EXPECT_EQ(all[0].Kind(), 2);
+  ASSERT_EQ(notices.calls.size(), 1u);
+  EXPECT_EQ(notices.calls[0].number, n);
+}
+
+TEST_F(StoreMsgTest, RouteWithoutColonStillFiled) {
+  StoreMsg(Tagged({"SUBJECT: s", "ROUTE: JUSTANIDENTIFIER-LONG"}), 2, ctx);
+  const auto all = All();
+  ASSERT_EQ(all.size(), 1u);
+  EXPECT_EQ(all[0].Route(), "JUSTANIDENTIFIER");
+  EXPECT_EQ(session.lines.size(), 1u);
+}
+
+}  // namespace
+}  // namespace velnor

@@ -1,0 +1,147 @@
+// Exact bytes of the tagged text: this is what other stations and Pmdirect read.
+#include <gtest/gtest.h>
+
+#include "core/DateTime.h"
+#include "format/Encoder.h"
+#include "store/MsgRecord.h"
+
+namespace velnor {
+namespace {
+
+MsgRecord SampleMessage() {
+  MsgRecord r;
+  r.setMsgNo(17);
+  r.setStatus(2);
+  r.setOrigin(1);
+  r.setKind(1);
+  r.setIcdName("Ridge Fire");
+  r.setTo("Planning Chief");
+  r.setToPos("PSC");
+  r.setFr("Jo Marsh");
+  r.setFrPos("COML");
+  r.setSubj("Water tender");
+  r.setMsgDate(ToOleDate({2026, 11, 19, 14, 5, 9}));
+  r.setMsg("Need one tender\r\n\r\nat Div A");
+  r.setSign("J. Marsh");
+  r.setSignPos("COML");
+  r.setRoute("EOC1:0");
+  return r;
+}
+
+TEST(EncodeRecord, MessageIsNineteenLinesExactly) {
+  const std::string expected =
+      "!ICS213!\r\n"
+      "---------\r\n"
+      "ICDNAME: Ridge Fire\r\n"
+      "TO: Planning Chief\r\n"
+      "POSITION: PSC\r\n"
+      "---------\r\n"
+      "FROM: Jo Marsh\r\n"
+      "POSITION: COML\r\n"
+      "----------\r\n"
+      "SUBJECT: Water tender\r\n"
+      "DATE: 11/19/2026 2:05:09 PM\r\n"
+      "---------\r\n"
+      "MESSAGE: Need one tender\r\n"
+      "\r\n"
+      "at Div A\r\n"
+      "---------\r\n"
+      "SIGNATURE: J. Marsh\r\n"
+      "POSITION: COML\r\n"
+      "---------\r\n"
+      "ROUTE: KX1ABC:17:EOC1:0\r\n"
+      "!/ICS213!\r\n";
+  EXPECT_EQ(EncodeRecord(SampleMessage(), "KX1ABC"), expected);
+}
+
+TEST(EncodeRecord, ReplyAddsSevenLinesBeforeRoute) {
+  MsgRecord r = SampleMessage();
+  r.setMsg("One line");
+  r.setKind(2);
+  r.setReply("Sent T-12\r\nETA 30 min");
+  r.setRepSign("A. Ruiz");
+  r.setRepPos("PSC");
+  r.setRepDate(ToOleDate({2026, 11, 20, 0, 0, 0}));
+  const std::string expected =
+      "!ICS213!\r\n"
+      "---------\r\n"
+      "ICDNAME: Ridge Fire\r\n"
+      "TO: Planning Chief\r\n"
+      "POSITION: PSC\r\n"
+      "---------\r\n"
+      "FROM: Jo Marsh\r\n"
+      "POSITION: COML\r\n"
+      "----------\r\n"
+      "SUBJECT: Water tender\r\n"
+      "DATE: 11/19/2026 2:05:09 PM\r\n"
+      "---------\r\n"
+      "MESSAGE: One line\r\n"
+      "---------\r\n"
+      "SIGNATURE: J. Marsh\r\n"
+      "POSITION: COML\r\n"
+      "---------\r\n"
+      "REPLY: Sent T-12\r\n"
+      "ETA 30 min\r\n"
+      "---------\r\n"
+      "SIGNATURE: A. Ruiz\r\n"
+      "POSITION: PSC\r\n"
+      "---------\r\n"
+      "RDATE: 11/20/2026\r\n"
+      "---------\r\n"
+      "ROUTE: KX1ABC:17:EOC1:0\r\n"
+      "!/ICS213!\r\n";
+  EXPECT_EQ(EncodeRecord(r, "KX1ABC"), expected);
+}
+
+std::size_t CountLines(const std::string& s) {
+  std::size_t n = 0;
+  for (std::size_t i = 0; i + 1 < s.size(); ++i) n += (s[i] == '\r' && s[i + 1] == '\n');
+  return n;
+}
+
+TEST(EncodeRecord, EmptyRecordKeepsKeysWithTheirBlank) {
+  MsgRecord r;  // all zero: kind 0 is not a reply, date 0 is midnight
+  const std::string text = EncodeRecord(r, "");
+  EXPECT_EQ(CountLines(text), 19u);
+  for (const char* line : {"\r\nICDNAME: \r\n", "\r\nTO: \r\n", "\r\nSUBJECT: \r\n",
+                           "\r\nMESSAGE: \r\n", "\r\nDATE: 12:00:00 AM\r\n",
+                           "\r\nROUTE: :0:\r\n"}) {
+    EXPECT_NE(text.find(line), std::string::npos) << line;
+  }
+}
+
+TEST(EncodeRecord, OnlyKindTwoCarriesTheReplyBlock) {
+  MsgRecord r = SampleMessage();
+  r.setMsg("x");
+  r.setReply("ignored unless reply");
+  for (short kind : {0, 1, 3}) {
+    r.setKind(kind);
+    const std::string text = EncodeRecord(r, "K");
+    EXPECT_EQ(CountLines(text), 19u) << kind;
+    EXPECT_EQ(text.find("REPLY"), std::string::npos) << kind;
+  }
+  r.setKind(2);
+  EXPECT_EQ(CountLines(EncodeRecord(r, "K")), 26u);
+}
+
+TEST(EncodeRecord, KeepLocalTagOnlyForExactlyOne) {
+  MsgRecord r = SampleMessage();
+  const std::pair<short, const char*> cases[] = {
+      {0, "!ICS213!\r\n---"}, {1, "!ICS213!!KEEPLOCAL!\r\n---"},
+      {2, "!ICS213!\r\n---"}, {-1, "!ICS213!\r\n---"}};
+  for (const auto& [keep, head] : cases) {
+    r.setKeepLocal(keep);
+    EXPECT_EQ(EncodeRecord(r, "K").rfind(head, 0), 0u) << keep;
+  }
+}
+
+TEST(EncodeRecord, NothingInABodyIsEscaped) {
+  MsgRecord r = SampleMessage();
+  r.setMsg("DATE: soon\r\n-- not a rule\r\n!/ICS213!");
+  const std::string text = EncodeRecord(r, "K");
+  EXPECT_NE(text.find("MESSAGE: DATE: soon\r\n-- not a rule\r\n!/ICS213!\r\n---------\r\n"),
+            std::string::npos);
+}
+
+}  // namespace
+}  // namespace velnor
