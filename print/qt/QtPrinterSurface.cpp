@@ -3,7 +3,8 @@
 #include <QFontMetricsF>
 #include <QPrinter>
 #include <QRectF>
-#include <QTextOption>
+#include <QStringList>
+#include <cmath>
 
 #include "core/Cp1252.h"
 #include "core/VError.h"
@@ -78,14 +79,20 @@ void QtPrinterSurface::printText(const std::string& text) {
   m_painter.setPen(QPen(Qt::black));
   const QFontMetricsF metrics(m_font, &m_printer);
   const QString qtext = QString::fromStdString(Cp1252ToUtf8(text));
-  if (!qtext.isEmpty()) {
-    QTextOption option(Qt::AlignLeft | Qt::AlignTop);
-    option.setWrapMode(QTextOption::NoWrap);
-    option.setTabStopDistance(dev(kTabStopMm));
-    // Text is never clipped to a box: an over-long word runs on to the right.
-    const QRectF area(dev(m_x), dev(m_y), metrics.horizontalAdvance(qtext) * 2 + dev(kTabStopMm) * 8,
-                      metrics.height() * 2);
-    m_painter.drawText(area, qtext, option);
+  // Tabs jump to the next stop counted from where the text began; nothing is clipped, so
+  // an over-long word runs on to the right.
+  const double start = dev(m_x);
+  const double tab = dev(kTabStopMm);
+  double x = start;
+  const QStringList pieces = qtext.split(QLatin1Char('\t'));
+  for (qsizetype i = 0; i < pieces.size(); ++i) {
+    if (i > 0) x = start + (std::floor((x - start) / tab) + 1) * tab;
+    const QString& piece = pieces[i];
+    if (piece.isEmpty()) continue;
+    const double width = metrics.horizontalAdvance(piece);
+    m_painter.drawText(QRectF(x, dev(m_y), width * 2 + tab, metrics.height() * 2),
+                       Qt::AlignLeft | Qt::AlignTop | Qt::TextDontClip, piece);
+    x += width;
   }
   m_x = 0;
   m_y += metrics.height() / m_dotsPerMm;

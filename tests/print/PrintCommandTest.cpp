@@ -1,0 +1,150 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "print/IcsPrint.h"
+#include "print/PrintCommand.h"
+#include "tests/print/RecordingSurface.h"
+
+namespace velnor {
+namespace {
+
+using test::FakePrinters;
+
+class PrintCommand : public ::testing::Test {
+ protected:
+  PrintCommand() {
+    printers.installed = {{"Office Laser"}, {"Radio Room"}, {"office laser"}};
+    printers.current = 0;
+    printers.installed[0].orientation = kOrientationLandscape;
+    printers.installed[0].copies = 2;
+    fields = {"Logistics", "LSC", "Net Control", "Radio", "Water", "03/14/2024 10:00",
+              "Need 200 gallons.", "J. Rivera", "Shelter Manager", "River Flood", "", "", "", ""};
+  }
+
+  void Print(std::int32_t msgNo) {
+    PrintMessage(msgNo, {form, printers, [this](const std::string& s) { statuses.push_back(s); },
+                         [this] {
+                           ++fieldReads;
+                           return fields;
+                         }});
+  }
+
+  bool Printed(const std::string& text) const {
+    return std::find(printers.ops.begin(), printers.ops.end(), "text " + text) != printers.ops.end();
+  }
+
+  FakePrinters printers;
+  IcsPrint form{printers, "1.0.0"};
+  FormTexts fields;
+  std::vector<std::string> statuses;
+  int fieldReads = 0;
+};
+
+TEST_F(PrintCommand, NoMessageLoadedShowsNoDialog) {
+  Print(0);
+  EXPECT_TRUE(printers.dialogFlags.empty());
+  EXPECT_EQ(printers.surfacesOpened, 0);
+  EXPECT_TRUE(statuses.empty());
+}
+
+TEST_F(PrintCommand, NoPrinterEndsSilentlyBeforeAnyDialog) {
+  printers.current = -1;
+  Print(7);
+  EXPECT_TRUE(printers.dialogFlags.empty());
+  EXPECT_EQ(printers.surfacesOpened, 0);
+  EXPECT_TRUE(statuses.empty());
+}
+
+TEST_F(PrintCommand, CancelChangesNothing) {
+  printers.dialog = [](FakePrinters&) { return false; };
+  Print(7);
+  EXPECT_EQ(printers.dialogFlags, std::vector<std::uint32_t>{kPrintDialogFlags});
+  EXPECT_EQ(printers.surfacesOpened, 0);
+  EXPECT_TRUE(statuses.empty());
+  EXPECT_EQ(fieldReads, 0);
+  EXPECT_EQ(printers.CurrentDeviceName(), "Office Laser");
+  EXPECT_EQ(printers.Orientation(), kOrientationLandscape);
+  EXPECT_EQ(printers.Copies(), 2);
+}
+
+TEST_F(PrintCommand, PrintsOnChosenPrinterThenRestoresThePreviousOne) {
+  printers.dialog = [](FakePrinters& p) {
+    p.MakeCurrent(1);
+    p.SetCopies(3);
+    return true;
+  };
+  Print(7);
+  EXPECT_EQ(statuses, std::vector<std::string>{"Printing message to Radio Room"});
+  EXPECT_EQ(printers.surfacesOpened, 1);
+  EXPECT_EQ(printers.ops.back(), "end");
+  EXPECT_TRUE(Printed("Logistics"));
+  EXPECT_TRUE(Printed("Need 200 gallons."));
+  EXPECT_TRUE(Printed("River Flood"));
+
+  // The exact name wins over the one differing only in case; settings come back too.
+  EXPECT_EQ(printers.current, 0);
+  EXPECT_EQ(printers.Orientation(), kOrientationLandscape);
+  EXPECT_EQ(printers.Copies(), 2);
+  EXPECT_EQ(printers.installed[1].copies, 3);
+}
+
+TEST_F(PrintCommand, TextsAreReadAfterTheDialogSoEditsShowAsTyped) {
+  printers.dialog = [this](FakePrinters&) {
+    fields[0] = "Edited, not saved";
+    return true;
+  };
+  Print(7);
+  EXPECT_EQ(fieldReads, 1);
+  EXPECT_TRUE(Printed("Edited, not saved"));
+}
+
+TEST_F(PrintCommand, FailureWhilePrintingSkipsTheRestore) {
+  printers.dialog = [](FakePrinters& p) {
+    p.MakeCurrent(1);
+    return true;
+  };
+  printers.failEnd = true;
+  Print(7);
+  EXPECT_EQ(statuses, std::vector<std::string>{"Printing message to Radio Room"});
+  EXPECT_EQ(printers.CurrentDeviceName(), "Radio Room");
+}
+
+TEST_F(PrintCommand, SetupUsesSetupFlagsAndItsChoiceIsRestoredAfterPrint) {
+  printers.dialog = [](FakePrinters& p) {
+    p.MakeCurrent(1);
+    p.SetOrientation(kOrientationLandscape);
+    return true;
+  };
+  PrintSetup(printers);
+  EXPECT_EQ(printers.dialogFlags, std::vector<std::uint32_t>{kPrintSetupFlags});
+  EXPECT_EQ(printers.surfacesOpened, 0);
+
+  printers.dialog = [](FakePrinters& p) {
+    EXPECT_EQ(p.CurrentDeviceName(), "Radio Room");
+    p.MakeCurrent(0);
+    return true;
+  };
+  Print(7);
+  EXPECT_EQ(statuses, std::vector<std::string>{"Printing message to Office Laser"});
+  EXPECT_EQ(printers.CurrentDeviceName(), "Radio Room");
+  EXPECT_EQ(printers.Orientation(), kOrientationLandscape);
+}
+
+TEST(SetPrinterByName, ExactNameOnly) {
+  FakePrinters p;
+  p.installed = {{"Alpha"}, {"Beta"}, {"Beta"}};
+  p.current = 0;
+  EXPECT_FALSE(p.SetPrinterByName("beta"));
+  EXPECT_FALSE(p.SetPrinterByName("Beta "));
+  EXPECT_FALSE(p.SetPrinterByName(""));
+  EXPECT_EQ(p.current, 0);
+  EXPECT_TRUE(p.SetPrinterByName("Beta"));
+  EXPECT_EQ(p.current, 1);  // the first of equal names
+
+  FakePrinters none;
+  EXPECT_FALSE(none.SetPrinterByName("Alpha"));
+}
+
+}  // namespace
+}  // namespace velnor
