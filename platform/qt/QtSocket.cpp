@@ -40,6 +40,8 @@ void QtSocket::connect() {
   m_failed = false;
   m_peerClosed = false;
   m_socket.connectToHost(QString::fromStdString(m_host), static_cast<quint16>(m_port));
+  // One short line, then a wait for the prompt: never hold a line back for coalescing.
+  m_socket.setSocketOption(QAbstractSocket::LowDelayOption, 1);
 }
 
 void QtSocket::send(std::string_view bytes) {
