@@ -200,6 +200,35 @@ TEST(ParseIncoming, BodyMatchesLineByLineAssignmentAtTheCut) {
   }
 }
 
+TEST(ParseIncoming, BodyCutBoundaries) {
+  const std::string x3999(3999, 'x');
+  const struct {
+    std::string text;
+    std::string msg;
+  } rows[] = {
+      {Tagged({"MESSAGE: " + std::string(3998, 'x'), "abc"}), std::string(3998, 'x') + "\r\n"},
+      {Tagged({"MESSAGE: " + std::string(3997, 'x'), "abc"}), std::string(3997, 'x') + "\r\na"},
+      {Tagged({"MESSAGE: " + x3999, "abc", "def"}), x3999 + "\r"},
+      {Tagged({"MESSAGE: " + x3999 + "x", "abc"}), x3999 + "x"},
+      // The cut leaves a blank at the end, which is dropped, so the next line finds room.
+      {Tagged({"MESSAGE: " + x3999 + " yy", "abc"}), x3999 + "\r"},
+      {Tagged({"MESSAGE: " + std::string(3996, 'x'), "a b", "c"}),
+       std::string(3996, 'x') + "\r\na\r"},
+      // Zero bytes count for the cut, then read back as padding.
+      {Tagged({"MESSAGE: " + std::string(10, '\0') + x3999 + "x", "abc"}),
+       std::string(3990, 'x') + "\r\nabc"},
+  };
+  int i = 0;
+  for (const auto& row : rows) {
+    const std::string got = Parse(row.text).Msg();
+    // Compared as flags: a failure printing 4000 x's says nothing.
+    EXPECT_TRUE(got == row.msg) << "row " << i << ": " << got.size() << " bytes, ends \""
+                                << got.substr(got.size() - 6) << '"';
+    EXPECT_TRUE(got == StepByStepBody(row.text)) << "row " << i;
+    ++i;
+  }
+}
+
 TEST(ParseIncoming, HostileInputStaysBounded) {
   std::string text = "!ICS213!\r\nMESSAGE: ";
   text += std::string(20000, 'y');
