@@ -50,9 +50,17 @@ function(velnor_test name)
   add_executable(${name} ${A_SOURCES})
   target_link_libraries(${name} PRIVATE ${A_LIBS} GTest::gtest GTest::gtest_main GTest::gmock)
   target_compile_options(${name} PRIVATE ${VELNOR_WARNINGS})
-  gtest_discover_tests(${name}
-    PROPERTIES ENVIRONMENT "QT_QPA_PLATFORM=offscreen;VELNOR_SIM=$<TARGET_FILE:pmdirect-sim>;VELNOR_BIN=$<TARGET_FILE:velnor>"
-    DISCOVERY_TIMEOUT 60)
+  # The environment every test expects (headless windows, where the simulator and the
+  # program are) is set by a static initialiser linked into each test, not through CTest
+  # properties: that way a test binary run by hand behaves exactly as under CTest.
+  target_sources(${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests/support/TestEnvironment.cpp)
+  target_compile_definitions(${name} PRIVATE
+    VELNOR_SIM_BUILT="${CMAKE_BINARY_DIR}/velnor/pmdirect-sim"
+    VELNOR_BIN_BUILT="${CMAKE_BINARY_DIR}/velnor/velnor")
+  if(TARGET pmdirect-sim)
+    add_dependencies(${name} pmdirect-sim)
+  endif()
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60)
 endfunction()
 
 # Every subfolder of the current folder that has a CMakeLists.txt.
