@@ -156,5 +156,21 @@ TEST(RoundTrip, GeneratedRecordsThroughTwoStores) {
   EXPECT_TRUE(events.entries.empty());
 }
 
+TEST(EncodeMsg, UnknownNumberEncodesWhatLoadLeft) {
+  testing::TempDir dir;
+  RecordingEventLog events;
+  IcsMsg store(dir.path(), events);
+  for (const char* subject : {"first", "last"}) {
+    const std::int32_t n = store.NewMsg();
+    store.rec().setSubj(subject);
+    store.Update(n);
+  }
+  IcsMsg reader(dir.path(), events);
+  reader.Load(99);
+  const std::string text = EncodeMsg(dir.path(), events, 99, "K");
+  EXPECT_EQ(text, EncodeRecord(reader.rec(), "K"));
+  EXPECT_NE(text.find("\r\nSUBJECT: last\r\n"), std::string::npos);
+}
+
 }  // namespace
 }  // namespace velnor
