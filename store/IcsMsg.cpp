@@ -1,0 +1,310 @@
+#include "store/IcsMsg.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <new>
+#include <vector>
+
+#include "core/EventLog.h"
+#include "core/VError.h"
+
+namespace velnor {
+namespace {
+
+constexpr std::size_t kRec = MsgRecord::kSize;
+// Records per read or write while walking the file: about 1 MB per system call.
+constexpr std::int64_t kChunkRecords = 128;
+constexpr int kMaxReopen = 1000;
+
+VError Overflow(const std::string& source) { return VError(kErrOverflow, source, "Overflow"); }
+
+std::int32_t MsgNoOf(const unsigned char* rec) {
+  const std::uint32_t v = static_cast<std::uint32_t>(rec[0]) | static_cast<std::uint32_t>(rec[1]) << 8 |
+                          static_cast<std::uint32_t>(rec[2]) << 16 | static_cast<std::uint32_t>(rec[3]) << 24;
+  return static_cast<std::int32_t>(v);
+}
+
+void WriteAll(int fd, const unsigned char* data, std::size_t len, off_t offset, const std::string& source) {
+  while (len > 0) {
+    const ssize_t n = ::pwrite(fd, data, len, offset);
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      throw ErrnoError(errno, source);
+    }
+    if (n == 0) throw ErrnoError(EIO, source);
+    data += n;
+    len -= static_cast<std::size_t>(n);
+    offset += n;
+  }
+}
+
+class Fd {
+ public:
+  Fd() = default;
+  explicit Fd(int fd) : m_fd(fd) {}
+  ~Fd() { reset(); }
+  Fd(const Fd&) = delete;
+  Fd& operator=(const Fd&) = delete;
+  int get() const { return m_fd; }
+  void reset(int fd = -1) {
+    if (m_fd >= 0) ::close(m_fd);  // closing the store unlocks it; a failure is ignored
+    m_fd = fd;
+  }
+  int release() {
+    const int fd = m_fd;
+    m_fd = -1;
+    return fd;
+  }
+
+ private:
+  int m_fd = -1;
+};
+
+// The open, locked store for the length of one operation.
+class StoreFile {
+ public:
+  StoreFile(const std::string& path, MsgRecord& header) {
+    const std::string source = "PmMsg:OpenStore";
+    struct stat locked {};
+    for (int attempt = 0;; ++attempt) {
+      m_fd.reset(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644));
+      if (m_fd.get() < 0) throw ErrnoError(errno, source);
+      while (::flock(m_fd.get(), LOCK_EX) != 0) {
+        if (errno != EINTR) throw ErrnoError(errno, source);
+      }
+      if (::fstat(m_fd.get(), &locked) != 0) throw ErrnoError(errno, source);
+      struct stat named {};
+      // A DeleteOne elsewhere may have renamed a new store over the one we waited on.
+      if (::stat(path.c_str(), &named) == 0 && named.st_dev == locked.st_dev &&
+          named.st_ino == locked.st_ino)
+        break;
+      if (attempt >= kMaxReopen) throw VError(kErrPathFileAccess, source, "Path/File access error");
+    }
+    m_mode = locked.st_mode & 07777;
+    m_size = locked.st_size;
+    if (m_size == 0) {
+      // InitHeader: a new store starts with counter 0 and the marker.
+      header.setMsgNo(0);
+      header.setTo("[ics213!.]");
+      writeRecord(1, header.image().data(), "PmMsg:InitHeader");
+    }
+    const double count = std::nearbyint(static_cast<double>(m_size) / static_cast<double>(kRec));
+    m_recCount = static_cast<std::int64_t>(std::min(count, 2147483647.0));
+  }
+
+  int fd() const { return m_fd.get(); }
+  std::int64_t recCount() const { return m_recCount; }
+  mode_t mode() const { return m_mode; }
+
+  // Reads count records starting at record first (from 1); whatever lies past the end of
+  // the file reads as zero bytes.
+  void readRecords(std::int64_t first, std::int64_t count, unsigned char* out, const std::string& source) const {
+    const std::size_t want = static_cast<std::size_t>(count) * kRec;
+    off_t offset = static_cast<off_t>(first - 1) * static_cast<off_t>(kRec);
+    std::size_t got = 0;
+    while (got < want) {
+      const ssize_t n = ::pread(m_fd.get(), out + got, want - got, offset);
+      if (n < 0) {
+        if (errno == EINTR) continue;
+        throw ErrnoError(errno, source);
+      }
+      if (n == 0) break;
+      got += static_cast<std::size_t>(n);
+      offset += n;
+    }
+    std::memset(out + got, 0, want - got);
+  }
+
+  void writeRecord(std::int64_t index, const unsigned char* data, const std::string& source) {
+    const off_t offset = static_cast<off_t>(index - 1) * static_cast<off_t>(kRec);
+    WriteAll(m_fd.get(), data, kRec, offset, source);
+    m_size = std::max<off_t>(m_size, offset + static_cast<off_t>(kRec));
+  }
+
+  void grow() { ++m_recCount; }
+
+ private:
+  Fd m_fd;
+  off_t m_size = 0;
+  std::int64_t m_recCount = 0;
+  mode_t m_mode = 0644;
+};
+
+// Walks records 2..RecCount in chunks for the first whose MsgNo is number; into ends
+// holding that record, or the last one read. Returns its index, or 0. The 16-bit walk of
+// Load and Update cannot go past record 32767.
+std::int64_t FindRecord(const StoreFile& f, std::int32_t number, MsgRecord& into, const std::string& source) {
+  const std::int64_t n = f.recCount();
+  if (n >= 32768) throw Overflow(source);
+  if (n < 2) return 0;
+  std::vector<unsigned char> buf(static_cast<std::size_t>(std::min(kChunkRecords, n - 1)) * kRec);
+  for (std::int64_t r = 2; r <= n;) {
+    const std::int64_t k = std::min(kChunkRecords, n - r + 1);
+    f.readRecords(r, k, buf.data(), source);
+    for (std::int64_t i = 0; i < k; ++i) {
+      const unsigned char* rec = buf.data() + static_cast<std::size_t>(i) * kRec;
+      if (MsgNoOf(rec) == number || r + i == n) {
+        std::memcpy(into.image().data(), rec, kRec);
+        if (MsgNoOf(rec) == number) return r + i;
+      }
+    }
+    r += k;
+  }
+  if (n == 32767) throw Overflow(source);
+  return 0;
+}
+
+void DirSync(const std::string& dir) {
+  const int dfd = ::open(dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (dfd >= 0) {
+    ::fsync(dfd);
+    ::close(dfd);
+  }
+}
+
+}  // namespace
+
+IcsMsg::IcsMsg(const std::string& dataPath, EventLog& log)
+    : m_dataPath(dataPath), m_storeFile(dataPath + "/velnor.odb"), m_log(log) {}
+
+void IcsMsg::rethrow(const char* op) {
+  const std::string source = std::string("PmMsg:") + op;
+  long number = kErrInvalidCall;
+  std::string description;
+  try {
+    throw;
+  } catch (const VError& e) {
+    number = e.number();
+    description = e.description();
+  } catch (const std::bad_alloc&) {
+    number = 7;
+    description = "Out of memory";
+  } catch (const std::exception& e) {
+    description = e.what();
+  }
+  m_log.writeError(description + " in " + source);
+  throw VError(number, source, description);
+}
+
+bool IcsMsg::Load(std::int32_t number) {
+  try {
+    StoreFile f(m_storeFile, m_header);
+    return FindRecord(f, number, m_current, "PmMsg:Load") != 0;
+  } catch (...) {
+    rethrow("Load");
+  }
+}
+
+void IcsMsg::Add() {
+  try {
+    StoreFile f(m_storeFile, m_header);
+    f.grow();
+    f.writeRecord(f.recCount(), m_current.image().data(), "PmMsg:Add");
+  } catch (...) {
+    rethrow("Add");
+  }
+}
+
+short IcsMsg::NewMsg() {
+  // One lock from reading the counter to appending, so two processes never share a number.
+  StoreFile f(m_storeFile, m_header);
+  f.readRecords(1, 1, m_header.image().data(), "PmMsg:ReadHeader");
+  const std::int32_t counter = m_header.MsgNo();
+  if (counter == 2147483647) throw Overflow("PmMsg:NewMsg");
+  m_header.setMsgNo(counter + 1);
+  f.writeRecord(1, m_header.image().data(), "PmMsg:WriteHeader");
+  m_current.setMsgNo(counter + 1);
+  m_current.setKeepLocal(0);
+  try {
+    f.grow();
+    f.writeRecord(f.recCount(), m_current.image().data(), "PmMsg:Add");
+  } catch (...) {
+    rethrow("Add");
+  }
+  if (counter + 1 > 32767) throw Overflow("PmMsg:NewMsg");
+  return static_cast<short>(counter + 1);
+}
+
+void IcsMsg::Update(std::int32_t number) {
+  try {
+    StoreFile f(m_storeFile, m_header);
+    const std::int64_t at = FindRecord(f, number, m_scan, "PmMsg:Update");
+    if (at != 0) f.writeRecord(at, m_current.image().data(), "PmMsg:Update");
+  } catch (...) {
+    rethrow("Update");
+  }
+}
+
+void IcsMsg::DeleteOne(std::int32_t number) {
+  const std::string source = "PmMsg:DeleteOne";
+  const std::string tmp = m_dataPath + "/IcsData.tmp";
+  bool tmpMade = false;
+  try {
+    // The store's lock also guards the temporary file: one DeleteOne at a time.
+    StoreFile f(m_storeFile, m_header);
+    if (::unlink(tmp.c_str()) != 0 && errno != ENOENT) throw ErrnoError(errno, source);
+    Fd t(::open(tmp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+    if (t.get() < 0) throw ErrnoError(errno, source);
+    tmpMade = true;
+    // The new store keeps the permissions of the old one.
+    if (::fchmod(t.get(), f.mode()) != 0) throw ErrnoError(errno, source);
+    step(1);
+
+    const std::int64_t n = f.recCount();
+    const std::size_t chunk = static_cast<std::size_t>(std::clamp<std::int64_t>(n, 1, kChunkRecords));
+    std::vector<unsigned char> in(chunk * kRec), out(chunk * kRec);
+    off_t written = 0;
+    for (std::int64_t r = 1; r <= n;) {
+      const std::int64_t k = std::min(kChunkRecords, n - r + 1);
+      f.readRecords(r, k, in.data(), source);
+      std::size_t kept = 0;
+      for (std::int64_t i = 0; i < k; ++i) {
+        const unsigned char* rec = in.data() + static_cast<std::size_t>(i) * kRec;
+        if (r + i == 1 || MsgNoOf(rec) != number) {
+          std::memcpy(out.data() + kept, rec, kRec);
+          kept += kRec;
+        }
+        if (r + i == n) std::memcpy(m_scan.image().data(), rec, kRec);
+      }
+      WriteAll(t.get(), out.data(), kept, written, source);
+      written += static_cast<off_t>(kept);
+      r += k;
+      step(2);
+    }
+    if (::fsync(t.get()) != 0) throw ErrnoError(errno, source);
+    if (::close(t.release()) != 0) throw ErrnoError(errno, source);
+    step(3);
+    // One atomic step: readers see the old store or the new one, never neither.
+    if (::rename(tmp.c_str(), m_storeFile.c_str()) != 0) throw ErrnoError(errno, source);
+    tmpMade = false;
+    DirSync(m_dataPath);
+    step(4);
+  } catch (...) {
+    if (tmpMade) ::unlink(tmp.c_str());
+    rethrow("DeleteOne");
+  }
+}
+
+void IcsMsg::ResetList() { m_listPos = 1; }
+
+bool IcsMsg::GetList() {
+  try {
+    StoreFile f(m_storeFile, m_header);
+    if (m_listPos >= f.recCount()) return false;
+    const std::int32_t next = m_listPos + 1;
+    f.readRecords(next, 1, m_current.image().data(), "PmMsg:GetList");
+    m_listPos = next;
+    return true;
+  } catch (...) {
+    rethrow("GetList");
+  }
+}
+
+}  // namespace velnor

@@ -1,0 +1,68 @@
+#pragma once
+// Builds and reads store files byte by byte, independently of IcsMsg, so tests compare
+// what the store wrote with what the file format says.
+#include <cstdint>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+namespace velnor::testing {
+
+constexpr std::size_t kRecLen = 8822;
+
+inline void PutI32(std::string& rec, std::size_t at, std::int32_t v) {
+  const auto u = static_cast<std::uint32_t>(v);
+  for (int i = 0; i < 4; ++i) rec[at + static_cast<std::size_t>(i)] = static_cast<char>((u >> (8 * i)) & 0xFF);
+}
+
+inline std::int32_t GetI32(const std::string& bytes, std::size_t at) {
+  std::uint32_t u = 0;
+  for (int i = 3; i >= 0; --i) u = (u << 8) | static_cast<unsigned char>(bytes[at + static_cast<std::size_t>(i)]);
+  return static_cast<std::int32_t>(u);
+}
+
+inline std::string HeaderRecord(std::int32_t counter) {
+  std::string rec(kRecLen, '\0');
+  PutI32(rec, 0, counter);
+  const std::string marker = "[ics213!.]" + std::string(54, ' ');
+  rec.replace(74, 64, marker);
+  return rec;
+}
+
+// A message record with a number and a subject that tells records apart.
+inline std::string MessageRecord(std::int32_t number, const std::string& subject = "") {
+  std::string rec(kRecLen, '\0');
+  PutI32(rec, 0, number);
+  rec[4] = 6;  // Draft
+  std::string s = subject.empty() ? "subject " + std::to_string(number) : subject;
+  s.resize(64, ' ');
+  rec.replace(330, 64, s);
+  return rec;
+}
+
+inline std::string StoreBytes(std::int32_t counter, const std::vector<std::int32_t>& numbers) {
+  std::string out = HeaderRecord(counter);
+  for (std::int32_t n : numbers) out += MessageRecord(n);
+  return out;
+}
+
+inline void WriteFile(const std::string& path, const std::string& bytes) {
+  std::ofstream f(path, std::ios::binary | std::ios::trunc);
+  f.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+}
+
+inline std::string ReadFile(const std::string& path) {
+  std::ifstream f(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(f), std::istreambuf_iterator<char>());
+}
+
+// The MsgNo of every message record (header excluded), in file order.
+inline std::vector<std::int32_t> NumbersIn(const std::string& bytes) {
+  std::vector<std::int32_t> out;
+  for (std::size_t at = kRecLen; at + kRecLen <= bytes.size(); at += kRecLen) out.push_back(GetI32(bytes, at));
+  return out;
+}
+
+}  // namespace velnor::testing
