@@ -34,6 +34,7 @@ template <typename F>
 pid_t Spawn(F body) {
   const pid_t pid = ::fork();
   if (pid == 0) {
+    ::alarm(60);  // a child stuck on a lock dies instead of hanging the run
     int code = 0;
     try {
       body();
