@@ -1,0 +1,546 @@
+#include "editor/MessageEditor.h"
+
+#include <algorithm>
+#include <exception>
+#include <limits>
+
+#include "core/Clock.h"
+#include "core/DateTime.h"
+#include "core/StringLib.h"
+#include "core/VError.h"
+#include "format/MsgInfo.h"
+#include "platform/Dialogs.h"
+
+namespace velnor {
+
+namespace {
+
+std::string RouteId(const std::string& route) { return route.substr(0, route.find(':')); }
+
+}  // namespace
+
+MessageEditor::MessageEditor(EditorContext ctx)
+    : m_ctx(std::move(ctx)), m_view(m_ctx.view), m_rec(m_ctx.dataPath, m_ctx.eventLog) {}
+
+void MessageEditor::Log(const std::string& line) {
+  if (m_ctx.writeLog) m_ctx.writeLog(line);
+}
+
+void MessageEditor::Trap(const char* routine, const std::function<void()>& f) {
+  std::string what;
+  try {
+    f();
+    return;
+  } catch (const VError& e) {
+    what = e.description();
+  } catch (const std::exception& e) {
+    what = e.what();
+  } catch (...) {
+    what = "unknown failure";
+  }
+  // The window must go on whatever a command meets; the operator sees why it stopped.
+  try {
+    Log(std::string(routine) + " failed: " + what);
+    m_view.setStatus(std::string(routine) + " failed: " + what);
+  } catch (...) {
+  }
+}
+
+std::string MessageEditor::DateTimePattern() const {
+  return m_ctx.settings.DateFormat + " " + m_ctx.settings.TimeFormat;
+}
+
+std::string MessageEditor::MainCaption() const {
+  return std::string(kProgramTitle) + " (" + m_ctx.settings.LoginName + ")";
+}
+
+// ---- availability and editability ----
+
+void MessageEditor::DisableAllCommands() {
+  for (int c = 0; c < kCommandCount; ++c) m_view.setCommandEnabled(static_cast<Command>(c), false);
+  m_view.setBrowsePtr("");
+}
+
+void MessageEditor::EnableCommands(std::initializer_list<Command> commands) {
+  for (Command c : commands) m_view.setCommandEnabled(c, true);
+}
+
+void MessageEditor::SetMessageFieldsEditable(bool on) {
+  for (int i = kMsgFirst; i <= kMsgLast; ++i) {
+    m_view.setReadOnly(i, !on);
+    m_view.setTabStop(i, on);
+    m_view.setBackColour(i, kWindowColour);
+    m_view.setForeColour(i, on ? kBlack : kBlue);
+  }
+  m_view.setEnabled(5, false);
+}
+
+void MessageEditor::SetReplyFieldsEditable(bool on) {
+  for (int i = kRepFirst; i <= kRepLast; ++i) {
+    m_view.setReadOnly(i, !on);
+    m_view.setTabStop(i, on);
+    m_view.setForeColour(i, on ? kBlack : kBlue);
+  }
+  m_view.setEnabled(13, false);
+  m_view.setReplyLabelsEnabled(on);
+}
+
+void MessageEditor::SetRoutingEnabled(bool on) {
+  m_view.setKeepLocalEnabled(on);
+  m_view.setEnabled(kRouteBox, on);
+}
+
+void MessageEditor::FocusRule() {
+  m_view.focusBox(0);
+  for (int i = kMsgFirst; i <= kMsgLast; ++i) {
+    if (m_view.text(i).empty()) {
+      m_view.focusBox(i);
+      return;
+    }
+  }
+}
+
+void MessageEditor::StartupBegin() {
+  m_editorMode = "STARTUP";
+  m_editState = 0;
+  DisableAllCommands();
+  SetMessageFieldsEditable(false);
+  SetReplyFieldsEditable(false);
+  SetRoutingEnabled(false);
+  m_messageSaved = true;
+}
+
+void MessageEditor::StartupEnd() {
+  m_editorMode = "MAIN";
+  DisableAllCommands();
+  EnableCommands({Command::cmdNew, Command::cmdBrowse});
+  m_view.setMsgInfo("");
+}
+
+// ---- form and record ----
+
+void MessageEditor::RefreshMsgInfo() { m_view.setMsgInfo(MsgInfoLine(m_rec.rec())); }
+
+void MessageEditor::StampDateTime(int kind) {
+  m_view.setText(kind == 1 ? 5 : 13, FormatDate(m_ctx.clock.now(), DateTimePattern()));
+}
+
+void MessageEditor::ClearForm() {
+  if (!m_messageSaved) {
+    const MsgAnswer a = m_ctx.dialogs.messageBox(
+        "Message was not saved.\r\nDo you really want to continue?", "New Message", MsgButtons::YesNo);
+    if (a != MsgAnswer::Yes) return;
+  }
+  for (int i = 0; i < kFieldCount; ++i) {
+    m_view.setText(i, "");
+    m_view.setBackColour(i, kWindowColour);
+  }
+  m_messageSaved = true;
+  m_view.setMsgInfo("");
+  m_view.setStatus("Velnor Ready");
+}
+
+void MessageEditor::PrepareNewMessage() {
+  m_currentMsgNo = m_rec.NewMsg();
+  MsgRecord& r = m_rec.rec();
+  r.setStatus(6);
+  r.setOrigin(1);
+  r.setKind(1);
+  r.setRoute(m_ctx.settings.DEFDEST + ":0");
+  r.setKeepLocal(m_ctx.settings.KEEPLOCAL);
+  m_rec.Update(m_currentMsgNo);
+  StampDateTime(1);
+
+  const Settings& s = m_ctx.settings;
+  auto fill = [&](int i, const std::string& value) {
+    if (!m_view.text(i).empty()) return false;
+    m_view.setText(i, Trim(value));
+    m_messageSaved = false;
+    return true;
+  };
+  fill(9, s.IcdName);
+  fill(0, s.DefTo);
+  fill(1, s.DefToPos);
+  if (fill(2, s.DefFr)) m_view.setText(7, m_view.text(2));
+  if (fill(3, s.DefFrPos)) m_view.setText(8, m_view.text(3));
+
+  m_view.setKeepLocal(r.KeepLocal() != 0);
+  m_view.setText(kRouteBox, RouteId(r.Route()));
+  RefreshMsgInfo();
+  m_view.setStatus("");
+}
+
+void MessageEditor::PrepareReply() {
+  MsgRecord& r = m_rec.rec();
+  r.setStatus(6);
+  r.setOrigin(1);
+  r.setKind(2);
+  StampDateTime(2);
+  m_messageSaved = true;
+  m_view.setText(11, Trim(m_view.text(0)));
+  m_view.setText(12, Trim(m_view.text(1)));
+  RefreshMsgInfo();
+  m_view.setStatus("");
+}
+
+void MessageEditor::SaveForm() {
+  MsgRecord& r = m_rec.rec();
+  const short k = r.Kind();
+  StampDateTime(k);
+  const std::string& df = m_ctx.settings.DateFormat;
+  const std::string& tf = m_ctx.settings.TimeFormat;
+
+  r.setTo(m_view.text(0));
+  r.setToPos(m_view.text(1));
+  r.setFr(m_view.text(2));
+  r.setFrPos(m_view.text(3));
+  r.setSubj(m_view.text(4));
+  // A date text the operator's formats cannot give back keeps the date the record had.
+  if (auto d = ParseDateText(m_view.text(5), df, tf)) r.setMsgDate(*d);
+  const std::string body = m_view.text(6);
+  r.setMsg(body);
+  r.setMsgLen(static_cast<std::int32_t>(
+      std::min<std::size_t>(TrimSpaces(body).size(), std::numeric_limits<std::int32_t>::max())));
+  r.setSign(m_view.text(7));
+  r.setSignPos(m_view.text(8));
+  r.setIcdName(m_view.text(9));
+  if (k == 2) {
+    r.setReply(m_view.text(10));
+    r.setRepSign(m_view.text(11));
+    r.setRepPos(m_view.text(12));
+    if (auto d = ParseDateText(m_view.text(13), df, tf)) r.setRepDate(*d);
+  } else {
+    r.setReply("");
+    r.setRepSign("");
+    r.setRepPos("");
+    r.setRepDate(0);
+  }
+  r.setKeepLocal(m_view.keepLocal() ? 1 : 0);
+  r.setRoute(Trim(m_view.text(kRouteBox)) + ":0");
+  r.setStatus(6);
+  m_rec.Update(m_currentMsgNo);
+  m_messageSaved = true;
+  RefreshMsgInfo();
+  m_view.setStatus("Message saved");
+}
+
+bool MessageEditor::CheckRequiredFields() {
+  bool ok = true;
+  const int last = m_rec.rec().Origin() == 1 ? kMsgLast : kRepLast;
+  for (int i = 0; i <= last; ++i) {
+    if (m_view.text(i).empty()) {
+      m_view.setBackColour(i, kLightYellow);
+      ok = false;
+    }
+  }
+  if (!ok) {
+    for (int i = 0; i <= last; ++i) {
+      if (m_view.backColour(i) == kLightYellow) {
+        m_view.focusBox(i);
+        break;
+      }
+    }
+    return false;
+  }
+  m_rec.rec().setStatus(2);
+  m_rec.Update(m_currentMsgNo);
+  RefreshMsgInfo();
+  return true;
+}
+
+void MessageEditor::DeleteCurrentMessage() {
+  try {
+    if (m_rec.rec().Locked() != 0) {
+      m_ctx.dialogs.messageBox(
+          "Message is locked to another process.  Try\r\nagain later, or restart program to clear.",
+          kProgramTitle, MsgButtons::Ok);
+      return;
+    }
+    m_rec.DeleteOne(m_rec.rec().MsgNo());
+    m_messageSaved = true;
+  } catch (const std::exception& e) {
+    // A record that will not go is left for the next try; the form is cleared anyway.
+    Log(std::string("DeleteCurrentMessage: ") + e.what());
+  }
+}
+
+void MessageEditor::ShowMessage(std::int32_t n) {
+  m_rec.Load(n);
+  const MsgRecord& r = m_rec.rec();
+  const std::string pattern = DateTimePattern();
+  m_view.setText(0, r.To());
+  m_view.setText(1, r.ToPos());
+  m_view.setText(2, r.Fr());
+  m_view.setText(3, r.FrPos());
+  m_view.setText(4, r.Subj());
+  m_view.setText(5, FormatDate(r.MsgDate(), pattern));
+  m_view.setText(6, r.Msg());
+  m_view.setText(7, r.Sign());
+  m_view.setText(8, r.SignPos());
+  m_view.setText(9, r.IcdName());
+  for (int i = kRepFirst; i <= kRepLast; ++i) m_view.setText(i, "");
+  if (!r.Reply().empty() || !r.RepSign().empty()) {
+    m_view.setText(10, r.Reply());
+    m_view.setText(11, r.RepSign());
+    m_view.setText(12, r.RepPos());
+    m_view.setText(13, FormatDate(r.RepDate(), pattern));
+  }
+  m_currentMsgNo = n;
+
+  if (r.Origin() == 2 && r.Kind() == 1) {
+    m_view.setCommandEnabled(Command::cmdReply, true);
+    m_view.setCommandEnabled(Command::cmdEdit, false);
+  } else if (r.Origin() == 2 && r.Kind() == 2) {
+    m_view.setCommandEnabled(Command::cmdReply, false);
+    m_view.setCommandEnabled(Command::cmdEdit, false);
+  } else {
+    m_view.setCommandEnabled(Command::cmdReply, false);
+    m_view.setCommandEnabled(Command::cmdEdit, true);
+  }
+  if (r.Kind() == 2 && r.Status() == 1) m_view.setCommandEnabled(Command::cmdEdit, false);
+
+  m_view.setKeepLocal(r.KeepLocal() != 0);
+  m_view.setText(kRouteBox, RouteId(r.Route()));
+  // The line shows the status as loaded; the store learns that it has been read.
+  RefreshMsgInfo();
+  if (r.Status() == 4 && r.Origin() == 2) {
+    m_rec.rec().setStatus(5);
+    m_rec.Update(n);
+  }
+  m_messageSaved = true;
+}
+
+// ---- commands ----
+
+void MessageEditor::cmdNew_Click() {
+  Trap("cmdNew_Click", [&] {
+    m_editorMode = "NEW";
+    m_editState = 2;
+    DisableAllCommands();
+    EnableCommands({Command::mnuPrint, Command::mnuSave, Command::mnuOpen, Command::cmdSend, Command::cmdSave,
+                    Command::cmdDelete, Command::cmdClose, Command::cmdSetFieldsAsDefault});
+    ClearForm();
+    PrepareNewMessage();
+    SetMessageFieldsEditable(true);
+    SetReplyFieldsEditable(false);
+    SetRoutingEnabled(true);
+    FocusRule();
+  });
+}
+
+void MessageEditor::cmdEdit_Click() {
+  Trap("cmdEdit_Click", [&] {
+    m_editorMode = "EDIT";
+    m_editState = 2;
+    DisableAllCommands();
+    EnableCommands({Command::mnuPrint, Command::mnuSave, Command::mnuOpen, Command::cmdSend, Command::cmdSave,
+                    Command::cmdDelete, Command::cmdClose, Command::cmdSetFieldsAsDefault});
+    const short kind = m_rec.rec().Kind();
+    if (kind == 1) {
+      SetMessageFieldsEditable(true);
+      SetReplyFieldsEditable(false);
+      FocusRule();
+    } else if (kind == 2) {
+      SetMessageFieldsEditable(false);
+      SetReplyFieldsEditable(true);
+      m_view.focusBox(10);
+    }
+    SetRoutingEnabled(true);
+  });
+}
+
+void MessageEditor::cmdReply_Click() {
+  Trap("cmdReply_Click", [&] {
+    m_editorMode = "REPLY";
+    m_editState = 2;
+    DisableAllCommands();
+    EnableCommands({Command::mnuPrint, Command::mnuSave, Command::mnuOpen, Command::cmdSend, Command::cmdSave,
+                    Command::cmdDelete, Command::cmdClose});
+    SetMessageFieldsEditable(false);
+    SetReplyFieldsEditable(true);
+    SetRoutingEnabled(true);
+    PrepareReply();
+    m_view.focusBox(10);
+  });
+}
+
+void MessageEditor::cmdSave_Click() {
+  Trap("cmdSave_Click", [&] {
+    m_editorMode = "SAVE";
+    m_editState = 1;
+    SaveForm();
+    DisableAllCommands();
+    EnableCommands({Command::mnuPrint, Command::cmdNew, Command::cmdDelete, Command::cmdClose, Command::cmdBrowse,
+                    Command::cmdEdit});
+    SetMessageFieldsEditable(false);
+    SetReplyFieldsEditable(false);
+    SetRoutingEnabled(false);
+  });
+}
+
+void MessageEditor::cmdSend_Click() {
+  Trap("cmdSend_Click", [&] {
+    m_editorMode = "SEND";
+    SaveForm();
+    if (!CheckRequiredFields()) return;
+    m_editState = 1;
+    DisableAllCommands();
+    m_view.setCommandEnabled(Command::cmdEdit, true);
+    m_view.focusCommand(Command::cmdEdit);
+    SetMessageFieldsEditable(false);
+    SetReplyFieldsEditable(false);
+    SetRoutingEnabled(false);
+    m_rec.rec().setStatus(2);
+    m_rec.Update(m_currentMsgNo);
+    RefreshMsgInfo();
+    if (m_ctx.runSession) {
+      m_ctx.runSession();
+    } else {
+      m_view.setStatus("No connection to Pmdirect in this build; the message waits as ready");
+    }
+    ShowMessage(m_currentMsgNo);
+    RefreshMsgInfo();
+    EnableCommands({Command::mnuPrint, Command::cmdNew, Command::cmdDelete, Command::cmdClose, Command::cmdBrowse,
+                    Command::cmdEdit});
+    m_view.focusCommand(Command::cmdNew);
+  });
+}
+
+void MessageEditor::cmdDelete_Click() {
+  Trap("cmdDelete_Click", [&] {
+    m_editorMode = "DELETE";
+    m_editState = 0;
+    DeleteCurrentMessage();
+    DisableAllCommands();
+    EnableCommands({Command::cmdNew, Command::cmdBrowse});
+    ClearForm();
+    SetMessageFieldsEditable(false);
+    SetReplyFieldsEditable(false);
+    SetRoutingEnabled(false);
+    m_view.setMsgInfo("");
+    m_view.setStatus("Velnor Ready");
+  });
+}
+
+void MessageEditor::cmdClose_Click() {
+  Trap("cmdClose_Click", [&] {
+    m_editorMode = "CLOSE";
+    if (!m_messageSaved) {
+      m_ctx.dialogs.messageBox("Message was not saved.  Press Save or\r\nDelete on the form to continue.",
+                               kProgramTitle, MsgButtons::Ok);
+      return;
+    }
+    m_editState = 0;
+    DisableAllCommands();
+    EnableCommands({Command::cmdNew, Command::cmdBrowse});
+    ClearForm();
+    SetMessageFieldsEditable(false);
+    SetReplyFieldsEditable(false);
+    SetRoutingEnabled(false);
+    m_view.setMsgInfo("");
+  });
+}
+
+void MessageEditor::OpenFromNotice(std::int32_t number) {
+  Trap("OpenFromNotice", [&] {
+    DisableAllCommands();
+    EnableCommands({Command::mnuPrint, Command::cmdNew, Command::cmdDelete, Command::cmdClose, Command::cmdBrowse});
+    SetMessageFieldsEditable(false);
+    SetReplyFieldsEditable(false);
+    SetRoutingEnabled(false);
+    m_editState = 1;
+    ShowMessage(number);
+  });
+}
+
+// ---- browsing ----
+
+void MessageEditor::cmdBrowse_Click() {
+  Trap("cmdBrowse_Click", [&] {
+    m_editorMode = "BROWSE";
+    ClearForm();
+    SetMessageFieldsEditable(false);
+    SetReplyFieldsEditable(false);
+    SetRoutingEnabled(false);
+    StartBrowse();
+  });
+}
+
+void MessageEditor::BuildBrowseList() {
+  m_browseList.clear();
+  m_rec.ResetList();
+  while (m_rec.GetList()) {
+    // The counter is a 16-bit number; a store cannot give more message numbers anyway.
+    if (m_rec.rec().Status() != 7 && m_browseList.size() < 32767) m_browseList.push_back(m_rec.rec().MsgNo());
+  }
+  m_browsePtr = 1;
+}
+
+std::int32_t MessageEditor::BrowseMsgNo() const {
+  if (BrowseCount() < m_browsePtr || m_browsePtr < 1) return -1;
+  return m_browseList[static_cast<std::size_t>(m_browsePtr - 1)];
+}
+
+void MessageEditor::SetBrowsePtrLabel() {
+  m_view.setBrowsePtr("( " + std::to_string(m_browsePtr) + "/" + std::to_string(BrowseCount()) + " )");
+}
+
+void MessageEditor::StartBrowse() {
+  BuildBrowseList();
+  if (BrowseCount() < 1) {
+    DisableAllCommands();
+    EnableCommands({Command::cmdNew, Command::cmdBrowse});
+    ClearForm();
+    SetMessageFieldsEditable(false);
+    SetReplyFieldsEditable(false);
+    SetRoutingEnabled(false);
+    m_view.setMsgInfo("");
+    m_editState = 0;
+    m_view.setStatus("No messages found");
+    return;
+  }
+  m_editState = 1;
+  DisableAllCommands();
+  EnableCommands({Command::mnuPrint, Command::cmdNew, Command::cmdDelete, Command::cmdClose, Command::cmdBrowse,
+                  Command::cmdBRight, Command::cmdEdit});
+  m_view.setCommandEnabled(Command::cmdBLeft, false);
+  if (m_ctx.settings.STARTBROWSE == 0) {
+    ShowMessage(BrowseMsgNo());
+    m_view.setCommandEnabled(Command::cmdBLeft, false);
+    m_view.setCommandEnabled(Command::cmdBRight, true);
+  } else {
+    m_browsePtr = BrowseCount();
+    ShowMessage(m_browseList.back());
+    m_view.setCommandEnabled(Command::cmdBLeft, true);
+    m_view.setCommandEnabled(Command::cmdBRight, false);
+  }
+  SetBrowsePtrLabel();
+}
+
+void MessageEditor::cmdBLeft_Click() {
+  Trap("cmdBLeft_Click", [&] {
+    const int p = m_browsePtr - 1;
+    if (p > 0) {
+      m_browsePtr = static_cast<short>(p);
+      SetBrowsePtrLabel();
+      ShowMessage(BrowseMsgNo());
+      m_view.setCommandEnabled(Command::cmdBRight, true);
+    }
+    if (m_browsePtr == 1) m_view.setCommandEnabled(Command::cmdBLeft, false);
+  });
+}
+
+void MessageEditor::cmdBRight_Click() {
+  Trap("cmdBRight_Click", [&] {
+    const int p = m_browsePtr + 1;
+    if (p <= BrowseCount()) {
+      m_browsePtr = static_cast<short>(p);
+      SetBrowsePtrLabel();
+      ShowMessage(BrowseMsgNo());
+      m_view.setCommandEnabled(Command::cmdBLeft, true);
+    }
+    if (m_browsePtr == BrowseCount()) m_view.setCommandEnabled(Command::cmdBRight, false);
+  });
+}
+
+}  // namespace velnor

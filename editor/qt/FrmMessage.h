@@ -1,0 +1,163 @@
+#pragma once
+// The main window, frmMessage: the ICS 213 form, its command buttons, menus and status
+// bar. It is the program: Form_Load runs start-up, closing it runs shutdown. The form
+// logic lives in MessageEditor; this class binds it to widgets (EditorView), gives the
+// link its status bar and codec (LinkHost) and opens a notice per received message
+// (NoticeSink).
+#include <QMainWindow>
+#include <array>
+#include <memory>
+#include <string>
+
+#include "app/FileLib.h"
+#include "app/Settings.h"
+#include "editor/EditorView.h"
+#include "editor/MessageEditor.h"
+#include "format/Notice.h"
+#include "link/LinkHost.h"
+
+class QAction;
+class QCheckBox;
+class QGroupBox;
+class QLabel;
+class QLineEdit;
+class QPlainTextEdit;
+class QPushButton;
+class QTimer;
+
+namespace velnor {
+
+class Clock;
+class Dialogs;
+class EventLog;
+class EventLoop;
+class IcsPrint;
+class PmLink;
+class PrinterSystem;
+class SessionLog;
+class Socket;
+class Sound;
+
+// The platform pieces main.cpp builds; tests hand in scripted and fixed ones.
+struct FrmMessageDeps {
+  Dialogs& dialogs;
+  Sound& sound;
+  Clock& clock;
+  EventLog& eventLog;
+  EventLoop& loop;
+  Socket& socket;
+  PrinterSystem& printers;
+  FileLib::Environment env;
+};
+
+class FrmMessage : public QMainWindow, public EditorView, public LinkHost, public NoticeSink {
+  Q_OBJECT
+ public:
+  explicit FrmMessage(FrmMessageDeps deps, QWidget* parent = nullptr);
+  ~FrmMessage() override;
+
+  // Start-up. False when the data directory cannot be found or made: the program ends.
+  bool Form_Load();
+
+  MessageEditor* editor() { return m_editor.get(); }
+  PmLink* link() { return m_link.get(); }
+  Settings& settings() { return m_settings; }
+  const std::string& DataPath() const { return m_dataPath; }
+  const std::string& LogFile() const { return m_logFile; }
+
+  // EditorView
+  std::string text(int box) const override;
+  void setText(int box, const std::string& text) override;
+  bool readOnly(int box) const override;
+  void setReadOnly(int box, bool on) override;
+  void setTabStop(int box, bool on) override;
+  void setEnabled(int box, bool on) override;
+  std::uint32_t backColour(int box) const override;
+  void setBackColour(int box, std::uint32_t colour) override;
+  void setForeColour(int box, std::uint32_t colour) override;
+  int selStart(int box) const override;
+  std::string selectedText(int box) const override;
+  void replaceSelection(int box, const std::string& text) override;
+  void selectAll(int box) override;
+  bool keepLocal() const override;
+  void setKeepLocal(bool on) override;
+  void setKeepLocalEnabled(bool on) override;
+  void setReplyLabelsEnabled(bool on) override;
+  void setCommandEnabled(Command c, bool on) override;
+  bool commandEnabled(Command c) const override;
+  void focusBox(int box) override;
+  void focusCommand(Command c) override;
+  int focusedBox() const override;
+  void setMsgInfo(const std::string& text) override;
+  void setBrowsePtr(const std::string& text) override;
+  void setStatus(const std::string& text) override;
+  std::string status() const override;
+  void setCaption(const std::string& text) override;
+  void clearClipboard() override;
+  void setClipboardText(const std::string& text) override;
+  std::string clipboardText() const override;
+
+  // LinkHost
+  void setStatus(const std::string& panelKey, const std::string& text) override;
+  std::string status() override;
+  void RefreshMsgInfo() override;
+  std::string EncodeMsg(std::int32_t n) override;
+  void StoreMsg(const std::string& text) override;
+
+  // NoticeSink: one notice window per received message.
+  void ShowNotice(const std::string& text, std::int32_t number) override;
+  // Number of notice windows open now.
+  int OpenNotices() const;
+
+ protected:
+  void closeEvent(QCloseEvent* event) override;
+  bool eventFilter(QObject* watched, QEvent* event) override;
+
+ private:
+  void BuildForm();
+  void BuildMenus();
+  void ConnectCommands();
+  QWidget* box(int index) const;
+  QLineEdit* lineBox(int index) const;
+  QPlainTextEdit* bodyBox(int index) const;
+  QWidget* commandWidget(Command c) const;
+  void ApplyColours(int index);
+  void tmrClock_Timer();
+  void mnuPrint_Click();
+  void mnuPrintSetup_Click();
+  void mnuProperties_Click();
+  void mnuAbout_Click();
+  void WriteLog(const std::string& line);
+  // Runs a window handler; a failure goes to the log and the "Status" panel.
+  void Guard(const char* routine, const std::function<void()>& f);
+
+  FrmMessageDeps m_deps;
+  Settings m_settings;
+  std::string m_dataPath;
+  std::string m_logsPath;
+  std::string m_settingsFile;
+  std::string m_logFile;
+  std::unique_ptr<MessageEditor> m_editor;
+  std::unique_ptr<IcsPrint> m_printer;
+  std::unique_ptr<SessionLog> m_sessionLog;
+  std::unique_ptr<PmLink> m_link;
+
+  std::array<QWidget*, kFieldCount + 1> m_boxes{};  // the fields, then the route box
+  std::array<std::uint32_t, kFieldCount + 1> m_back{};
+  std::array<std::uint32_t, kFieldCount + 1> m_fore{};
+  std::array<QLabel*, 3> m_lblRep{};
+  std::array<QWidget*, kCommandCount> m_commands{};  // buttons; null for the menu items
+  std::array<QAction*, 3> m_commandActions{};         // mnuPrint, mnuSave, mnuOpen
+  QCheckBox* m_chkKeepLocal = nullptr;
+  QGroupBox* m_frame2 = nullptr;
+  QLabel* m_lblMsgInfo = nullptr;
+  QLabel* m_lblBrowsePtr = nullptr;
+  QLabel* m_panelStatus = nullptr;
+  QLabel* m_panelNetState = nullptr;
+  QLabel* m_panelCurrentTime = nullptr;
+  QAction* m_mnuSaveAs = nullptr;
+  QTimer* m_tmrClock = nullptr;
+  bool m_closing = false;
+};
+
+}  // namespace velnor

@@ -1,0 +1,80 @@
+#include "platform/qt/QtDialogs.h"
+
+#include <QApplication>
+#include <QFileDialog>
+#include <QInputDialog>
+#include <QMessageBox>
+
+#include "core/Cp1252.h"
+
+namespace velnor {
+
+namespace {
+QString Q(const std::string& station) {
+  QString q = QString::fromStdString(Cp1252ToUtf8(station));
+  q.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
+  return q;
+}
+std::string S(const QString& q) { return Utf8ToCp1252(q.toStdString()); }
+}  // namespace
+
+MsgAnswer QtDialogs::messageBox(const std::string& text, const std::string& caption, MsgButtons buttons,
+                                MsgIcon icon) {
+  QMessageBox box(m_owner);
+  box.setWindowTitle(Q(caption.empty() ? std::string(kProgramTitle) : caption));
+  box.setText(Q(text));
+  switch (icon) {
+    case MsgIcon::Exclamation: box.setIcon(QMessageBox::Warning); break;
+    case MsgIcon::Information: box.setIcon(QMessageBox::Information); break;
+    case MsgIcon::Critical: box.setIcon(QMessageBox::Critical); break;
+    case MsgIcon::None: break;
+  }
+  if (buttons == MsgButtons::YesNo) {
+    box.setStandardButtons(QMessageBox::Yes | QMessageBox::No);
+    box.setDefaultButton(QMessageBox::Yes);
+    return box.exec() == QMessageBox::Yes ? MsgAnswer::Yes : MsgAnswer::No;
+  }
+  box.setStandardButtons(QMessageBox::Ok);
+  box.exec();
+  return MsgAnswer::Ok;
+}
+
+std::optional<std::string> QtDialogs::inputBox(const std::string& prompt, const std::string& title,
+                                               const std::string& preset) {
+  bool ok = false;
+  const QString answer = QInputDialog::getText(m_owner, Q(title), Q(prompt), QLineEdit::Normal, Q(preset), &ok);
+  if (!ok) return std::nullopt;
+  return S(answer);
+}
+
+QStringList QtDialogs::FilterList(const std::string& filter) {
+  const QStringList parts = Q(filter).split('|');
+  QStringList out;
+  for (int i = 0; i + 1 < parts.size(); i += 2) {
+    QString patterns = parts[i + 1];
+    patterns.replace(';', ' ');
+    // Qt reads the patterns from the parentheses of the description.
+    out << (parts[i].contains('(') ? parts[i] : parts[i] + " (" + patterns + ")");
+  }
+  return out;
+}
+
+std::string QtDialogs::openFileDialog(const FileDialogRequest& request) {
+  QFileDialog dialog(m_owner, Q(request.title), Q(request.initialDir));
+  dialog.setAcceptMode(QFileDialog::AcceptOpen);
+  dialog.setFileMode(QFileDialog::ExistingFile);
+  const QStringList filters = FilterList(request.filter);
+  if (!filters.isEmpty()) {
+    dialog.setNameFilters(filters);
+    const int index = request.filterIndex - 1;
+    if (index >= 0 && index < filters.size()) dialog.selectNameFilter(filters[index]);
+  }
+  if (!request.defaultExt.empty()) dialog.setDefaultSuffix(Q(request.defaultExt));
+  if (!request.fileName.empty()) dialog.selectFile(Q(request.fileName));
+  if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return {};
+  return S(dialog.selectedFiles().front());
+}
+
+void QtDialogs::beep() { QApplication::beep(); }
+
+}  // namespace velnor

@@ -1,0 +1,257 @@
+// The editor's commands on the real window: enabled commands, field states, focus and
+// the store after each step; start-up on a clean data directory; shutdown's refusals.
+#include <QCloseEvent>
+#include <QTimer>
+#include <fstream>
+#include <sstream>
+
+#include "WindowFixture.h"
+#include "link/PmLink.h"
+
+namespace velnor::testing {
+namespace {
+
+using Names = std::vector<std::string>;
+
+std::string ReadFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream ss;
+  ss << in.rdbuf();
+  return ss.str();
+}
+
+TEST_F(WindowTest, FirstStartOnCleanDataDirectory) {
+  // No velnor.ini yet: the defaults point at 127.0.0.1:9334. Keep the test off any real
+  // Pmdirect by making the data directory's settings file ourselves only in other tests.
+  start("k1abc");
+  for (const char* sub : {"archive", "reports", "logs", "scripts", "docs", "bbs.d", "tnc.d", "msg.d", "addr.d",
+                          "usr.d", "spool"}) {
+    EXPECT_TRUE(std::filesystem::is_directory(dataPath + "/" + sub)) << sub;
+  }
+  EXPECT_TRUE(std::filesystem::exists(dataPath + "/velnor.ini"));
+  EXPECT_EQ(win->LogFile(), dataPath + "/logs/Ics213-261119.log");
+  EXPECT_TRUE(std::filesystem::exists(win->LogFile()));
+  EXPECT_EQ(win->windowTitle().toStdString(), "Velnor (K1ABC)");
+  EXPECT_EQ(ReadSettings(dataPath + "/velnor.ini").LoginName, "K1ABC");
+  EXPECT_EQ(win->status(), "Velnor Ready");
+  EXPECT_EQ(ed->EditorMode(), "MAIN");
+  EXPECT_EQ(Enabled(), (Names{"cmdNew", "cmdBrowse"}));
+  EXPECT_EQ(FieldStates(), "LLLLLLLLLLLLLL");
+  EXPECT_FALSE(RoutingEnabled());
+}
+
+TEST_F(WindowTest, FailedLinkTestBeepsAndIsLogged) {
+  WriteIni(QuickSettings(DeadPort()));
+  start("k1abc");
+  EXPECT_EQ(dialogs.beeps, 1);
+  const std::string log = ReadFile(win->LogFile());
+  EXPECT_NE(log.find("Link Test to Pmdirect... failed\r\n"), std::string::npos) << log;
+  EXPECT_EQ(win->status(), "Velnor Ready");
+}
+
+TEST_F(WindowTest, IdentifierKeepsOldValueWhenCancelled) {
+  Settings s = QuickSettings(DeadPort());
+  s.LoginName = "W1XYZ";
+  WriteIni(s);
+  start(std::nullopt);
+  EXPECT_EQ(win->windowTitle().toStdString(), "Velnor (W1XYZ)");
+  EXPECT_EQ(dialogs.lastInputPreset, "W1XYZ");
+  dialogs.expectInput("Enter your Identifier", "");
+  win->findChild<QAction*>("mnuIdentifier")->trigger();
+  EXPECT_EQ(win->settings().LoginName, "W1XYZ");
+}
+
+TEST_F(WindowTest, NewWithAllDefaultsFocusesSubjectAndCreatesDraft) {
+  Settings s = QuickSettings(DeadPort());
+  s.IcdName = " Ridge Fire ";
+  s.DefTo = "Logistics";
+  s.DefToPos = "Chief";
+  s.DefFr = "Planning";
+  s.DefFrPos = "Lead";
+  s.DEFDEST = "EOC";
+  s.KEEPLOCAL = 1;
+  WriteIni(s);
+  start();
+
+  click("cmdNew");
+  EXPECT_EQ(ed->EditorMode(), "NEW");
+  EXPECT_EQ(ed->EditState(), 2);
+  EXPECT_EQ(Enabled(), (Names{"mnuPrint", "mnuSave", "mnuOpen", "cmdSend", "cmdSave", "cmdDelete", "cmdClose",
+                              "cmdSetFieldsAsDefault"}));
+  EXPECT_EQ(FieldStates(), "EEEEELEEEELLLL");  // field 5, the date, is never typed in
+  EXPECT_FALSE(field(5)->isEnabled());
+  EXPECT_FALSE(field(13)->isEnabled());
+  EXPECT_TRUE(RoutingEnabled());
+  EXPECT_EQ(fieldText(9), "Ridge Fire");
+  EXPECT_EQ(fieldText(7), "Planning");
+  EXPECT_EQ(fieldText(8), "Lead");
+  EXPECT_EQ(fieldText(5), "11/19/2026 14:05");
+  EXPECT_EQ(win->text(kRouteBox), "EOC");
+  EXPECT_TRUE(win->keepLocal());
+  EXPECT_EQ(FocusName(), "txtField_4");
+  EXPECT_EQ(MsgInfo(), "Msg# 1,  Locally created message; Draft");
+  EXPECT_EQ(StoredStatus(1), 6);
+  EXPECT_FALSE(ed->MessageSaved());  // the defaults count as typing
+}
+
+TEST_F(WindowTest, CommandTableThroughSaveEditCloseBrowseDelete) {
+  WriteIni(QuickSettings(DeadPort()));
+  start();
+  click("cmdNew");
+  EXPECT_EQ(FocusName(), "txtField_0");  // nothing filled: the first empty field
+  for (int i : {0, 1, 2, 3, 4, 6, 7, 8, 9}) type(i, "x");
+
+  click("cmdSave");
+  EXPECT_EQ(ed->EditState(), 1);
+  EXPECT_EQ(Enabled(), (Names{"mnuPrint", "cmdNew", "cmdDelete", "cmdClose", "cmdBrowse", "cmdEdit"}));
+  EXPECT_EQ(FieldStates(), "LLLLLLLLLLLLLL");
+  EXPECT_FALSE(RoutingEnabled());
+  EXPECT_EQ(win->status(), "Message saved");
+  EXPECT_TRUE(ed->MessageSaved());
+  {
+    IcsMsg s(dataPath, eventLog);
+    ASSERT_TRUE(s.Load(1));
+    EXPECT_EQ(s.rec().Subj(), "x");
+    EXPECT_EQ(s.rec().Status(), 6);
+    EXPECT_EQ(s.rec().Route(), "LOCAL:0");
+    EXPECT_NEAR(s.rec().MsgDate(), ToOleDate({2026, 11, 19, 14, 5, 0}), 1e-6);  // stamped to the minute
+    EXPECT_EQ(s.rec().RepDate(), 0);
+  }
+
+  click("cmdEdit");
+  EXPECT_EQ(ed->EditorMode(), "EDIT");
+  EXPECT_EQ(Enabled(), (Names{"mnuPrint", "mnuSave", "mnuOpen", "cmdSend", "cmdSave", "cmdDelete", "cmdClose",
+                              "cmdSetFieldsAsDefault"}));
+  EXPECT_EQ(FieldStates(), "EEEEELEEEELLLL");  // field 5, the date, is never typed in
+  EXPECT_EQ(FocusName(), "txtField_0");
+
+  click("cmdClose");  // nothing typed since the save
+  EXPECT_EQ(ed->EditState(), 0);
+  EXPECT_EQ(Enabled(), (Names{"cmdNew", "cmdBrowse"}));
+  EXPECT_EQ(fieldText(4), "");
+  EXPECT_EQ(MsgInfo(), "");
+
+  click("cmdBrowse");
+  EXPECT_EQ(ed->EditState(), 1);
+  EXPECT_EQ(Enabled(), (Names{"mnuPrint", "cmdNew", "cmdDelete", "cmdClose", "cmdBrowse", "cmdBRight", "cmdEdit"}));
+  EXPECT_EQ(BrowsePtr(), "( 1/1 )");
+  EXPECT_EQ(fieldText(4), "x");
+  click("cmdBRight");  // one message: the arrow is on, pressing it only turns it off
+  EXPECT_EQ(BrowsePtr(), "( 1/1 )");
+  EXPECT_FALSE(button("cmdBRight")->isEnabled());
+
+  click("cmdDelete");
+  EXPECT_EQ(ed->EditState(), 0);
+  EXPECT_EQ(Enabled(), (Names{"cmdNew", "cmdBrowse"}));
+  EXPECT_EQ(BrowsePtr(), "");
+  EXPECT_EQ(win->status(), "Velnor Ready");
+  click("cmdBrowse");
+  EXPECT_EQ(win->status(), "No messages found");
+  EXPECT_EQ(Enabled(), (Names{"cmdNew", "cmdBrowse"}));
+}
+
+TEST_F(WindowTest, CloseWithUnsavedTypingKeepsEverything) {
+  WriteIni(QuickSettings(DeadPort()));
+  start();
+  click("cmdNew");
+  type(4, "Water");
+  dialogs.expectMessage("Message was not saved.  Press Save or\r\nDelete on the form to continue.");
+  click("cmdClose");
+  EXPECT_EQ(ed->EditState(), 2);
+  EXPECT_EQ(fieldText(4), "Water");
+  EXPECT_TRUE(button("cmdSend")->isEnabled());
+}
+
+TEST_F(WindowTest, SendWithEmptySubjectMarksItAndRunsNoSession) {
+  Settings s = QuickSettings(DeadPort());
+  s.IcdName = "Ridge Fire";
+  s.DefTo = "Logistics";
+  s.DefToPos = "Chief";
+  s.DefFr = "Planning";
+  s.DefFrPos = "Lead";
+  WriteIni(s);
+  start();
+  click("cmdNew");
+  type(6, "Need water");
+  const std::string before = win->findChild<QLabel*>("NetState")->text().toStdString();
+  click("cmdSend");
+  EXPECT_EQ(win->backColour(4), kLightYellow);
+  EXPECT_EQ(win->backColour(3), kWindowColour);
+  EXPECT_EQ(FocusName(), "txtField_4");
+  EXPECT_EQ(StoredStatus(1), 6);
+  EXPECT_EQ(ed->EditState(), 2);
+  EXPECT_TRUE(button("cmdSend")->isEnabled());
+  EXPECT_EQ(win->findChild<QLabel*>("NetState")->text().toStdString(), before);  // no connection tried
+  EXPECT_EQ(win->status(), "Message saved");
+
+  // Typing into the marked field takes the mark away and offers Save.
+  button("cmdSave")->setEnabled(false);
+  type(4, "W");
+  EXPECT_EQ(win->backColour(4), kWindowColour);
+  EXPECT_TRUE(button("cmdSave")->isEnabled());
+  EXPECT_FALSE(ed->MessageSaved());
+}
+
+TEST_F(WindowTest, ReplyToReceivedMessageAndCloseWithoutQuestion) {
+  WriteIni(QuickSettings(DeadPort()));
+  const auto n = StoreRecord(4, 2, 1, "Road closed");
+  start();
+  click("cmdBrowse");
+  EXPECT_EQ(MsgInfo(), "Msg# " + std::to_string(n) + ",  Received message; Unread");
+  EXPECT_EQ(StoredStatus(n), 5);
+  EXPECT_TRUE(button("cmdReply")->isEnabled());
+  EXPECT_FALSE(button("cmdEdit")->isEnabled());
+
+  click("cmdReply");
+  EXPECT_EQ(Enabled(), (Names{"mnuPrint", "mnuSave", "mnuOpen", "cmdSend", "cmdSave", "cmdDelete", "cmdClose"}));
+  EXPECT_EQ(FieldStates(), "LLLLLLLLLLEEEL");
+  EXPECT_EQ(fieldText(11), "Logistics");
+  EXPECT_EQ(fieldText(12), "Chief");
+  EXPECT_EQ(fieldText(13), "11/19/2026 14:05");
+  EXPECT_EQ(FocusName(), "txtField_10");
+  EXPECT_EQ(MsgInfo(), "Msg# " + std::to_string(n) + ",  Locally created reply; Draft");
+  click("cmdClose");  // Reply leaves the form saved: no question
+  EXPECT_EQ(ed->EditState(), 0);
+  EXPECT_EQ(StoredStatus(n), 5);  // only in memory until saved
+}
+
+TEST_F(WindowTest, QuittingUnsavedNewMessageAbandonsIt) {
+  WriteIni(QuickSettings(DeadPort()));
+  start();
+  click("cmdNew");
+  type(4, "Draft");
+  dialogs.expectMessage("Message changed and was not saved.\r\nDo you really want to quit?", MsgAnswer::No);
+  EXPECT_FALSE(win->close());
+  EXPECT_EQ(StoredStatus(1), 6);
+  EXPECT_EQ(dialogs.shown.back().caption, "Message Close");
+
+  dialogs.expectMessage("Message changed and was not saved.", MsgAnswer::Yes);
+  EXPECT_TRUE(win->close());
+  EXPECT_EQ(StoredStatus(1), 7);
+}
+
+TEST_F(WindowTest, ClosingDuringSessionIsRefused) {
+  // A server that accepts and never answers holds the session in its first wait.
+  QTcpServer silent;
+  ASSERT_TRUE(silent.listen(QHostAddress::LocalHost, 0));
+  Settings s = QuickSettings(DeadPort());
+  WriteIni(s);
+  start();
+  win->settings().Port = std::to_string(silent.serverPort());
+  win->settings().TimeOut = "1500";
+
+  bool closed = true;
+  QTimer::singleShot(200, win.get(), [&] {
+    EXPECT_TRUE(win->link()->SessionRunning());
+    closed = win->close();
+  });
+  dialogs.expectMessage("Connection in progress; please wait\r\nfor the program to disconnect from Pmdirect.");
+  win->link()->RunSession();
+  EXPECT_FALSE(closed);
+  EXPECT_TRUE(win->isVisible());
+  EXPECT_FALSE(win->link()->SessionRunning());
+  EXPECT_TRUE(win->close());
+}
+
+}  // namespace
+}  // namespace velnor::testing

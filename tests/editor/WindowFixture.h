@@ -1,0 +1,194 @@
+#pragma once
+// The real main window, offscreen, over a temporary APPDATA: scripted dialogs, a fixed
+// clock, a recording sound, the Qt event loop and socket. start() runs the whole start-up
+// against a port where nothing listens (or the simulator), answering the identifier.
+#include <gtest/gtest.h>
+
+#include <QAction>
+#include <QApplication>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QTcpServer>
+#include <QTest>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "app/Settings.h"
+#include "core/Clock.h"
+#include "core/DateTime.h"
+#include "core/EventLog.h"
+#include "editor/qt/FrmMessage.h"
+#include "platform/Sound.h"
+#include "platform/qt/QtEventLoop.h"
+#include "platform/qt/QtSocket.h"
+#include "print/qt/QtPrinterSystem.h"
+#include "store/IcsMsg.h"
+#include "tests/support/ScriptedDialogs.h"
+#include "tests/support/TempDir.h"
+
+namespace velnor::testing {
+
+inline QApplication& App() {
+  static int argc = 1;
+  static char name[] = "test_editor";
+  static char* argv[] = {name, nullptr};
+  static QApplication* app = new QApplication(argc, argv);
+  return *app;
+}
+
+class RecordingSound : public Sound {
+ public:
+  bool playFileAsync(const std::string& path) override {
+    played.push_back(path);
+    return playWorks;
+  }
+  void beep() override { ++beeps; }
+  std::vector<std::string> played;
+  int beeps = 0;
+  bool playWorks = true;
+};
+
+// A port on loopback where nothing listens.
+inline int DeadPort() {
+  QTcpServer s;
+  s.listen(QHostAddress::LocalHost, 0);
+  const int port = s.serverPort();
+  s.close();
+  return port;
+}
+
+class WindowTest : public ::testing::Test {
+ protected:
+  WindowTest()
+      : clock(ToOleDate({2026, 11, 19, 14, 5, 9})),
+        appData(tmp.path() + "/appdata"),
+        dataPath(appData + "/velnor") {
+    printers.setPrinterLister([] { return QStringList{}; });
+  }
+  ~WindowTest() override {
+    if (win) {
+      win->hide();
+      win.reset();
+    }
+  }
+
+  FileLib::Environment Env() const {
+    FileLib::Environment env;
+    const std::string exeDir = tmp.path() + "/bin/velnor";
+    const std::string app = appData;
+    env.exeDir = [exeDir] { return exeDir; };
+    env.getenv = [app](const char* key) -> std::optional<std::string> {
+      if (std::string(key) == "APPDATA") return app;
+      return std::nullopt;
+    };
+    return env;
+  }
+
+  // Settings for a quick start-up: short waits, the given Pmdirect port.
+  Settings QuickSettings(int port) const {
+    Settings s;
+    s.Port = std::to_string(port);
+    s.TimeOut = "2000";
+    s.Pausev = 1;
+    s.SRTime = 3600;
+    return s;
+  }
+
+  void WriteIni(const Settings& s) {
+    std::filesystem::create_directories(dataPath);
+    WriteSettings(dataPath + "/velnor.ini", s);
+  }
+
+  // Builds the window and runs start-up; the identifier prompt is answered with `id`.
+  void start(std::optional<std::string> id = "k1abc") {
+    std::filesystem::create_directories(appData);  // the user's application-data folder exists
+    win = std::make_unique<FrmMessage>(
+        FrmMessageDeps{dialogs, sound, clock, eventLog, loop, socket, printers, Env()});
+    dialogs.expectInput("Enter your Identifier (i.e.: name, callsign, etc)", std::move(id));
+    ASSERT_TRUE(win->Form_Load());
+    win->activateWindow();
+    QApplication::setActiveWindow(win.get());
+    ed = win->editor();
+  }
+
+  template <class W = QWidget>
+  W* find(const char* name) const {
+    return win->findChild<W*>(name);
+  }
+  QPushButton* button(const char* name) const { return find<QPushButton>(name); }
+  void click(const char* name) const {
+    QPushButton* b = button(name);
+    ASSERT_NE(b, nullptr) << name;
+    ASSERT_TRUE(b->isEnabled()) << name << " is disabled";
+    b->click();
+  }
+  QWidget* field(int i) const { return find(("txtField_" + std::to_string(i)).c_str()); }
+  std::string fieldText(int i) const { return win->text(i); }
+  void type(int i, const char* text) const { QTest::keyClicks(field(i), text); }
+
+  // The commands enabled now, as their names, in the order of the Command enum.
+  std::vector<std::string> Enabled() const {
+    static const char* names[] = {"mnuPrint", "mnuSave", "mnuOpen", "cmdNew", "cmdSend", "cmdSave", "cmdDelete",
+                                  "cmdClose", "cmdBrowse", "cmdBLeft", "cmdBRight", "cmdEdit", "cmdReply",
+                                  "cmdSetFieldsAsDefault"};
+    std::vector<std::string> out;
+    for (int c = 0; c < kCommandCount; ++c) {
+      if (win->commandEnabled(static_cast<Command>(c))) out.push_back(names[c]);
+    }
+    return out;
+  }
+  // 'E' editable, 'L' locked, per field 0..13.
+  std::string FieldStates() const {
+    std::string out;
+    // A field can be typed in only when it is enabled and not read-only.
+    for (int i = 0; i < kFieldCount; ++i) out += win->readOnly(i) || !field(i)->isEnabled() ? 'L' : 'E';
+    return out;
+  }
+  std::string FocusName() const { return win->focusWidget() ? win->focusWidget()->objectName().toStdString() : ""; }
+  bool RoutingEnabled() const { return find("txtDefaultToRoute")->isEnabled() && find("chkKeepLocal")->isEnabled(); }
+  std::string MsgInfo() const { return find<QLabel>("lblMsgInfo")->text().toStdString(); }
+  std::string BrowsePtr() const { return find<QLabel>("lblBrowsePtr")->text().toStdString(); }
+
+  // A record put straight into the store, as another program or the decoder would.
+  std::int32_t StoreRecord(short status, short origin, short kind, const std::string& subj) {
+    IcsMsg s(dataPath, eventLog);
+    MsgRecord& r = s.rec();
+    r.setStatus(status);
+    r.setOrigin(origin);
+    r.setKind(kind);
+    r.setSubj(subj);
+    r.setTo("Logistics");
+    r.setToPos("Chief");
+    r.setFr("Planning");
+    r.setFrPos("Lead");
+    r.setMsg("Line one\r\nLine two");
+    r.setIcdName("Ridge Fire");
+    r.setRoute("LOCAL:0");
+    return s.NewMsg();
+  }
+  short StoredStatus(std::int32_t n) {
+    IcsMsg s(dataPath, eventLog);
+    EXPECT_TRUE(s.Load(n));
+    return s.rec().Status();
+  }
+
+  QApplication& app = App();  // before anything that needs Qt
+  TempDir tmp;
+  ScriptedDialogs dialogs;
+  RecordingSound sound;
+  FixedClock clock;
+  RecordingEventLog eventLog;
+  QtEventLoop loop;
+  QtSocket socket;
+  QtPrinterSystem printers;
+  std::string appData;
+  std::string dataPath;
+  std::unique_ptr<FrmMessage> win;
+  MessageEditor* ed = nullptr;
+};
+
+}  // namespace velnor::testing
