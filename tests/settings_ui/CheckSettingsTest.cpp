@@ -24,6 +24,8 @@ struct FormatCase {
   bool passes;
 };
 
+void PrintTo(const FormatCase& c, std::ostream* os) { *os << (c.isDate ? "date \"" : "time \"") << c.format << "\""; }
+
 class FormatCheck : public ::testing::TestWithParam<FormatCase> {};
 
 TEST_P(FormatCheck, AcceptsOnlyTheAllowedCharacters) {
@@ -118,6 +120,8 @@ struct IntervalCase {
   bool passes;
   short stored;
 };
+
+void PrintTo(const IntervalCase& c, std::ostream* os) { *os << "\"" << c.text << "\""; }
 
 class IntervalCheck : public ::testing::TestWithParam<IntervalCase> {};
 

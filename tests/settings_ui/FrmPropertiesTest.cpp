@@ -187,6 +187,8 @@ struct TypedFormat {
   bool passes;
 };
 
+void PrintTo(const TypedFormat& c, std::ostream* os) { *os << c.box << " \"" << c.text << "\""; }
+
 std::string RowName(const ::testing::TestParamInfo<TypedFormat>& info) {
   std::string name = std::string(info.param.box) + "_" + std::to_string(info.index);
   return name;
