@@ -26,6 +26,7 @@
 #include "link/PmLink.h"
 #include "platform/Dialogs.h"
 #include "print/IcsPrint.h"
+#include "print/PmGlobal.h"
 
 namespace velnor {
 

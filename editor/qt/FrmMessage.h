@@ -32,6 +32,7 @@ class Dialogs;
 class EventLog;
 class EventLoop;
 class IcsPrint;
+class PmGlobal;
 class PmLink;
 class PrinterSystem;
 class SessionLog;
@@ -141,6 +142,7 @@ class FrmMessage : public QMainWindow, public EditorView, public LinkHost, publi
   std::unique_ptr<IcsPrint> m_printer;
   std::unique_ptr<SessionLog> m_sessionLog;
   std::unique_ptr<PmLink> m_link;
+  std::unique_ptr<PmGlobal> m_pmGlobal;  // program-wide, start-up to shutdown
 
   std::array<QWidget*, kFieldCount + 1> m_boxes{};  // the fields, then the route box
   std::array<std::uint32_t, kFieldCount + 1> m_back{};

@@ -18,7 +18,9 @@
 #include "link/PmLink.h"
 #include "platform/Dialogs.h"
 #include "print/IcsPrint.h"
+#include "print/PmGlobal.h"
 #include "print/PrintCommand.h"
+#include "print/PrinterSystem.h"
 #include "settings_ui/qt/frmProperties.h"
 
 namespace velnor {
@@ -59,6 +61,10 @@ bool FrmMessage::Form_Load() {
     dialogs.messageBox("The data directory could not be set up:\r\n" + e.description() + "\r\n(" + e.source() + ")",
                        kProgramTitle, MsgButtons::Ok, MsgIcon::Critical);
     return false;
+  } catch (const std::exception& e) {
+    dialogs.messageBox(std::string("The data directory could not be set up:\r\n") + e.what(), kProgramTitle,
+                       MsgButtons::Ok, MsgIcon::Critical);
+    return false;
   }
 
   // 3-4: the store object, the form printer, the locked empty form.
@@ -73,6 +79,10 @@ bool FrmMessage::Form_Load() {
   m_editor = std::make_unique<MessageEditor>(std::move(ctx));
   m_printer = std::make_unique<IcsPrint>(m_deps.printers, ProgramVersion());
   m_editor->StartupBegin();
+
+  // 5-6: Pellmoor's global file needs the data directory and our version for its defaults.
+  m_pmGlobal = std::make_unique<PmGlobal>(m_dataPath, ProgramVersion(), m_deps.eventLog,
+                                          [this] { return m_deps.printers.CurrentDeviceName(); });
 
   m_link = std::make_unique<PmLink>(m_deps.loop, m_deps.socket, m_settings, *this, *m_sessionLog, dialogs,
                                     StoreOutbox(m_dataPath, m_deps.eventLog));
@@ -173,6 +183,8 @@ void FrmMessage::closeEvent(QCloseEvent* event) {
   }
   m_tmrClock->stop();
   if (m_link) m_link->tmrSRTimer().setEnabled(false);
+  // Writes "Pellmoor.glo" back if anything marked it changed.
+  m_pmGlobal.reset();
   event->accept();
 }
 

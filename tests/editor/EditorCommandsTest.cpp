@@ -21,8 +21,8 @@ std::string ReadFile(const std::string& path) {
 }
 
 TEST_F(WindowTest, FirstStartOnCleanDataDirectory) {
-  // No velnor.ini yet: the defaults point at 127.0.0.1:9334. Keep the test off any real
-  // Pmdirect by making the data directory's settings file ourselves only in other tests.
+  // APPDATA exists on any desktop; everything below it is ours to make.
+  std::filesystem::create_directories(appData);
   start("k1abc");
   for (const char* sub : {"archive", "reports", "logs", "scripts", "docs", "bbs.d", "tnc.d", "msg.d", "addr.d",
                           "usr.d", "spool"}) {
