@@ -1,0 +1,178 @@
+// The window as a whole program: Pellmoor's global file across start-up and shutdown,
+// and a complete Send against the real station simulator, with a reply from another
+// station collected in the same session.
+#include <QLabel>
+#include <fstream>
+#include <sstream>
+
+#include "WindowFixture.h"
+#include "core/AtomicFile.h"
+#include "format/Encoder.h"
+#include "link/PmLink.h"
+#include "tests/sim/SimHarness.h"
+
+namespace velnor::testing {
+namespace {
+
+using Names = std::vector<std::string>;
+
+std::string Slurp(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream ss;
+  ss << in.rdbuf();
+  return ss.str();
+}
+
+std::vector<std::string> CrLfLines(const std::string& text) {
+  std::vector<std::string> lines;
+  std::size_t pos = 0;
+  for (std::size_t eol; (eol = text.find("\r\n", pos)) != std::string::npos; pos = eol + 2)
+    lines.push_back(text.substr(pos, eol - pos));
+  EXPECT_EQ(pos, text.size()) << "text after the last CR LF";
+  return lines;
+}
+
+class GlobalFileTest : public WindowTest {
+ protected:
+  std::string glo() const { return dataPath + "/Pellmoor.glo"; }
+};
+
+TEST_F(GlobalFileTest, FirstStartCreatesDefaultsAndCurrentFileIsLeftAlone) {
+  start("k1abc");
+  const std::vector<std::string> lines = CrLfLines(Slurp(glo()));
+  const std::vector<std::string> expected = {"[GENERAL VARIABLES]",
+                                             "Version=" + ProgramVersion(),
+                                             "UseGlobalMsgNum=1",
+                                             "ProfSave=1",
+                                             "ParentVer=",
+                                             "",
+                                             "[LOCAL PRINTER]",
+                                             "PrinterName=" + printers.CurrentDeviceName(),
+                                             "PtrOrient=1",
+                                             "PtrCopies=1",
+                                             "PtrDuplex=1",
+                                             "FolderLabels=Folder 1|Folder 2|Folder 3|Folder 4|Folder 5",
+                                             "LstFontSize=9",
+                                             "",
+                                             "[START PREFERENCES]",
+                                             "RunPrgmOnStart=0",
+                                             "RunPrgmName="};
+  EXPECT_EQ(lines, expected);
+  EXPECT_TRUE(std::filesystem::exists(dataPath + "/velnor.ini"));
+  EXPECT_TRUE(std::filesystem::exists(win->LogFile()));
+
+  // Same version, nothing changed: shutdown must not rewrite what Pellmoor added since.
+  AppendToFile(glo(), "Pellmoor=was here\r\n", "test");
+  const std::string before = Slurp(glo());
+  EXPECT_TRUE(win->close());
+  win.reset();
+  EXPECT_EQ(Slurp(glo()), before);
+}
+
+TEST_F(GlobalFileTest, OtherVersionIsRewrittenOnlyAtShutdown) {
+  WriteIni(QuickSettings(DeadPort()));
+  const std::string old =
+      "[GENERAL VARIABLES]\r\nVersion=0.9.1\r\nPtrCopies=3\r\nPrinterName = Shack laser\r\nUnknownKey=x\r\n";
+  WriteFileAtomically(glo(), old, "test");
+  start();
+  EXPECT_EQ(Slurp(glo()), old);  // read, not yet written
+
+  EXPECT_TRUE(win->close());
+  const std::vector<std::string> lines = CrLfLines(Slurp(glo()));
+  ASSERT_EQ(lines.size(), 17u);
+  EXPECT_EQ(lines[1], "Version=" + ProgramVersion());
+  EXPECT_EQ(lines[7], "PrinterName= Shack laser");
+  EXPECT_EQ(lines[9], "PtrCopies=3");
+  EXPECT_EQ(Slurp(glo()).find("UnknownKey"), std::string::npos);
+}
+
+// Velnor against pmdirect-sim, with "EOC" as a second station speaking over a raw socket.
+class SendTest : public WindowTest {
+ protected:
+  SendTest() : sim(tmp.file("spool"), tmp.file("transcript")) {}
+
+  Settings StationSettings() const {
+    Settings s = QuickSettings(sim.port());
+    s.IcdName = "Ridge Fire";
+    s.DefTo = "EOC";
+    s.DefToPos = "Duty Officer";
+    s.DefFr = "Division A";
+    s.DefFrPos = "Supervisor";
+    s.DEFDEST = "EOC";
+    return s;
+  }
+
+  // EOC answers our station's message 1 with a reply addressed to K1ABC.
+  void EocReplies() {
+    MsgRecord r;
+    r.setKind(2);
+    r.setMsgNo(1);
+    r.setIcdName("Ridge Fire");
+    r.setTo("Division A");
+    r.setToPos("Supervisor");
+    r.setFr("EOC");
+    r.setFrPos("Duty Officer");
+    r.setSubj("Water tender");
+    r.setMsgDate(ToOleDate({2026, 11, 19, 13, 50, 0}));
+    r.setMsg("Need one water tender at gate 3.");
+    r.setSign("J. Ortiz");
+    r.setSignPos("Supervisor");
+    r.setReply("Tender 41 on its way, ETA 14:30.");
+    r.setRepSign("M. Chen");
+    r.setRepPos("Duty Officer");
+    r.setRepDate(ToOleDate({2026, 11, 19, 14, 2, 0}));
+    r.setRoute("K1ABC:0");
+    SimClient eoc(sim.port());
+    ASSERT_EQ(eoc.ask("<!REG!>", "LOGON>"), "LOGON>");
+    ASSERT_EQ(eoc.ask("<!LOGON!>EOC", "OK>"), "OK>");
+    eoc.send(EncodeRecord(r, "EOC") + "\r\n");
+    ASSERT_EQ(eoc.read(3), "OK>");
+    ASSERT_EQ(eoc.ask("QUIT", "QUITING>"), "QUITING>");
+  }
+
+  std::string ReceivedBySim() const {
+    std::string in;
+    for (const auto& r : ReadTranscript(tmp.file("transcript")))
+      if (r.dir == '<') in += r.bytes;
+    return in;
+  }
+
+  SimProcess sim;
+};
+
+TEST_F(SendTest, SendHandsTheMessageOverAndCollectsTheReply) {
+  WriteIni(StationSettings());
+  start();
+  EXPECT_NE(Slurp(win->LogFile()).find("Link Test to Pmdirect... passed\r\n"), std::string::npos);
+  EXPECT_EQ(win->findChild<QLabel*>("NetState")->text().toStdString(), "Disconnected");
+
+  click("cmdNew");
+  type(4, "Water tender");
+  type(6, "Need one water tender at gate 3.");
+  EocReplies();
+  click("cmdSend");
+
+  EXPECT_EQ(MsgInfo(), "Msg# 1,  Locally created message; Sent");
+  EXPECT_EQ(StoredStatus(1), 3);
+  EXPECT_FALSE(win->link()->SessionRunning());
+  EXPECT_EQ(ed->EditState(), 1);
+  EXPECT_EQ(Enabled(), (Names{"mnuPrint", "cmdNew", "cmdDelete", "cmdClose", "cmdBrowse", "cmdEdit"}));
+
+  // The exact text went over the wire, followed by the extra line end the dialogue wants.
+  const std::string sent = EncodeMsg(dataPath, eventLog, 1, "K1ABC");
+  EXPECT_NE(sent.find("SUBJECT: Water tender\r\n"), std::string::npos) << sent;
+  EXPECT_NE(ReceivedBySim().find("<!LOGON!>K1ABC\r\n" + sent + "\r\nPOP\r\n"), std::string::npos)
+      << ReceivedBySim();
+
+  // The reply came back in the same session: filed on its own, unread, with a notice.
+  IcsMsg got(dataPath, eventLog);
+  ASSERT_TRUE(got.Load(2));
+  EXPECT_EQ(got.rec().Status(), 4);
+  EXPECT_EQ(got.rec().Kind(), 2);
+  EXPECT_EQ(got.rec().Reply(), "Tender 41 on its way, ETA 14:30.");
+  EXPECT_EQ(win->OpenNotices(), 1);
+  EXPECT_EQ(StoredStatus(1), 3);  // the reply is not merged into the message it answers
+}
+
+}  // namespace
+}  // namespace velnor::testing
