@@ -29,6 +29,7 @@ TEST_F(WindowTest, FirstStartOnCleanDataDirectory) {
     EXPECT_TRUE(std::filesystem::is_directory(dataPath + "/" + sub)) << sub;
   }
   EXPECT_TRUE(std::filesystem::exists(dataPath + "/velnor.ini"));
+  EXPECT_TRUE(std::filesystem::exists(dataPath + "/Pellmoor.glo"));
   EXPECT_EQ(win->LogFile(), dataPath + "/logs/Ics213-261119.log");
   EXPECT_TRUE(std::filesystem::exists(win->LogFile()));
   EXPECT_EQ(win->windowTitle().toStdString(), "Velnor (K1ABC)");
