@@ -1,5 +1,6 @@
 // Browsing, field entry and defaults, and the notices of a real session against
 // pmdirect-sim, all on the real window offscreen.
+#include <QClipboard>
 #include <QTimer>
 #include <fstream>
 
@@ -123,6 +124,67 @@ TEST_F(WindowTest, OpenInsertsFileIntoReplyBodyAndReportsUnreadableFile) {
   win->findChild<QAction*>("mnuOpen")->trigger();
   EXPECT_EQ(fieldText(10), "xy\r\nzAB");
   EXPECT_FALSE(ed->MessageSaved());
+}
+
+TEST_F(WindowTest, DeleteOfLockedRecordWarnsThenAsksAboutTyping) {
+  WriteIni(QuickSettings(DeadPort()));
+  start();
+  click("cmdNew");
+  ed->CurrentRecord().rec().setLocked(1);
+  ed->CurrentRecord().Update(1);
+  type(4, "Kept");
+  dialogs.expectMessage("Message is locked to another process.  Try\r\nagain later, or restart program to clear.");
+  dialogs.expectMessage("Message was not saved.\r\nDo you really want to continue?", MsgAnswer::No);
+  click("cmdDelete");
+  EXPECT_EQ(dialogs.shown.back().caption, "New Message");
+  EXPECT_EQ(StoredStatus(1), 6);  // still there
+  EXPECT_EQ(fieldText(4), "Kept");  // No keeps the text, locked
+  EXPECT_EQ(FieldStates(), "LLLLLLLLLLLLLL");
+  EXPECT_EQ(Enabled(), (Names{"cmdNew", "cmdBrowse"}));
+}
+
+TEST_F(WindowTest, ClipboardCommandsFollowTheFocus) {
+  WriteIni(QuickSettings(DeadPort()));
+  start();
+  click("cmdNew");
+  win->setText(4, "Water tender");
+  field(4)->setFocus();
+  win->selectAll(4);
+  win->findChild<QAction*>("MnuCut")->trigger();
+  EXPECT_EQ(QApplication::clipboard()->text().toStdString(), "Water tender");
+  EXPECT_EQ(fieldText(4), "");
+  win->findChild<QAction*>("mnuPaste")->trigger();
+  EXPECT_EQ(fieldText(4), "Water tender");
+  EXPECT_FALSE(ed->MessageSaved());
+
+  button("cmdSave")->setFocus();  // Copy with a button in focus empties the clipboard
+  win->findChild<QAction*>("mnuCopy")->trigger();
+  EXPECT_EQ(QApplication::clipboard()->text().toStdString(), "");
+}
+
+TEST(NoticeSound, WaveFileOnlyForPoaOneAndBeepWhenItFails) {
+  App();
+  ScriptedDialogs dialogs;
+  struct Row {
+    short poa;
+    bool playWorks;
+    std::size_t played;
+    int beeps;
+  };
+  for (const Row& row : {Row{0, true, 0, 1}, Row{1, true, 1, 0}, Row{1, false, 1, 1}, Row{2, true, 0, 1}}) {
+    RecordingSound sound;
+    sound.playWorks = row.playWorks;
+    Settings settings;
+    settings.POA = row.poa;
+    settings.POAFile = "/sounds/arrival.wav";
+    FrmNewMsgPopup notice(NoticeDeps{dialogs, sound, settings, [] { return short{0}; }, [](std::int32_t) {}}, nullptr);
+    notice.ShowNotice("New message\r\nFrom: Base", 5);
+    EXPECT_EQ(sound.played.size(), row.played) << "POA " << row.poa;
+    EXPECT_EQ(sound.beeps, row.beeps) << "POA " << row.poa;
+    EXPECT_TRUE(notice.isVisible());
+    EXPECT_EQ(notice.number(), 5);
+    notice.setAttribute(Qt::WA_DeleteOnClose, false);
+  }
 }
 
 class SessionTest : public WindowTest {
