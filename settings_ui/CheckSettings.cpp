@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "app/FileLib.h"
 #include "core/Clock.h"
 #include "core/DateTime.h"
 #include "core/StringLib.h"
@@ -201,16 +202,6 @@ bool RunSoundTest(const std::string& soundPath, Sound& sound, Dialogs& dialogs) 
   return false;
 }
 
-std::string SoundDirName(const std::string& path) {
-  const std::size_t slash = path.rfind('/');
-  return slash == std::string::npos ? std::string() : path.substr(0, slash);
-}
-
-std::string SoundFileName(const std::string& path) {
-  const std::size_t slash = path.rfind('/');
-  return slash == std::string::npos ? path : path.substr(slash + 1);
-}
-
 std::string AskForWaveFile(const std::string& soundPath, const std::string& dataPath, Dialogs& dialogs) {
   FileDialogRequest req;
   req.title = "Select .wav file name";
@@ -218,8 +209,8 @@ std::string AskForWaveFile(const std::string& soundPath, const std::string& data
   req.filterIndex = 1;
   req.defaultExt = "wav";
   if (!soundPath.empty()) {
-    req.initialDir = SoundDirName(soundPath);
-    req.fileName = SoundFileName(soundPath);
+    req.initialDir = FileLib::GetDirName(soundPath);
+    req.fileName = FileLib::GetFileName(soundPath);
   } else {
     req.initialDir = dataPath;
   }

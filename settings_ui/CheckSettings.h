@@ -85,8 +85,4 @@ bool RunSoundTest(const std::string& soundPath, Sound& sound, Dialogs& dialogs);
 // current path comes back when the operator cancels.
 std::string AskForWaveFile(const std::string& soundPath, const std::string& dataPath, Dialogs& dialogs);
 
-// Text before the last "/" (empty without one); text after it (the whole path without one).
-std::string SoundDirName(const std::string& path);
-std::string SoundFileName(const std::string& path);
-
 }  // namespace velnor

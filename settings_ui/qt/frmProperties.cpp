@@ -16,6 +16,7 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
+#include "app/FileLib.h"
 #include "core/Cp1252.h"
 
 namespace velnor {
@@ -217,7 +218,7 @@ void frmProperties::Form_Load() {
   for (int i = 0; i < 4; ++i) txtServer[i]->setText(ToQ(st.txtServer[i]));
   chkPlayOnArrival->setChecked(st.chkPlayOnArrival);
   m_soundPath = st.soundPath;
-  txtPlayOnArrival->setText(ToQ(SoundFileName(m_soundPath)));
+  txtPlayOnArrival->setText(ToQ(FileLib::GetFileName(m_soundPath)));
   chkPlayOnArrival_Click();
   chkKeepLocal->setChecked(st.chkKeepLocal);
   txtDefualtToRoute->setText(ToQ(st.txtDefualtToRoute));
@@ -297,7 +298,7 @@ void frmProperties::chkPlayOnArrival_Click() {
 
 void frmProperties::cmdBrowse_Click() {
   m_soundPath = AskForWaveFile(m_soundPath, m_hooks.dataPath, *m_hooks.dialogs);
-  txtPlayOnArrival->setText(ToQ(SoundFileName(m_soundPath)));
+  txtPlayOnArrival->setText(ToQ(FileLib::GetFileName(m_soundPath)));
 }
 
 void frmProperties::cmdTestWav_Click() { RunSoundTest(m_soundPath, *m_hooks.sound, *m_hooks.dialogs); }

@@ -358,13 +358,5 @@ TEST(WaveFile, StartsBesideTheCurrentSoundOrInTheDataDirectory) {
   EXPECT_EQ(AskForWaveFile("/media/snd/old.wav", "/data", dialogs), "/media/snd/old.wav");
 }
 
-TEST(WaveFile, NameSplitsAtTheLastSlash) {
-  EXPECT_EQ(SoundFileName("/a/b/c.wav"), "c.wav");
-  EXPECT_EQ(SoundDirName("/a/b/c.wav"), "/a/b");
-  EXPECT_EQ(SoundFileName("c.wav"), "c.wav");
-  EXPECT_EQ(SoundDirName("c.wav"), "");
-  EXPECT_EQ(SoundFileName("/a/"), "");
-}
-
 }  // namespace
 }  // namespace velnor
