@@ -1,14 +1,19 @@
 #include "store/IcsMsg.h"
 
 #include <fcntl.h>
+#include <linux/magic.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <new>
 #include <vector>
 
@@ -22,6 +27,60 @@ constexpr std::size_t kRec = MsgRecord::kSize;
 // Records per read or write while walking the file: about 1 MB per system call.
 constexpr std::int64_t kChunkRecords = 128;
 constexpr int kMaxReopen = 1000;
+// A walk's first read-ahead; it doubles while the walk goes on, up to kChunkRecords.
+constexpr std::int64_t kFirstReadAhead = 8;
+constexpr std::int64_t kNsPerSec = 1'000'000'000;
+
+// Every write to a store by any object of this process; a change drops read-ahead blocks.
+std::uint64_t g_storeWrites = 0;
+
+std::int64_t ClockNs(clockid_t id) {
+  timespec ts{};
+  ::clock_gettime(id, &ts);
+  return static_cast<std::int64_t>(ts.tv_sec) * kNsPerSec + ts.tv_nsec;
+}
+
+// Moves only when the realtime clock is stepped (slewing moves both clocks alike).
+std::int64_t ClockOffsetNs() { return ClockNs(CLOCK_REALTIME) - ClockNs(CLOCK_MONOTONIC); }
+
+// The resolution of the coarse clock that stamps file times: one kernel tick.
+std::int64_t CoarseTickNs() {
+  static const std::int64_t tick = [] {
+    timespec ts{};
+    if (::clock_getres(CLOCK_REALTIME_COARSE, &ts) != 0) return kNsPerSec / 10;
+    return static_cast<std::int64_t>(ts.tv_sec) * kNsPerSec + ts.tv_nsec;
+  }();
+  return tick;
+}
+
+// A file time in ns, or false when it does not fit (past the year 2262).
+bool TimeNs(const timespec& ts, std::int64_t& out) {
+  constexpr std::int64_t limit = std::numeric_limits<std::int64_t>::max() / kNsPerSec - 1;
+  if (ts.tv_sec > limit || ts.tv_sec < -limit) return false;
+  out = static_cast<std::int64_t>(ts.tv_sec) * kNsPerSec + ts.tv_nsec;
+  return true;
+}
+
+// Local file systems stamped by this kernel's clock with 1 ns or 1 s granularity.
+bool TimesFromThisKernel(int fd) {
+  struct statfs fs {};
+  if (::fstatfs(fd, &fs) != 0) return false;
+  switch (static_cast<unsigned long>(fs.f_type)) {
+    case EXT4_SUPER_MAGIC:
+    case XFS_SUPER_MAGIC:
+    case BTRFS_SUPER_MAGIC:
+    case TMPFS_MAGIC:
+    case F2FS_SUPER_MAGIC:
+      return true;
+    default:
+      return false;
+  }
+}
+
+std::int64_t RecCountFor(off_t size) {
+  const double count = std::nearbyint(static_cast<double>(size) / static_cast<double>(kRec));
+  return static_cast<std::int64_t>(std::min(count, 2147483647.0));
+}
 
 VError Overflow(const std::string& source) { return VError(kErrOverflow, source, "Overflow"); }
 
@@ -87,6 +146,7 @@ class StoreFile {
         break;
       if (attempt >= kMaxReopen) throw VError(kErrPathFileAccess, source, "Path/File access error");
     }
+    m_locked = locked;
     m_mode = locked.st_mode & 07777;
     m_size = locked.st_size;
     if (m_size == 0) {
@@ -95,13 +155,15 @@ class StoreFile {
       header.setTo("[ics213!.]");
       writeRecord(1, header.image().data(), "PmMsg:InitHeader");
     }
-    const double count = std::nearbyint(static_cast<double>(m_size) / static_cast<double>(kRec));
-    m_recCount = static_cast<std::int64_t>(std::min(count, 2147483647.0));
+    m_recCount = RecCountFor(m_size);
   }
 
   int fd() const { return m_fd.get(); }
   std::int64_t recCount() const { return m_recCount; }
   mode_t mode() const { return m_mode; }
+  // The file as fstat saw it under the lock, before this operation wrote anything.
+  const struct stat& lockedStat() const { return m_locked; }
+  bool wroteHeader() const { return m_locked.st_size == 0; }
 
   // Reads count records starting at record first (from 1); whatever lies past the end of
   // the file reads as zero bytes.
@@ -124,6 +186,7 @@ class StoreFile {
 
   void writeRecord(std::int64_t index, const unsigned char* data, const std::string& source) {
     const off_t offset = static_cast<off_t>(index - 1) * static_cast<off_t>(kRec);
+    ++g_storeWrites;
     WriteAll(m_fd.get(), data, kRec, offset, source);
     m_size = std::max<off_t>(m_size, offset + static_cast<off_t>(kRec));
   }
@@ -132,6 +195,7 @@ class StoreFile {
 
  private:
   Fd m_fd;
+  struct stat m_locked {};
   off_t m_size = 0;
   std::int64_t m_recCount = 0;
   mode_t m_mode = 0644;
@@ -282,6 +346,7 @@ void IcsMsg::DeleteOne(std::int32_t number) {
     if (::close(t.release()) != 0) throw ErrnoError(errno, source);
     step(3);
     // One atomic step: readers see the old store or the new one, never neither.
+    ++g_storeWrites;
     if (::rename(tmp.c_str(), m_storeFile.c_str()) != 0) throw ErrnoError(errno, source);
     tmpMade = false;
     DirSync(m_dataPath);
@@ -294,15 +359,96 @@ void IcsMsg::DeleteOne(std::int32_t number) {
 
 void IcsMsg::ResetList() { m_listPos = 1; }
 
+bool IcsMsg::FileStateSettled(std::int64_t ctimeNs, std::int64_t nowNs, std::int64_t tickNs) {
+  // Granularity is 1 ns or 1 s on the file systems we cache; whole seconds may mean 1 s.
+  const std::int64_t granularity = ctimeNs % kNsPerSec != 0 ? 1 : kNsPerSec;
+  // The coarse clock can lag real time by a tick; one more tick of slack.
+  return nowNs >= ctimeNs && nowNs - ctimeNs >= granularity + 2 * tickNs;
+}
+
+namespace {
+
+bool StateOf(const struct stat& st, std::uint64_t& dev, std::uint64_t& ino, std::int64_t& size,
+             std::int64_t& mtimeNs, std::int64_t& ctimeNs) {
+  dev = static_cast<std::uint64_t>(st.st_dev);
+  ino = static_cast<std::uint64_t>(st.st_ino);
+  size = static_cast<std::int64_t>(st.st_size);
+  return TimeNs(st.st_mtim, mtimeNs) && TimeNs(st.st_ctim, ctimeNs);
+}
+
+}  // namespace
+
+bool IcsMsg::listFromBlock(bool& found) {
+  ListBlock& b = m_block;
+  if (b.count == 0) return false;
+  FileState now;
+  struct stat st {};
+  if (b.writes != g_storeWrites || std::llabs(ClockOffsetNs() - b.clockOffsetNs) > 1'000'000 ||
+      ::stat(m_storeFile.c_str(), &st) != 0 || !StateOf(st, now.dev, now.ino, now.size, now.mtimeNs, now.ctimeNs)) {
+    b.count = 0;
+    return false;
+  }
+  now.mode = st.st_mode;
+  now.uid = st.st_uid;
+  now.gid = st.st_gid;
+  if (!(now == b.state)) {
+    b.count = 0;
+    return false;
+  }
+  // Unchanged since the block was read under the lock, so the block is the file.
+  if (m_listPos >= RecCountFor(static_cast<off_t>(now.size))) {
+    found = false;
+    return true;
+  }
+  const std::int64_t next = std::int64_t{m_listPos} + 1;
+  if (next < b.first || next >= b.first + b.count) return false;
+  std::memcpy(m_current.image().data(), b.bytes.data() + static_cast<std::size_t>(next - b.first) * kRec, kRec);
+  m_listPos = static_cast<std::int32_t>(next);
+  found = true;
+  return true;
+}
+
 bool IcsMsg::GetList() {
   try {
+    bool found = false;
+    if (listFromBlock(found)) return found;
     StoreFile f(m_storeFile, m_header);
+    ++m_listFileReads;
+    const std::int64_t walkedTo = m_block.first + std::max<std::int64_t>(m_block.count, 1);
+    m_block.count = 0;
     if (m_listPos >= f.recCount()) return false;
     const std::int32_t next = m_listPos + 1;
-    f.readRecords(next, 1, m_current.image().data(), "PmMsg:GetList");
+
+    FileState state;
+    const struct stat& st = f.lockedStat();
+    const std::int64_t nowNs = m_fileClock ? m_fileClock() : ClockNs(CLOCK_REALTIME);
+    const bool trusted = !f.wroteHeader() && StateOf(st, state.dev, state.ino, state.size, state.mtimeNs, state.ctimeNs) &&
+                         FileStateSettled(state.ctimeNs, nowNs, CoarseTickNs()) && TimesFromThisKernel(f.fd());
+    std::int64_t count = 1;
+    if (trusted) {
+      m_block.readAhead = next == walkedTo ? std::min(m_block.readAhead * 2, kChunkRecords) : kFirstReadAhead;
+      count = std::min(m_block.readAhead, f.recCount() - next + 1);
+    }
+    if (count == 1) {
+      f.readRecords(next, 1, m_current.image().data(), "PmMsg:GetList");
+      m_block.first = next;
+    } else {
+      m_block.bytes.resize(static_cast<std::size_t>(count) * kRec);
+      f.readRecords(next, count, m_block.bytes.data(), "PmMsg:GetList");
+      std::memcpy(m_current.image().data(), m_block.bytes.data(), kRec);
+      state.mode = st.st_mode;
+      state.uid = st.st_uid;
+      state.gid = st.st_gid;
+      m_block.state = state;
+      m_block.first = next;
+      m_block.count = count;
+      m_block.writes = g_storeWrites;
+      m_block.clockOffsetNs = ClockOffsetNs();
+    }
     m_listPos = next;
     return true;
   } catch (...) {
+    m_block.count = 0;
     rethrow("GetList");
   }
 }

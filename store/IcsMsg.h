@@ -18,11 +18,40 @@
 // Files whose length is not a multiple of 8822 are read with the last record padded with
 // zero bytes. The record count is length / 8822 rounded to nearest, halves to even.
 //
+// A ResetList/GetList walk reads ahead: GetList keeps a block of the records after the one
+// it returns, with the file's state (device, inode, size, mtime, ctime, mode, owner) as
+// seen under the lock when the block was read. A later GetList serves the next record
+// from the block, without opening or locking the file, only when a stat of the store's
+// path shows that state unchanged; anything else goes the locked way and reads again.
+// Why an unchanged state proves unchanged contents:
+//  - Every writer of this store holds the lock while it writes, so the block is one
+//    whole, settled state of the file, and every change after it comes after our unlock.
+//  - A write, truncate, chmod or rename sets the inode's ctime to the file system's
+//    clock (CLOCK_REALTIME, coarse, cut to the file system's granularity); a store
+//    replaced by rename is another inode, or a reused inode number with a newer ctime.
+//  - The catch is a change within the same clock tick as the ctime we saw: it leaves
+//    ctime (and a same-size write leaves everything) unchanged. So a block is trusted only
+//    when, at the time it was read, its ctime already lay at least one granularity plus
+//    two coarse ticks in the past: any later change then gets a strictly newer ctime.
+//    Blocks read sooner are used once and read again (see FileStateSettled).
+//  - Granularity: the cache is used only on local file systems whose clock is this
+//    kernel's and whose granularity is 1 ns or 1 s (ext2/3/4, xfs, btrfs, tmpfs, f2fs).
+//    A ctime with nonzero nanoseconds rules out 1 s; otherwise 1 s is assumed. Network
+//    file systems stamp times with the server's clock and are never cached.
+//  - The realtime clock stepped back could reproduce an old ctime: a block is dropped
+//    when the offset between the realtime and monotonic clocks has moved since it was
+//    read. Every write by any store object of this process drops all blocks at once.
+//  - Not covered, as the lock does not cover them either: writers that ignore the lock,
+//    and writes through a shared memory mapping (which need not touch ctime).
+// A GetList served from the block cannot fail where the locked way would only on
+// conditions that do not concern the contents (no free descriptors, a read-only remount).
+//
 // Load/Add/Update/GetList/DeleteOne write an event-log entry "<description> in
 // PmMsg:<Op>" on failure and rethrow VError with source "PmMsg:<Op>".
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "store/MsgRecord.h"
 
@@ -56,6 +85,17 @@ class IcsMsg {
   // written and synced, 4 renamed); lets tests stop a process at a chosen point.
   void setStepHook(std::function<void(int)> hook) { m_stepHook = std::move(hook); }
 
+  // The file system's clock, in ns since 1970, as GetList uses it to decide whether a
+  // block may be trusted; CLOCK_REALTIME unless tests fix it.
+  void setFileClock(std::function<std::int64_t()> nowNs) { m_fileClock = std::move(nowNs); }
+  // How many times GetList opened and read the store (the rest came from its block).
+  std::int64_t listFileReads() const { return m_listFileReads; }
+
+  // True when a block read at nowNs, of a file whose ctime was ctimeNs, may be trusted:
+  // any later change of the file is then bound to get a newer ctime. tickNs is the
+  // coarse clock's resolution.
+  static bool FileStateSettled(std::int64_t ctimeNs, std::int64_t nowNs, std::int64_t tickNs);
+
  private:
   // Logs "<description> in PmMsg:<op>" and throws the failure again with that source.
   [[noreturn]] void rethrow(const char* op);
@@ -71,6 +111,28 @@ class IcsMsg {
   MsgRecord m_header;
   std::int32_t m_listPos = 1;
   std::function<void(int)> m_stepHook;
+
+  // The record after ListPos, served from the read-ahead block when it is still valid.
+  bool listFromBlock(bool& found);
+
+  struct FileState {
+    std::uint64_t dev = 0, ino = 0;
+    std::int64_t size = -1, mtimeNs = 0, ctimeNs = 0;
+    std::uint32_t mode = 0, uid = 0, gid = 0;
+    bool operator==(const FileState&) const = default;
+  };
+  struct ListBlock {
+    std::vector<unsigned char> bytes;
+    std::int64_t first = 0;  // record number of the first record held
+    std::int64_t count = 0;  // records held; 0 when there is no trusted block
+    FileState state;
+    std::uint64_t writes = 0;       // the process's store writes when it was read
+    std::int64_t clockOffsetNs = 0;  // realtime minus monotonic when it was read
+    std::int64_t readAhead = 1;
+  };
+  ListBlock m_block;
+  std::function<std::int64_t()> m_fileClock;
+  std::int64_t m_listFileReads = 0;
 };
 
 }  // namespace velnor
