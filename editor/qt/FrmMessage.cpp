@@ -14,9 +14,11 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenuBar>
+#include <QMouseEvent>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QStatusBar>
+#include <QStyle>
 #include <QTextBlock>
 #include <QTimer>
 #include <QVBoxLayout>
@@ -190,10 +192,25 @@ void FrmMessage::BuildForm() {
   auto* routing = new QVBoxLayout(m_frame2);
   routing->addWidget(new QLabel("Destination Route ID:", m_frame2));
   routing->addWidget(route);
-  m_chkKeepLocal = new QCheckBox("Keep this message local to this Command / ICP", m_frame2);
+  // A check box cannot wrap its own caption, and the long one is wider than the command
+  // column: a wrapping label inside the box shows it, is greyed with the box, and passes
+  // its clicks on (eventFilter).
+  const QString keepCaption = "Keep this message local to this Command / ICP";
+  m_chkKeepLocal = new QCheckBox(m_frame2);
   m_chkKeepLocal->setObjectName("chkKeepLocal");
-  // The long caption wraps inside the narrow column.
-  m_chkKeepLocal->setStyleSheet("QCheckBox { max-width: 200px; }");
+  m_chkKeepLocal->setAccessibleName(keepCaption);
+  auto* keepText = new QLabel(keepCaption, m_chkKeepLocal);
+  keepText->setObjectName("lblKeepLocal");
+  keepText->setWordWrap(true);
+  keepText->installEventFilter(this);
+  QSizePolicy keepPolicy(QSizePolicy::Preferred, QSizePolicy::Minimum);
+  keepPolicy.setHeightForWidth(true);
+  m_chkKeepLocal->setSizePolicy(keepPolicy);
+  auto* keepLayout = new QHBoxLayout(m_chkKeepLocal);
+  const int indicator = m_chkKeepLocal->style()->pixelMetric(QStyle::PM_IndicatorWidth) +
+                        m_chkKeepLocal->style()->pixelMetric(QStyle::PM_CheckBoxLabelSpacing);
+  keepLayout->setContentsMargins(indicator + 2, 0, 0, 0);
+  keepLayout->addWidget(keepText);
   auto* keepRow = new QHBoxLayout();
   keepRow->addWidget(m_chkKeepLocal);
   routing->addLayout(keepRow);
@@ -293,6 +310,11 @@ void FrmMessage::ConnectCommands() {
 }
 
 bool FrmMessage::eventFilter(QObject* watched, QEvent* event) {
+  if (watched->parent() == m_chkKeepLocal && event->type() == QEvent::MouseButtonRelease &&
+      static_cast<QMouseEvent*>(event)->button() == Qt::LeftButton) {
+    m_chkKeepLocal->click();
+    return true;
+  }
   int index = -1;
   for (int i = 0; i <= kRouteBox; ++i) {
     if (watched == m_boxes[static_cast<std::size_t>(i)]) index = i;

@@ -1,11 +1,16 @@
 // The window as a whole program: Pellmoor's global file across start-up and shutdown,
-// and a complete Send against the real station simulator, with a reply from another
-// station collected in the same session.
+// a complete Send against the real station simulator with a reply from another station
+// collected in the same session, and the form at the smallest screen we support. The
+// last test also makes the pictures under docs/ (scripts/screenshots runs it under Xvfb
+// with VELNOR_SHOTS_DIR set).
 #include <QLabel>
+#include <QPixmap>
+#include <cstdlib>
 #include <fstream>
 #include <sstream>
 
 #include "WindowFixture.h"
+#include "editor/qt/FrmNewMsgPopup.h"
 #include "core/AtomicFile.h"
 #include "format/Encoder.h"
 #include "link/PmLink.h"
@@ -172,6 +177,83 @@ TEST_F(SendTest, SendHandsTheMessageOverAndCollectsTheReply) {
   EXPECT_EQ(got.rec().Reply(), "Tender 41 on its way, ETA 14:30.");
   EXPECT_EQ(win->OpenNotices(), 1);
   EXPECT_EQ(StoredStatus(1), 3);  // the reply is not merged into the message it answers
+}
+
+
+class PictureTest : public SendTest {
+ protected:
+  // Renders the window; saved only when pictures are asked for.
+  void shoot(const char* name) {
+    QApplication::processEvents();
+    const QPixmap pic = win->grab();
+    EXPECT_EQ(pic.size(), win->size()) << name;
+    if (const char* dir = std::getenv("VELNOR_SHOTS_DIR"); dir && *dir) {
+      EXPECT_TRUE(pic.save(QString::fromStdString(std::string(dir) + "/" + name + ".png"))) << name;
+    }
+  }
+  // Every field lies wholly inside the window and keeps room for a line of some words.
+  void expectFieldsFit(const char* when) {
+    const QRect area = win->rect();
+    for (int i = 0; i <= kFieldCount; ++i) {
+      QWidget* w = i < kFieldCount ? field(i) : find("txtDefaultToRoute");
+      ASSERT_NE(w, nullptr) << i;
+      const QRect r(w->mapTo(win.get(), QPoint(0, 0)), w->size());
+      EXPECT_TRUE(area.contains(r)) << when << ": field " << i << " at " << r.x() << "," << r.y() << " "
+                                    << r.width() << "x" << r.height();
+      EXPECT_GE(r.height(), w->fontMetrics().height()) << when << ": field " << i;
+      EXPECT_GE(r.width(), 8 * w->fontMetrics().averageCharWidth()) << when << ": field " << i;
+    }
+    // The long check box caption wraps instead of being cut off.
+    auto* keep = find<QLabel>("lblKeepLocal");
+    ASSERT_NE(keep, nullptr);
+    EXPECT_EQ(keep->text().toStdString(), "Keep this message local to this Command / ICP");
+    EXPECT_GE(keep->height(), keep->heightForWidth(keep->width())) << when;
+    EXPECT_TRUE(area.contains(QRect(keep->mapTo(win.get(), QPoint(0, 0)), keep->size()))) << when;
+  }
+  void fitTo(int w, int h) {
+    win->resize(w, h);
+    QApplication::processEvents();
+  }
+};
+
+TEST_F(PictureTest, FormFitsSmallScreenAndGrowsOnLargeOne) {
+  WriteIni(StationSettings());
+  start();
+  fitTo(1024, 768);
+  EXPECT_LE(win->minimumSizeHint().width(), 1024);
+  EXPECT_LE(win->minimumSizeHint().height(), 768);
+  EXPECT_EQ(win->size(), QSize(1024, 768));
+  expectFieldsFit("empty");
+  shoot("main-empty");
+
+  click("cmdNew");
+  type(4, "Water tender");
+  type(6, "Need one water tender at gate 3 by 14:30.\rRoad from the north is open.");
+  expectFieldsFit("new");
+  // A click on the caption ticks the box, as on any check box.
+  QTest::mouseClick(find("lblKeepLocal"), Qt::LeftButton);
+  EXPECT_TRUE(win->keepLocal());
+  QTest::mouseClick(find("lblKeepLocal"), Qt::LeftButton);
+  EXPECT_FALSE(win->keepLocal());
+  shoot("main-new");
+
+  EocReplies();
+  click("cmdSend");
+  ASSERT_EQ(MsgInfo(), "Msg# 1,  Locally created message; Sent");
+  click("cmdClose");
+  for (auto* notice : win->findChildren<FrmNewMsgPopup*>()) notice->close();
+  ed->OpenFromNotice(2);
+  EXPECT_EQ(fieldText(10), "Tender 41 on its way, ETA 14:30.");
+  EXPECT_EQ(MsgInfo(), "Msg# 2,  Received reply; Unread");
+  shoot("main-reply");
+
+  // A large screen gives the extra room to the message and reply bodies.
+  const int bodyAt1024 = field(6)->height();
+  const int replyAt1024 = field(10)->height();
+  fitTo(1600, 1200);
+  expectFieldsFit("large");
+  EXPECT_GT(field(6)->height(), bodyAt1024 + 100);
+  EXPECT_GT(field(10)->height(), replyAt1024);
 }
 
 }  // namespace
