@@ -1,6 +1,8 @@
 // Typing into the form: field behaviours, defaults, the identifier, the clipboard and
 // inserting a text file into the body.
 #include <algorithm>
+#include <filesystem>
+#include <system_error>
 
 #include "app/FileLib.h"
 #include "core/StringLib.h"
@@ -99,12 +101,20 @@ void MessageEditor::mnuOpen_Click() {
     req.initialDir = m_ctx.dataPath;
     const std::string path = m_ctx.dialogs.openFileDialog(req);
     if (path.empty()) return;
+    auto cannotRead = [&](const std::string& why) {
+      m_ctx.dialogs.messageBox("The file could not be read:\r\n" + path + "\r\n" + why, kProgramTitle, MsgButtons::Ok,
+                               MsgIcon::Exclamation);
+    };
+    // A folder is there but holds no text: say so rather than insert nothing silently.
+    if (std::error_code ec; std::filesystem::is_directory(path, ec)) {
+      cannotRead("It is a folder, not a file.");
+      return;
+    }
     std::string content;
     try {
       content = FileLib::ReadTextFileContents(path, m_ctx.eventLog);
     } catch (const VError& e) {
-      m_ctx.dialogs.messageBox("The file could not be read:\r\n" + path + "\r\n" + e.description(), kProgramTitle,
-                               MsgButtons::Ok, MsgIcon::Exclamation);
+      cannotRead(e.description());
       return;
     }
     const short kind = m_rec.rec().Kind();

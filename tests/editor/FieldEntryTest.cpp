@@ -1,0 +1,274 @@
+// Typing into the real window: the field events as the keyboard and mouse raise them, the
+// route box's capitals, the defaults button and the settings file, the clipboard commands,
+// inserting a text file, and the identifier prompt.
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <QAction>
+#include <QClipboard>
+#include <QTextCursor>
+#include <fstream>
+
+#include "WindowFixture.h"
+
+namespace velnor::testing {
+namespace {
+
+class FieldEntryTest : public WindowTest {
+ protected:
+  void trigger(const char* action) const {
+    auto* a = win->findChild<QAction*>(action);
+    ASSERT_NE(a, nullptr) << action;
+    a->trigger();
+  }
+  // Moves the focus as a mouse click does, then lets the deferred focus handling run.
+  void clickInto(int i) const {
+    QWidget* w = field(i);
+    if (auto* body = qobject_cast<QPlainTextEdit*>(w)) w = body->viewport();
+    QTest::mouseClick(w, Qt::LeftButton, {}, QPoint(4, 4));
+    QApplication::processEvents();
+  }
+  std::string Selected(int i) const { return win->selectedText(i); }
+};
+
+TEST_F(FieldEntryTest, TypingClearsTheMarkButLockedFieldsIgnoreKeys) {
+  WriteIni(QuickSettings(DeadPort()));
+  start();
+  click("cmdNew");
+  for (int i : {1, 2, 3, 4, 6, 7, 8, 9}) type(i, "x");
+  click("cmdSend");  // field 0 is empty: marked, and nothing is sent
+  ASSERT_EQ(win->backColour(0), kLightYellow);
+  click("cmdSave");
+  click("cmdEdit");
+  ASSERT_TRUE(ed->MessageSaved());
+  button("cmdSave")->setEnabled(false);  // so that only the key can turn it on
+
+  type(0, "L");
+  EXPECT_EQ(win->backColour(0), kWindowColour);
+  EXPECT_TRUE(button("cmdSave")->isEnabled());
+  EXPECT_FALSE(ed->MessageSaved());
+  EXPECT_EQ(fieldText(0), "L");  // the key itself goes through
+
+  click("cmdSave");
+  ASSERT_TRUE(ed->MessageSaved());
+  // Locked after Save: keys change neither the text nor the state.
+  field(4)->setFocus(Qt::MouseFocusReason);
+  type(4, "zz");
+  EXPECT_EQ(fieldText(4), "x");
+  EXPECT_TRUE(ed->MessageSaved());
+  EXPECT_FALSE(button("cmdSave")->isEnabled());
+}
+
+TEST_F(FieldEntryTest, FocusSelectsLineFieldsAndLeavingFromSignsTheMessage) {
+  WriteIni(QuickSettings(DeadPort()));
+  start();
+  click("cmdNew");
+  type(4, "Water");
+  type(6, "Need water");
+  type(7, "Someone else");
+  type(8, "Clerk");
+
+  // A click would put the cursor at the click; the subject still comes fully selected.
+  clickInto(4);
+  EXPECT_EQ(Selected(4), "Water");
+  clickInto(6);
+  EXPECT_EQ(Selected(6), "");
+
+  // Leaving From signs with From and its position, trimmed, the empty position included.
+  clickInto(2);
+  type(2, "  Planning ");
+  clickInto(4);
+  EXPECT_EQ(fieldText(7), "Planning");
+  EXPECT_EQ(fieldText(8), "");
+  clickInto(3);
+  type(3, "Lead ");
+  clickInto(9);
+  EXPECT_EQ(fieldText(7), "Planning");
+  EXPECT_EQ(fieldText(8), "Lead");
+  // Leaving any other field leaves the signature alone.
+  win->setText(7, "Edited");
+  clickInto(4);
+  EXPECT_EQ(fieldText(7), "Edited");
+}
+
+TEST_F(FieldEntryTest, RouteBoxTakesCapitals) {
+  WriteIni(QuickSettings(DeadPort()));
+  start();
+  click("cmdNew");
+  QWidget* route = find("txtDefaultToRoute");
+  win->setText(kRouteBox, "");
+  route->setFocus(Qt::MouseFocusReason);
+  QTest::keyClicks(route, "eoc-2b");
+  EXPECT_EQ(win->text(kRouteBox), "EOC-2B");
+  click("cmdSave");
+  IcsMsg s(dataPath, eventLog);
+  ASSERT_TRUE(s.Load(1));
+  EXPECT_EQ(s.rec().Route(), "EOC-2B:0");
+}
+
+TEST_F(FieldEntryTest, SetFieldsAsDefaultEmptiesAnEmptiedDefault) {
+  Settings s = QuickSettings(DeadPort());
+  s.IcdName = "Ridge Fire";
+  s.DefTo = "Logistics";
+  s.DefToPos = "Chief";
+  s.DefFr = "Planning";
+  s.DefFrPos = "Lead";
+  WriteIni(s);
+  start();
+  click("cmdNew");
+  ASSERT_EQ(fieldText(1), "Chief");
+  win->setText(1, "");
+  win->setText(0, "  Medical ");
+  click("cmdSetFieldsAsDefault");
+
+  const Settings onDisk = ReadSettings(dataPath + "/velnor.ini");
+  EXPECT_EQ(onDisk.DefToPos, "");
+  EXPECT_EQ(onDisk.DefTo, "Medical");
+  EXPECT_EQ(onDisk.DefFr, "Planning");
+  EXPECT_EQ(onDisk.DefFrPos, "Lead");
+  EXPECT_EQ(onDisk.IcdName, "Ridge Fire");
+  EXPECT_EQ(win->settings().DefToPos, "");
+
+  click("cmdSave");
+  click("cmdClose");
+  click("cmdNew");
+  EXPECT_EQ(fieldText(0), "Medical");
+  EXPECT_EQ(fieldText(1), "");
+  EXPECT_EQ(fieldText(2), "Planning");
+  EXPECT_EQ(FocusName(), "txtField_1");  // the first empty field
+}
+
+TEST_F(FieldEntryTest, ClipboardCommandsFollowTheFocus) {
+  WriteIni(QuickSettings(DeadPort()));
+  start();
+  click("cmdNew");
+  type(4, "Water");
+  click("cmdSave");
+  click("cmdEdit");
+  QClipboard* cb = QApplication::clipboard();
+
+  cb->setText("stale");
+  button("cmdNew")->setFocus(Qt::MouseFocusReason);
+  trigger("mnuCopy");
+  EXPECT_EQ(cb->text().toStdString(), "");
+
+  field(4)->setFocus(Qt::MouseFocusReason);
+  win->findChild<QLineEdit*>("txtField_4")->setSelection(1, 3);  // "ate"
+  trigger("mnuCopy");
+  EXPECT_EQ(cb->text().toStdString(), "ate");
+  EXPECT_EQ(fieldText(4), "Water");
+
+  trigger("MnuCut");
+  EXPECT_EQ(cb->text().toStdString(), "ate");
+  EXPECT_EQ(fieldText(4), "Wr");
+  EXPECT_TRUE(ed->MessageSaved());  // Cut leaves the saved flag alone
+
+  win->findChild<QLineEdit*>("txtField_4")->setCursorPosition(2);
+  cb->setText("\xC3\xA9t\xC3\xA9");  // station text is single-byte: é survives as one character
+  trigger("mnuPaste");
+  EXPECT_EQ(fieldText(4), "Wr\xE9t\xE9");
+  EXPECT_FALSE(ed->MessageSaved());
+}
+
+TEST_F(FieldEntryTest, OpenInsertsAtTheCursorOfTheBodyBeingWritten) {
+  WriteIni(QuickSettings(DeadPort()));
+  const auto n = StoreRecord(4, 2, 1, "Road closed");
+  start();
+  const std::string file = tmp.file("note.txt");
+  std::ofstream(file, std::ios::binary) << "one\r\ntwo";
+
+  click("cmdBrowse");
+  click("cmdReply");
+  type(10, "AB");
+  auto* body = win->findChild<QPlainTextEdit*>("txtField_10");
+  QTextCursor c = body->textCursor();
+  c.setPosition(1);
+  body->setTextCursor(c);
+  dialogs.expectFile("Select the destination file name", file);
+  trigger("mnuOpen");
+  EXPECT_EQ(fieldText(10), "Aone\r\ntwoB");
+  EXPECT_EQ(fieldText(6), "Line one\r\nLine two");
+  EXPECT_EQ(dialogs.lastFileRequest.initialDir, dataPath);
+  EXPECT_EQ(dialogs.lastFileRequest.defaultExt, "txt");
+  EXPECT_EQ(dialogs.lastFileRequest.filterIndex, 2);
+  EXPECT_FALSE(ed->MessageSaved());
+
+  // The cursor after a line break counts it as CR LF; a selection follows the insert.
+  c = body->textCursor();
+  c.setPosition(5);  // "Aone\n|two"
+  c.setPosition(8, QTextCursor::KeepAnchor);
+  body->setTextCursor(c);
+  dialogs.expectFile("Select the destination file name", file);
+  trigger("mnuOpen");
+  EXPECT_EQ(fieldText(10), "Aone\r\none\r\ntwotwoB");
+
+  click("cmdSave");
+  IcsMsg s(dataPath, eventLog);
+  ASSERT_TRUE(s.Load(n));
+  EXPECT_EQ(s.rec().Reply(), "Aone\r\none\r\ntwotwoB");
+  EXPECT_EQ(s.rec().Msg(), "Line one\r\nLine two");
+}
+
+TEST_F(FieldEntryTest, UnreadableFileIsReportedAndTheFormStaysAsItWas) {
+  WriteIni(QuickSettings(DeadPort()));
+  start();
+  click("cmdNew");
+  type(6, "Body");
+  click("cmdSave");
+  click("cmdEdit");
+  ASSERT_TRUE(ed->MessageSaved());
+
+  // A socket is there but opens for nobody, root included.
+  const std::string sock = tmp.file("s.sock");
+  const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+  ASSERT_GE(fd, 0);
+  sockaddr_un addr{};
+  addr.sun_family = AF_UNIX;
+  ASSERT_LT(sock.size(), sizeof addr.sun_path);
+  std::copy(sock.begin(), sock.end(), addr.sun_path);
+  ASSERT_EQ(::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr), 0);
+
+  const std::string dir = tmp.file("folder.txt");
+  std::filesystem::create_directories(dir);
+  for (const std::string& path : {sock, dir}) {
+    dialogs.expectFile("Select the destination file name", path);
+    dialogs.expectMessage("could not be read");
+    trigger("mnuOpen");
+    EXPECT_NE(dialogs.shown.back().text.find(path), std::string::npos) << dialogs.shown.back().text;
+    EXPECT_EQ(fieldText(6), "Body");
+    EXPECT_TRUE(ed->MessageSaved()) << path;
+    EXPECT_EQ(ed->EditState(), 2);
+  }
+  ::close(fd);
+  ASSERT_FALSE(eventLog.entries.empty());
+  EXPECT_NE(eventLog.entries.back().find("FileLib:ReadTextFileContents, Step = 2"), std::string::npos)
+      << eventLog.entries.back();
+
+  // A name that is not there inserts nothing, yet counts as a change.
+  dialogs.expectFile("Select the destination file name", tmp.file("missing.txt"));
+  trigger("mnuOpen");
+  EXPECT_EQ(fieldText(6), "Body");
+  EXPECT_FALSE(ed->MessageSaved());
+}
+
+TEST_F(FieldEntryTest, IdentifierInLowerCaseBecomesCapitalsInTheCaption) {
+  WriteIni(QuickSettings(DeadPort()));
+  start("w1aw");
+  EXPECT_EQ(win->windowTitle().toStdString(), "Velnor (W1AW)");
+
+  dialogs.expectInput("Enter your Identifier", " kd0abc/p ");
+  trigger("mnuIdentifier");
+  EXPECT_EQ(dialogs.shown.back().caption, "Identifier");
+  EXPECT_EQ(dialogs.lastInputPreset, "W1AW");
+  EXPECT_EQ(win->settings().LoginName, " KD0ABC/P ");  // blanks stay as typed
+  EXPECT_EQ(win->windowTitle().toStdString(), "Velnor ( KD0ABC/P )");
+  EXPECT_EQ(ReadSettings(dataPath + "/velnor.ini").LoginName, " KD0ABC/P ");
+
+  dialogs.expectInput("Enter your Identifier", std::nullopt);
+  trigger("mnuIdentifier");
+  EXPECT_EQ(win->settings().LoginName, " KD0ABC/P ");
+}
+
+}  // namespace
+}  // namespace velnor::testing
