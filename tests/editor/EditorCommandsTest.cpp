@@ -216,6 +216,23 @@ TEST_F(WindowTest, ReplyToReceivedMessageAndCloseWithoutQuestion) {
   EXPECT_EQ(StoredStatus(n), 5);  // only in memory until saved
 }
 
+TEST_F(WindowTest, DeleteOfLockedRecordWarnsThenAsksAboutTyping) {
+  WriteIni(QuickSettings(DeadPort()));
+  start();
+  click("cmdNew");
+  ed->CurrentRecord().rec().setLocked(1);
+  ed->CurrentRecord().Update(1);
+  type(4, "Kept");
+  dialogs.expectMessage("Message is locked to another process.  Try\r\nagain later, or restart program to clear.");
+  dialogs.expectMessage("Message was not saved.\r\nDo you really want to continue?", MsgAnswer::No);
+  click("cmdDelete");
+  EXPECT_EQ(dialogs.shown.back().caption, "New Message");
+  EXPECT_EQ(StoredStatus(1), 6);  // still there
+  EXPECT_EQ(fieldText(4), "Kept");  // No keeps the text, locked
+  EXPECT_EQ(FieldStates(), "LLLLLLLLLLLLLL");
+  EXPECT_EQ(Enabled(), (Names{"cmdNew", "cmdBrowse"}));
+}
+
 TEST_F(WindowTest, QuittingUnsavedNewMessageAbandonsIt) {
   WriteIni(QuickSettings(DeadPort()));
   start();
