@@ -8,6 +8,7 @@
 #include "core/DateTime.h"
 #include "core/StringLib.h"
 #include "core/VError.h"
+#include "editor/Trap.h"
 #include "format/MsgInfo.h"
 #include "platform/Dialogs.h"
 
@@ -27,23 +28,11 @@ void MessageEditor::Log(const std::string& line) {
 }
 
 void MessageEditor::Trap(const char* routine, const std::function<void()>& f) {
-  std::string what;
-  try {
-    f();
-    return;
-  } catch (const VError& e) {
-    what = e.description();
-  } catch (const std::exception& e) {
-    what = e.what();
-  } catch (...) {
-    what = "unknown failure";
-  }
   // The window must go on whatever a command meets; the operator sees why it stopped.
-  try {
-    Log(std::string(routine) + " failed: " + what);
-    m_view.setStatus(std::string(routine) + " failed: " + what);
-  } catch (...) {
-  }
+  TrapFailure(routine, f, [this](const std::string& text) {
+    Log(text);
+    m_view.setStatus(text);
+  });
 }
 
 std::string MessageEditor::DateTimePattern() const {

@@ -10,6 +10,7 @@
 #include "core/Clock.h"
 #include "core/DateTime.h"
 #include "core/VError.h"
+#include "editor/Trap.h"
 #include "editor/qt/AboutBox.h"
 #include "editor/qt/FrmMessage.h"
 #include "editor/qt/FrmNewMsgPopup.h"
@@ -32,22 +33,10 @@ void FrmMessage::WriteLog(const std::string& line) {
 }
 
 void FrmMessage::Guard(const char* routine, const std::function<void()>& f) {
-  std::string what;
-  try {
-    f();
-    return;
-  } catch (const VError& e) {
-    what = e.description();
-  } catch (const std::exception& e) {
-    what = e.what();
-  } catch (...) {
-    what = "unknown failure";
-  }
-  try {
-    WriteLog(std::string(routine) + " failed: " + what);
-    setStatus(std::string(routine) + " failed: " + what);
-  } catch (...) {
-  }
+  TrapFailure(routine, f, [this](const std::string& text) {
+    WriteLog(text);
+    setStatus(text);
+  });
 }
 
 bool FrmMessage::Form_Load() {
