@@ -2,12 +2,11 @@
 // return what the file holds at that moment, exactly as a walk that reads the file anew.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <cstring>
 #include <functional>
 #include <limits>
+#include <map>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -19,30 +18,13 @@
 namespace velnor {
 namespace {
 
+using testing::InChild;
 using testing::kRecLen;
 using testing::ReadFile;
 using testing::StoreBytes;
 using testing::WriteFile;
 
 constexpr std::int64_t kSec = 1'000'000'000;
-
-// Runs body in a child process and waits for it; true when it succeeded.
-bool InChild(const std::function<void()>& body) {
-  const pid_t pid = ::fork();
-  if (pid == 0) {
-    ::alarm(60);
-    int code = 0;
-    try {
-      body();
-    } catch (...) {
-      code = 3;
-    }
-    ::_exit(code);
-  }
-  int status = 0;
-  ::waitpid(pid, &status, 0);
-  return WIFEXITED(status) && WEXITSTATUS(status) == 0;
-}
 
 class ListWalk : public ::testing::Test {
  protected:
@@ -72,10 +54,20 @@ class ListWalk : public ::testing::Test {
   }
 
   // Rewrites message n in place with a new subject: the file keeps its size.
-  void rewriteIn(IcsMsg& other, std::int32_t n, const std::string& subject) {
-    ASSERT_TRUE(other.Load(n));
+  static void rewriteIn(IcsMsg& other, std::int32_t n, const std::string& subject) {
+    if (!other.Load(n)) throw std::runtime_error("no message " + std::to_string(n));
     other.rec().setSubj(subject);
     other.Update(n);
+  }
+
+  // Runs op on another store object, in a child process or in this one.
+  void elsewhere(bool child, const std::function<void(IcsMsg&)>& op) {
+    auto run = [&] {
+      IcsMsg other(dir.path(), log);
+      op(other);
+    };
+    if (child) ASSERT_TRUE(InChild(run));
+    else run();
   }
 
   // Walks the whole store, running the writer (if any) before the call at each step.
@@ -99,47 +91,18 @@ class ListWalk : public ::testing::Test {
 // Writers of every kind between the calls, at once after the read, on the real clock.
 TEST_F(ListWalk, InterleavedWritersOnTheRealClock) {
   IcsMsg m(dir.path(), log);
+  struct Writer { bool child; std::function<void(IcsMsg&)> op; };
+  const std::map<int, Writer> writers = {
+      // another process rewrites the very next record, same size, same second
+      {3, {true, [](IcsMsg& o) { rewriteIn(o, 4, "changed by another process"); }}},
+      {20, {true, [](IcsMsg& o) { rewriteIn(o, 30, "ahead, changed by another process"); }}},
+      {40, {false, [](IcsMsg& o) { rewriteIn(o, 45, "changed by another object"); }}},
+      {60, {true, [](IcsMsg& o) { o.DeleteOne(70); }}},  // replaces the file: later records move up
+      {80, {true, [](IcsMsg& o) { o.rec().setSubj("appended"); o.NewMsg(); }}},
+      {299, {true, [](IcsMsg& o) { o.NewMsg(); }}},  // just before the end: one more to find
+  };
   walk(m, [&](int step) {
-    switch (step) {
-      case 3:  // another process rewrites the very next record, same size, same second
-        ASSERT_TRUE(InChild([&] {
-          IcsMsg other(dir.path(), log);
-          rewriteIn(other, 4, "changed by another process");
-        }));
-        break;
-      case 20:
-        ASSERT_TRUE(InChild([&] {
-          IcsMsg other(dir.path(), log);
-          rewriteIn(other, 30, "ahead, changed by another process");
-        }));
-        break;
-      case 40: {
-        IcsMsg other(dir.path(), log);  // another object of this process
-        rewriteIn(other, 45, "changed by another object");
-        break;
-      }
-      case 60:
-        ASSERT_TRUE(InChild([&] {
-          IcsMsg other(dir.path(), log);
-          other.DeleteOne(70);  // replaces the file: records after 69 move up one
-        }));
-        break;
-      case 80:
-        ASSERT_TRUE(InChild([&] {
-          IcsMsg other(dir.path(), log);
-          other.rec().setSubj("appended");
-          other.NewMsg();
-        }));
-        break;
-      case 299:  // just before the end: one more record to find
-        ASSERT_TRUE(InChild([&] {
-          IcsMsg other(dir.path(), log);
-          other.NewMsg();
-        }));
-        break;
-      default:
-        break;
-    }
+    if (auto w = writers.find(step); w != writers.end()) elsewhere(w->second.child, w->second.op);
   });
   EXPECT_EQ(m.rec().MsgNo(), kCount + 2);
 }
@@ -155,20 +118,9 @@ TEST_F(ListWalk, TrustedBlocksAreDroppedByEveryVisibleChange) {
 
   const std::int64_t before = m.listFileReads();
   walk(m, [&](int step) {
-    if (step == 5) {
-      IcsMsg other(dir.path(), log);
-      rewriteIn(other, 7, "same size, this process");
-    } else if (step == 50) {
-      ASSERT_TRUE(InChild([&] {
-        IcsMsg other(dir.path(), log);
-        other.NewMsg();  // the size changes
-      }));
-    } else if (step == 100) {
-      ASSERT_TRUE(InChild([&] {
-        IcsMsg other(dir.path(), log);
-        other.DeleteOne(120);  // another inode
-      }));
-    }
+    if (step == 5) elsewhere(false, [](IcsMsg& o) { rewriteIn(o, 7, "same size, this process"); });
+    if (step == 50) elsewhere(true, [](IcsMsg& o) { o.NewMsg(); });         // the size changes
+    if (step == 100) elsewhere(true, [](IcsMsg& o) { o.DeleteOne(120); });  // another inode
   });
   EXPECT_GT(m.listFileReads() - before, 3);
   // Its own Update drops the block too.

@@ -4,13 +4,10 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/file.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <fstream>
+#include <functional>
 #include <random>
 #include <set>
 #include <string>
@@ -26,31 +23,10 @@ namespace {
 
 using testing::NumbersIn;
 using testing::ReadFile;
+using testing::Spawn;
 using testing::StoreBytes;
+using testing::WaitFor;
 using testing::WriteFile;
-
-// Runs body in a child process; the child's exit code is 0 when body returned normally.
-template <typename F>
-pid_t Spawn(F body) {
-  const pid_t pid = ::fork();
-  if (pid == 0) {
-    ::alarm(60);  // a child stuck on a lock dies instead of hanging the run
-    int code = 0;
-    try {
-      body();
-    } catch (...) {
-      code = 3;
-    }
-    ::_exit(code);
-  }
-  return pid;
-}
-
-int WaitFor(pid_t pid) {
-  int status = 0;
-  ::waitpid(pid, &status, 0);
-  return status;
-}
 
 TEST(IcsMsgProcesses, ConcurrentNewMsgNeverSharesANumber) {
   testing::TempDir dir;
@@ -86,6 +62,16 @@ class KilledDeleteOne : public ::testing::Test {
     oldBytes = StoreBytes(kCount, before);
     newBytes = StoreBytes(kCount, after);
   }
+  // A child that runs DeleteOne on the old store, calling hook at each of its steps.
+  pid_t startDelete(std::function<void(int)> hook = nullptr) {
+    WriteFile(dir.file("velnor.odb"), oldBytes);
+    return Spawn([&] {
+      NullEventLog log;
+      IcsMsg m(dir.path(), log);
+      if (hook) m.setStepHook(hook);
+      m.DeleteOne(kVictim);
+    });
+  }
   // The store must be exactly the old or the new one; returns which.
   bool isNew() {
     const std::string now = ReadFile(dir.file("velnor.odb"));
@@ -102,17 +88,10 @@ class KilledDeleteOne : public ::testing::Test {
 
 TEST_F(KilledDeleteOne, AtEveryStep) {
   for (int killAt = 1;; ++killAt) {
-    WriteFile(dir.file("velnor.odb"), oldBytes);
-    const pid_t kid = Spawn([&] {
-      NullEventLog log;
-      IcsMsg m(dir.path(), log);
-      int calls = 0;
-      m.setStepHook([&](int) {
-        if (++calls == killAt) ::raise(SIGKILL);
-      });
-      m.DeleteOne(kVictim);
-    });
-    const int status = WaitFor(kid);
+    int calls = 0;
+    const int status = WaitFor(startDelete([&](int) {
+      if (++calls == killAt) ::raise(SIGKILL);
+    }));
     const bool finished = WIFEXITED(status);
     const bool done = isNew();
     if (finished) {
@@ -124,10 +103,7 @@ TEST_F(KilledDeleteOne, AtEveryStep) {
     ASSERT_LT(killAt, 100) << "DeleteOne never finished";
   }
   // A later DeleteOne clears whatever the killed one left behind.
-  WriteFile(dir.file("velnor.odb"), oldBytes);
-  NullEventLog log;
-  IcsMsg m(dir.path(), log);
-  m.DeleteOne(kVictim);
+  EXPECT_EQ(WaitFor(startDelete()), 0);
   EXPECT_TRUE(isNew());
 }
 
@@ -136,12 +112,7 @@ TEST_F(KilledDeleteOne, AtRandomInstants) {
   std::uniform_int_distribution<int> delay(0, 3000);
   int sawOld = 0, sawNew = 0;
   for (int round = 0; round < 30; ++round) {
-    WriteFile(dir.file("velnor.odb"), oldBytes);
-    const pid_t kid = Spawn([&] {
-      NullEventLog log;
-      IcsMsg m(dir.path(), log);
-      m.DeleteOne(kVictim);
-    });
+    const pid_t kid = startDelete();
     ::usleep(static_cast<useconds_t>(delay(rng)));
     ::kill(kid, SIGKILL);
     WaitFor(kid);

@@ -21,6 +21,7 @@ using testing::MessageRecord;
 using testing::NumbersIn;
 using testing::ReadFile;
 using testing::StoreBytes;
+using testing::Thrown;
 using testing::WriteFile;
 using testing::kRecLen;
 
@@ -38,11 +39,9 @@ TEST_F(IcsMsgTest, FirstLoadCreatesTheGoldenEmptyStore) {
   IcsMsg m(dir.path(), log);
   EXPECT_EQ(m.storeFile(), dir.path() + "/velnor.odb");
   EXPECT_FALSE(m.Load(1));
-  const std::string bytes = ReadFile(store());
-  ASSERT_EQ(bytes.size(), 8822u);
   std::string expected(8822, '\0');
   expected.replace(74, 64, "[ics213!.]" + std::string(54, ' '));
-  EXPECT_EQ(bytes, expected);
+  EXPECT_EQ(ReadFile(store()), expected);
   EXPECT_EQ(m.rec().image(), MsgRecord().image());  // header-only store: current untouched
   EXPECT_TRUE(log.entries.empty());
 }
@@ -162,38 +161,30 @@ TEST_F(IcsMsgTest, GetListWalksInFileOrder) {
   EXPECT_EQ(m.rec().MsgNo(), 4);
 }
 
-// Lengths that are not whole records: count rounds half to even, the tail reads as zeros.
+// Lengths that are not whole records: the count rounds half to even (4411 bytes is
+// exactly half a record), and the tail of a record reads as zeros.
 TEST_F(IcsMsgTest, PartialLastRecord) {
-  struct Row { std::size_t extra; int listed; };
-  const Row rows[] = {{100, 1}, {4411, 1}, {4412, 2}, {8821, 2}};  // 4411 is exactly half: rounds to even
+  struct Row { std::vector<std::int32_t> whole; std::string tail; int listed; };
+  const std::string eight = MessageRecord(8);
+  const Row rows[] = {{{7}, eight.substr(0, 100), 1},          {{7}, eight.substr(0, 4411), 1},
+                      {{7}, eight.substr(0, 4412), 2},         {{7}, eight.substr(0, 8821), 2},
+                      {{1}, std::string(kRecLen / 2, '\x01'), 1}, {{1, 2}, std::string(kRecLen / 2, '\0'), 3}};
   for (const Row& row : rows) {
-    std::string bytes = StoreBytes(7, {7});
-    bytes += MessageRecord(8).substr(0, row.extra);
-    WriteFile(store(), bytes);
+    SCOPED_TRACE(&row - rows);
+    WriteFile(store(), StoreBytes(7, row.whole) + row.tail);
     IcsMsg m(dir.path(), log);
     m.ResetList();
     int listed = 0;
     while (m.GetList()) ++listed;
-    EXPECT_EQ(listed, row.listed) << row.extra;
-    if (row.listed == 2) {
-      // The part that exists is read, the rest is zero.
+    EXPECT_EQ(listed, row.listed);
+    if (row.listed == 2) {  // the part of record 8 that exists is read
       EXPECT_EQ(m.rec().MsgNo(), 8);
       EXPECT_EQ(m.rec().KeepLocal(), 0);
       EXPECT_TRUE(m.Load(8));
     }
   }
-  // Half a record past two whole ones rounds to even: 2.5 -> 2, 3.5 -> 4.
-  WriteFile(store(), StoreBytes(2, {1}) + std::string(kRecLen / 2, '\x01'));
+  // Add writes where the count says the next record goes, over the partial one (3.5 -> 4).
   IcsMsg m(dir.path(), log);
-  m.ResetList();
-  EXPECT_TRUE(m.GetList());
-  EXPECT_FALSE(m.GetList());
-  WriteFile(store(), StoreBytes(2, {1, 2}) + std::string(kRecLen / 2, '\0'));
-  m.ResetList();
-  int n = 0;
-  while (m.GetList()) ++n;
-  EXPECT_EQ(n, 3);
-  // Add writes where the count says the next record goes, over the partial one.
   m.rec().setMsgNo(3);
   m.Add();
   EXPECT_EQ(ReadFile(store()).size(), 5 * kRecLen);
@@ -213,16 +204,11 @@ TEST_F(IcsMsgTest, SixteenBitWalkLimits) {
   };
   IcsMsg m(dir.path(), log);
   sized(32768, 5);
-  for (auto op : {0, 1}) {
-    try {
-      if (op == 0) m.Load(5);
-      else m.Update(5);
-      FAIL() << "no overflow";
-    } catch (const VError& e) {
-      EXPECT_EQ(e.number(), kErrOverflow);
-      EXPECT_EQ(e.source(), op == 0 ? "PmMsg:Load" : "PmMsg:Update");
-    }
-  }
+  const VError load = Thrown([&] { m.Load(5); }), update = Thrown([&] { m.Update(5); });
+  EXPECT_EQ(load.number(), kErrOverflow);
+  EXPECT_EQ(load.source(), "PmMsg:Load");
+  EXPECT_EQ(update.number(), kErrOverflow);
+  EXPECT_EQ(update.source(), "PmMsg:Update");
   EXPECT_EQ(log.entries, (std::vector<std::string>{"Overflow in PmMsg:Load", "Overflow in PmMsg:Update"}));
 
   sized(32767, 5);
@@ -243,12 +229,7 @@ TEST_F(IcsMsgTest, NewMsgPast32767StoresThenOverflows) {
   make(32766, {32766});
   IcsMsg m(dir.path(), log);
   EXPECT_EQ(m.NewMsg(), 32767);
-  try {
-    m.NewMsg();
-    FAIL() << "no overflow";
-  } catch (const VError& e) {
-    EXPECT_EQ(e.number(), kErrOverflow);
-  }
+  EXPECT_EQ(Thrown([&] { m.NewMsg(); }).number(), kErrOverflow);
   const std::string bytes = ReadFile(store());
   EXPECT_EQ(testing::GetI32(bytes, 0), 32768);
   EXPECT_EQ(NumbersIn(bytes), (std::vector<std::int32_t>{32766, 32767, 32768}));
@@ -264,40 +245,26 @@ TEST_F(IcsMsgTest, FailuresAreLoggedAndRaisedWithTheirSource) {
                     {"Update", [&] { m.Update(1); }},   {"GetList", [&] { m.GetList(); }},
                     {"DeleteOne", [&] { m.DeleteOne(1); }}};
   for (const Op& op : ops) {
+    SCOPED_TRACE(op.name);
     log.entries.clear();
-    try {
-      op.run();
-      FAIL() << op.name;
-    } catch (const VError& e) {
-      EXPECT_EQ(e.source(), std::string("PmMsg:") + op.name);
-      EXPECT_EQ(e.description(), "Is a directory");
-      ASSERT_EQ(log.entries.size(), 1u);
-      EXPECT_EQ(log.entries[0], std::string("Is a directory in PmMsg:") + op.name);
-    }
+    const VError e = Thrown(op.run);
+    EXPECT_EQ(e.source(), std::string("PmMsg:") + op.name);
+    EXPECT_EQ(e.description(), "Is a directory");
+    EXPECT_EQ(log.entries, std::vector<std::string>{std::string("Is a directory in PmMsg:") + op.name});
   }
   EXPECT_FALSE(std::filesystem::exists(dir.file("IcsData.tmp")));
   log.entries.clear();
-  try {
-    m.NewMsg();
-    FAIL();
-  } catch (const VError& e) {
-    EXPECT_EQ(e.source(), "PmMsg:OpenStore");  // reaches the caller unchanged
-  }
+  EXPECT_EQ(Thrown([&] { m.NewMsg(); }).source(), "PmMsg:OpenStore");  // reaches the caller unchanged
   EXPECT_TRUE(log.entries.empty());
 }
 
 TEST_F(IcsMsgTest, WriteFailuresOnAFullDevice) {
   ASSERT_EQ(::symlink("/dev/full", store().c_str()), 0);
   IcsMsg m(dir.path(), log);
-  try {
-    m.Load(1);  // opening an empty store writes its header
-    FAIL();
-  } catch (const VError& e) {
-    EXPECT_EQ(e.number(), kErrDiskFull);
-    EXPECT_EQ(e.source(), "PmMsg:Load");
-  }
-  ASSERT_EQ(log.entries.size(), 1u);
-  EXPECT_EQ(log.entries[0], "No space left on device in PmMsg:Load");
+  const VError e = Thrown([&] { m.Load(1); });  // opening an empty store writes its header
+  EXPECT_EQ(e.number(), kErrDiskFull);
+  EXPECT_EQ(e.source(), "PmMsg:Load");
+  EXPECT_EQ(log.entries, std::vector<std::string>{"No space left on device in PmMsg:Load"});
 }
 
 TEST_F(IcsMsgTest, DeleteOneThatCannotBuildItsCopyLeavesTheStore) {

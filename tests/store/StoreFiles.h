@@ -1,12 +1,17 @@
 #pragma once
 // Builds and reads store files byte by byte, independently of IcsMsg, so tests compare
-// what the store wrote with what the file format says.
+// what the store wrote with what the file format says; plus child-process helpers.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <cstdint>
-#include <cstring>
 #include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
+
+#include "core/VError.h"
 
 namespace velnor::testing {
 
@@ -65,6 +70,48 @@ inline std::vector<std::int32_t> NumbersIn(const std::string& bytes) {
   std::vector<std::int32_t> out;
   for (std::size_t at = kRecLen; at + kRecLen <= bytes.size(); at += kRecLen) out.push_back(GetI32(bytes, at));
   return out;
+}
+
+// Runs op, which must throw a VError, and returns that error.
+template <typename F>
+VError Thrown(F op) {
+  try {
+    op();
+  } catch (const VError& e) {
+    return e;
+  }
+  ADD_FAILURE() << "no VError";
+  return VError(0, "", "");
+}
+
+// Runs body in a child process; the child's exit code is 0 when body returned normally.
+template <typename F>
+pid_t Spawn(F body) {
+  const pid_t pid = ::fork();
+  if (pid == 0) {
+    ::alarm(60);  // a child stuck on a lock dies instead of hanging the run
+    int code = 0;
+    try {
+      body();
+    } catch (...) {
+      code = 3;
+    }
+    ::_exit(code);
+  }
+  return pid;
+}
+
+inline int WaitFor(pid_t pid) {
+  int status = 0;
+  ::waitpid(pid, &status, 0);
+  return status;
+}
+
+// Runs body in a child process and waits for it; true when it succeeded.
+template <typename F>
+bool InChild(F body) {
+  const int status = WaitFor(Spawn(body));
+  return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
 }  // namespace velnor::testing
