@@ -1,26 +1,22 @@
 #include <gtest/gtest.h>
 
+#include <string>
+#include <vector>
+
 #include "core/StringLib.h"
 
 using namespace velnor;
 
-TEST(GetLine, WalksCrLfTextAndKeepsTheTrailingLf) {
-  std::string s = "A\r\nB\r\n";
-  std::string_view v = s;
-  EXPECT_EQ(GetLine(v), "A");
-  EXPECT_EQ(GetLine(v), "B");
-  EXPECT_EQ(GetLine(v), "");  // from the single LF left over
-  EXPECT_TRUE(v.empty());
-}
-
-TEST(GetLine, LfOnlyTextIsOneLineAndCrCrIsAnEmptyLine) {
-  std::string_view v = "A\nB";
-  EXPECT_EQ(GetLine(v), "AB");
-  EXPECT_TRUE(v.empty());
-  std::string_view w = "X\r\rY";
-  EXPECT_EQ(GetLine(w), "X");
-  EXPECT_EQ(GetLine(w), "");
-  EXPECT_EQ(GetLine(w), "Y");
+// CR ends a line and LF is dropped: the LF after the last CR is a line of its own.
+TEST(GetLine, WalksTheText) {
+  struct Row { std::string_view text; std::vector<std::string> lines; };
+  const Row rows[] = {{"A\r\nB\r\n", {"A", "B", ""}}, {"A\nB", {"AB"}}, {"X\r\rY", {"X", "", "Y"}}};
+  for (const Row& r : rows) {
+    std::string_view v = r.text;
+    std::vector<std::string> lines;
+    while (!v.empty()) lines.push_back(GetLine(v));
+    EXPECT_EQ(lines, r.lines) << r.text;
+  }
   std::string_view e;
   EXPECT_EQ(GetLine(e), "");
   EXPECT_TRUE(e.empty());
