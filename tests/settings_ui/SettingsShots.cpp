@@ -11,23 +11,18 @@
 #include "platform/Sound.h"
 #include "settings_ui/qt/frmProperties.h"
 
+using namespace velnor;
+
 namespace {
 
-class NoDialogs : public velnor::Dialogs {
- public:
-  velnor::MsgAnswer messageBox(const std::string&, const std::string&, velnor::MsgButtons,
-                               velnor::MsgIcon) override {
-    return velnor::MsgAnswer::Ok;
-  }
-  std::optional<std::string> inputBox(const std::string&, const std::string&, const std::string&) override {
-    return std::nullopt;
-  }
-  std::string openFileDialog(const velnor::FileDialogRequest&) override { return {}; }
+struct NoDialogs : Dialogs {
+  MsgAnswer messageBox(const std::string&, const std::string&, MsgButtons, MsgIcon) override { return MsgAnswer::Ok; }
+  std::optional<std::string> inputBox(const std::string&, const std::string&, const std::string&) override { return {}; }
+  std::string openFileDialog(const FileDialogRequest&) override { return {}; }
   void beep() override {}
 };
 
-class NoSound : public velnor::Sound {
- public:
+struct NoSound : Sound {
   bool playFileAsync(const std::string&) override { return true; }
   void beep() override {}
 };
@@ -37,7 +32,7 @@ class NoSound : public velnor::Sound {
 int main(int argc, char** argv) {
   QApplication app(argc, argv);
   const QString outDir = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral(".");
-  velnor::Settings settings;
+  Settings settings;
   settings.DefTo = "Planning Chief";
   settings.DefToPos = "Planning";
   settings.DefFr = "Radio Room";
@@ -47,13 +42,10 @@ int main(int argc, char** argv) {
   settings.POAFile = "/home/operator/sounds/arrival.wav";
   NoDialogs dialogs;
   NoSound sound;
-  velnor::FixedClock clock(46345.5868);  // 19 Nov 2026, 14:05
-  velnor::PropertiesHooks hooks;
-  hooks.dialogs = &dialogs;
-  hooks.clock = &clock;
-  hooks.sound = &sound;
-  hooks.pmdirectTest = [](const std::string&) { return true; };
-  velnor::frmProperties dlg(nullptr, settings, hooks);
+  FixedClock clock(46345.5868);  // 19 Nov 2026, 14:05
+  PropertiesHooks hooks{.dialogs = &dialogs, .clock = &clock, .sound = &sound,
+                        .pmdirectTest = [](const std::string&) { return true; }};
+  frmProperties dlg(nullptr, settings, hooks);
   dlg.show();
   // The Formatting tab with a refused date, so the hint shows as the operator sees it.
   dlg.findChild<QLineEdit*>(QStringLiteral("txtFormat_0"))->setText(QStringLiteral("yyyy_mm"));
