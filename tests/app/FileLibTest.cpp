@@ -25,6 +25,18 @@ void WriteBytes(const std::string& path, const std::string& bytes) {
   std::ofstream(path, std::ios::binary) << bytes;
 }
 
+// Runs op, which must throw a VError, and returns that error.
+template <typename F>
+VError Thrown(F op) {
+  try {
+    op();
+  } catch (const VError& e) {
+    return e;
+  }
+  ADD_FAILURE() << "no VError";
+  return VError(0, "", "");
+}
+
 // A program folder "<tmp>/prog/Velnor" and an application-data folder "<tmp>/appdata".
 struct Fixture {
   TempDir tmp;
@@ -78,14 +90,10 @@ TEST(FileLibDataPath, AppDataFolderOrder) {
 TEST(FileLibDataPath, NoFolderAtAllIsAStep2Failure) {
   Fixture f;
   f.vars.clear();
-  try {
-    FileLib::DefineDataPath("Velnor", "Pellmoor.conf", f.env(), f.log);
-    FAIL() << "no exception";
-  } catch (const VError& e) {
-    EXPECT_EQ(e.source(), "FileLib:DefineDataPath");
-    EXPECT_EQ(e.number(), kErrPathNotFound + FileLib::kUserErrorBase);
-    EXPECT_NE(e.description().find(", Step = 2"), std::string::npos);
-  }
+  const VError e = Thrown([&] { FileLib::DefineDataPath("Velnor", "Pellmoor.conf", f.env(), f.log); });
+  EXPECT_EQ(e.source(), "FileLib:DefineDataPath");
+  EXPECT_EQ(e.number(), kErrPathNotFound + FileLib::kUserErrorBase);
+  EXPECT_NE(e.description().find(", Step = 2"), std::string::npos);
   ASSERT_EQ(f.log.entries.size(), 1u);
   EXPECT_NE(f.log.entries[0].find(" FileLib:DefineDataPath, Step = 2"), std::string::npos);
 }
@@ -109,14 +117,10 @@ TEST(FileLibDataPath, UnreadableConfIsLoggedOnceAndPassedOn) {
   fs::create_directories(f.exeDir + "/Pellmoor.conf/x");  // exists but is no file
   // A directory named like the conf is not a file: fallback, no failure.
   EXPECT_EQ(FileLib::DefineDataPath("Velnor", "Pellmoor.conf", f.env(), f.log), f.tmp.file("appdata/Velnor"));
-  try {
-    FileLib::GetPathFromConf(f.exeDir + "/Pellmoor.conf", f.log);
-    FAIL() << "no exception";
-  } catch (const VError& e) {
-    EXPECT_EQ(e.source(), "FileLib:GetPathFromConf");
-    EXPECT_LT(e.number(), 0);
-    EXPECT_NE(e.description().find(", Step = 2"), std::string::npos);
-  }
+  const VError e = Thrown([&] { FileLib::GetPathFromConf(f.exeDir + "/Pellmoor.conf", f.log); });
+  EXPECT_EQ(e.source(), "FileLib:GetPathFromConf");
+  EXPECT_LT(e.number(), 0);
+  EXPECT_NE(e.description().find(", Step = 2"), std::string::npos);
   ASSERT_EQ(f.log.entries.size(), 1u);
   EXPECT_NE(f.log.entries[0].find(" FileLib:GetPathFromConf, Step = 2"), std::string::npos);
 }
@@ -125,116 +129,88 @@ TEST(FileLibDataPath, FailingExecutableLookupIsReportedByWhereAmI) {
   Fixture f;
   auto env = f.env();
   env.exeDir = []() -> std::string { throw VError(kErrDeviceIO, "readlink", "I/O error"); };
-  try {
-    FileLib::WhereAmI(env, f.log);
-    FAIL() << "no exception";
-  } catch (const VError& e) {
-    EXPECT_EQ(e.number(), 57 - 2147221504L);
-    EXPECT_EQ(e.source(), "FileLib:WhereAmI");
-    EXPECT_EQ(e.description(), "I/O error, Step = 1");
-  }
+  const VError e = Thrown([&] { FileLib::WhereAmI(env, f.log); });
+  EXPECT_EQ(e.number(), 57 - 2147221504L);
+  EXPECT_EQ(e.source(), "FileLib:WhereAmI");
+  EXPECT_EQ(e.description(), "I/O error, Step = 1");
   EXPECT_EQ(f.log.entries, std::vector<std::string>{"I/O error FileLib:WhereAmI, Step = 1"});
 }
 
-TEST(FileLibDirectories, CleanRunCreatesTheWholeTree) {
+// A data directory "<tmp>/data" checked with scripted dialogs.
+struct Dirs {
   TempDir tmp;
+  std::string data = tmp.file("data");
   ScriptedDialogs dialogs;
   RecordingEventLog log;
   std::string logsPath;
-  const std::string data = tmp.file("data");
-  EXPECT_TRUE(FileLib::CheckDirectories(data, logsPath, dialogs, log));
-  EXPECT_EQ(logsPath, data + "/logs");
-  for (const char* sub : kSubdirs) EXPECT_TRUE(fs::is_directory(data + "/" + sub)) << sub;
-  std::size_t count = 0;
-  for ([[maybe_unused]] const auto& e : fs::directory_iterator(data)) ++count;
-  EXPECT_EQ(count, 11u);
+  bool check() { return FileLib::CheckDirectories(data, logsPath, dialogs, log); }
+};
+
+TEST(FileLibDirectories, CleanRunCreatesTheWholeTree) {
+  Dirs d;
+  EXPECT_TRUE(d.check());
+  EXPECT_EQ(d.logsPath, d.data + "/logs");
+  for (const char* sub : kSubdirs) EXPECT_TRUE(fs::is_directory(d.data + "/" + sub)) << sub;
+  EXPECT_EQ(std::distance(fs::directory_iterator(d.data), fs::directory_iterator()), 11);
   // A second run finds everything and says nothing.
-  logsPath.clear();
-  EXPECT_TRUE(FileLib::CheckDirectories(data, logsPath, dialogs, log));
-  EXPECT_EQ(logsPath, data + "/logs");
-  EXPECT_TRUE(dialogs.shown.empty());
-  EXPECT_TRUE(log.entries.empty());
+  d.logsPath.clear();
+  EXPECT_TRUE(d.check());
+  EXPECT_EQ(d.logsPath, d.data + "/logs");
+  EXPECT_TRUE(d.dialogs.shown.empty());
+  EXPECT_TRUE(d.log.entries.empty());
 }
 
 TEST(FileLibDirectories, TwoLevelsBelowNothingStopsAtTheMainDirectory) {
-  TempDir tmp;
-  ScriptedDialogs dialogs;
-  dialogs.expectMessage("Cannot create program main data directory");
-  RecordingEventLog log;
-  std::string logsPath;
-  EXPECT_FALSE(FileLib::CheckDirectories(tmp.file("a/b"), logsPath, dialogs, log));
-  ASSERT_EQ(dialogs.shown.size(), 1u);
-  EXPECT_EQ(dialogs.shown[0].text, "Cannot create program main data directory");
-  EXPECT_EQ(dialogs.shown[0].caption, "Velnor");
-  EXPECT_EQ(dialogs.shown[0].buttons, MsgButtons::Ok);
-  EXPECT_TRUE(logsPath.empty());
-  EXPECT_FALSE(fs::exists(tmp.file("a")));
+  Dirs d;
+  d.data = d.tmp.file("a/b");
+  d.dialogs.expectMessage("Cannot create program main data directory");
+  EXPECT_FALSE(d.check());
+  ASSERT_EQ(d.dialogs.shown.size(), 1u);
+  EXPECT_EQ(d.dialogs.shown[0].text, "Cannot create program main data directory");
+  EXPECT_EQ(d.dialogs.shown[0].caption, "Velnor");
+  EXPECT_EQ(d.dialogs.shown[0].buttons, MsgButtons::Ok);
+  EXPECT_TRUE(d.logsPath.empty());
+  EXPECT_FALSE(fs::exists(d.tmp.file("a")));
 }
 
 TEST(FileLibDirectories, PlainFileBearingADirectoryNameCountsAsExisting) {
-  TempDir tmp;
-  ScriptedDialogs dialogs;
-  RecordingEventLog log;
-  std::string logsPath;
-  const std::string data = tmp.file("data");
-  fs::create_directory(data);
-  WriteBytes(data + "/logs", "not a directory");
-  EXPECT_TRUE(FileLib::CheckDirectories(data, logsPath, dialogs, log));
-  EXPECT_TRUE(fs::is_regular_file(data + "/logs"));
-  EXPECT_EQ(logsPath, data + "/logs");
-  EXPECT_TRUE(fs::is_directory(data + "/spool"));
+  Dirs d;
+  fs::create_directory(d.data);
+  WriteBytes(d.data + "/logs", "not a directory");
+  EXPECT_TRUE(d.check());
+  EXPECT_TRUE(fs::is_regular_file(d.data + "/logs"));
+  EXPECT_EQ(d.logsPath, d.data + "/logs");
+  EXPECT_TRUE(fs::is_directory(d.data + "/spool"));
 }
 
-struct BlockedRow {
-  const char* sub;
-  std::string message;  // "" means "Cannot create data directory: " + path
-  friend void PrintTo(const BlockedRow& r, std::ostream* os) { *os << r.sub; }
-};
-
-class FileLibBlockedRow : public ::testing::TestWithParam<BlockedRow> {};
-
-// A dangling symlink under the row's name is "absent" to stat but makes mkdir fail:
-// the row's own message appears, later rows are not attempted.
-TEST_P(FileLibBlockedRow, ShowsItsMessageAndStops) {
-  const BlockedRow& row = GetParam();
-  TempDir tmp;
-  const std::string data = tmp.file("data");
-  fs::create_directory(data);
-  const std::string path = data + "/" + row.sub;
-  fs::create_symlink(tmp.file("nowhere/at/all"), path);
-  const std::string message = row.message.empty() ? "Cannot create data directory: " + path : row.message;
-  ScriptedDialogs dialogs;
-  dialogs.expectMessage(message);
-  RecordingEventLog log;
-  std::string logsPath;
-  EXPECT_FALSE(FileLib::CheckDirectories(data, logsPath, dialogs, log));
-  ASSERT_EQ(dialogs.shown.size(), 1u);
-  EXPECT_EQ(dialogs.shown[0].text, message);
-  EXPECT_FALSE(fs::exists(data + "/spool"));
-}
-
-INSTANTIATE_TEST_SUITE_P(Rows, FileLibBlockedRow,
-                         ::testing::Values(BlockedRow{"archive", "Cannot create 'archive' data directory"},
-                                           BlockedRow{"logs", "Cannot create 'logs' data directory"},
-                                           BlockedRow{"docs", "Cannot create 'docs' data directory"},
-                                           BlockedRow{"bbs.d", ""}, BlockedRow{"usr.d", ""}),
-                         [](const auto& info) {
-                           std::string n = info.param.sub;
-                           return n.substr(0, n.find('.'));
-                         });
-
-TEST(FileLibDirectories, SpoolMessage) {
-  TempDir tmp;
-  const std::string data = tmp.file("data");
-  fs::create_directory(data);
-  fs::create_symlink(tmp.file("nowhere/x"), data + "/spool");
-  ScriptedDialogs dialogs;
-  dialogs.expectMessage("Cannot create 'spool' data directory");
-  RecordingEventLog log;
-  std::string logsPath;
-  EXPECT_FALSE(FileLib::CheckDirectories(data, logsPath, dialogs, log));
-  EXPECT_EQ(logsPath, data + "/logs");
-  EXPECT_TRUE(fs::is_directory(data + "/usr.d"));
+// A dangling symlink under a row's name is "absent" to stat but makes mkdir fail: the
+// row's own message appears, the rows before it exist, later rows are not attempted.
+TEST(FileLibDirectories, BlockedRowShowsItsMessageAndStops) {
+  struct Row { const char* sub; const char* message; };  // nullptr: "Cannot create data directory: " + path
+  const Row rows[] = {{"archive", "Cannot create 'archive' data directory"},
+                      {"logs", "Cannot create 'logs' data directory"},
+                      {"docs", "Cannot create 'docs' data directory"},
+                      {"bbs.d", nullptr},
+                      {"usr.d", nullptr},
+                      {"spool", "Cannot create 'spool' data directory"}};
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.sub);
+    Dirs d;
+    fs::create_directory(d.data);
+    const std::string path = d.data + "/" + row.sub;
+    fs::create_symlink(d.tmp.file("nowhere/at/all"), path);
+    const std::string message = row.message ? row.message : "Cannot create data directory: " + path;
+    d.dialogs.expectMessage(message);
+    EXPECT_FALSE(d.check());
+    ASSERT_EQ(d.dialogs.shown.size(), 1u);
+    EXPECT_EQ(d.dialogs.shown[0].text, message);
+    bool before = true;
+    for (const std::string sub : kSubdirs) {
+      if (sub == row.sub) before = false;
+      else EXPECT_EQ(fs::is_directory(d.data + "/" + sub), before) << sub;
+      if (sub == "logs") EXPECT_EQ(d.logsPath, before ? d.data + "/logs" : "");
+    }
+  }
 }
 
 TEST(FileLibPaths, Helpers) {

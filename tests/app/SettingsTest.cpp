@@ -57,13 +57,18 @@ Settings Parsed(const std::string& text) {
   return s;
 }
 
-TEST(SettingsFile, VersionIsThreeDecimalNumbers) {
+TEST(SettingsText, VersionIsThreeDecimalNumbers) {
   EXPECT_TRUE(std::regex_match(ProgramVersion(), std::regex("[0-9]+\\.[0-9]+\\.[0-9]+")));
 }
 
-TEST(SettingsFile, MissingFileIsCreatedWithTheDefaultsByteForByte) {
+// A "velnor.ini" path in a fresh folder.
+class SettingsFile : public ::testing::Test {
+ protected:
   TempDir dir;
   const std::string file = dir.file("velnor.ini");
+};
+
+TEST_F(SettingsFile, MissingFileIsCreatedWithTheDefaultsByteForByte) {
   const Settings s = ReadSettings(file);
   EXPECT_EQ(s.LoginName, "LOCAL");
   EXPECT_EQ(s.Pausev, 500);
@@ -75,7 +80,7 @@ TEST(SettingsFile, MissingFileIsCreatedWithTheDefaultsByteForByte) {
   EXPECT_FALSE(std::filesystem::exists(file + ".new"));
 }
 
-TEST(SettingsFile, WrittenValuesReadBackUnchanged) {
+TEST(SettingsText, WrittenValuesReadBackUnchanged) {
   Settings s;
   s.LoginName = "KD7XYZ";
   s.IcdName = " Fire = big ";  // blanks and "=" survive
@@ -95,38 +100,29 @@ TEST(SettingsFile, WrittenValuesReadBackUnchanged) {
   EXPECT_EQ(back.HostName, "host ");
 }
 
-TEST(SettingsFile, ExistingFileIsReadNotRewritten) {
-  TempDir dir;
-  const std::string file = dir.file("velnor.ini");
+TEST_F(SettingsFile, ExistingFileIsReadNotRewritten) {
   WriteBytes(file, "LoginName=ABC\r\n");
   EXPECT_EQ(ReadSettings(file).LoginName, "ABC");
   EXPECT_EQ(ReadBytes(file), "LoginName=ABC\r\n");
 }
 
-TEST(SettingsFile, EmptyFileGivesDefaultsAndStaysEmpty) {
-  TempDir dir;
-  const std::string file = dir.file("velnor.ini");
+TEST_F(SettingsFile, EmptyFileGivesDefaultsAndStaysEmpty) {
   WriteBytes(file, "");
   EXPECT_EQ(SettingsFileText(ReadSettings(file)), DefaultFileText());
   EXPECT_EQ(ReadBytes(file), "");
 }
 
-TEST(SettingsFile, UnreadableFileKeepsDefaultsAndIsLeftAlone) {
-  TempDir dir;
-  const std::string file = dir.file("velnor.ini");
+TEST_F(SettingsFile, UnreadableFileKeepsDefaultsAndIsLeftAlone) {
   ::mkdir(file.c_str(), 0755);  // a directory under the name: exists, cannot be read
   EXPECT_EQ(SettingsFileText(ReadSettings(file)), DefaultFileText());
 }
 
-TEST(SettingsFile, UnwritableFileThrowsAndKeepsTheOldOne) {
-  TempDir dir;
+TEST_F(SettingsFile, UnwritableFileThrowsAndKeepsTheOldOne) {
   EXPECT_THROW(WriteSettings(dir.file("no/such/velnor.ini"), Settings{}), VError);
   EXPECT_THROW(ReadSettings(dir.file("no/such/velnor.ini")), VError);
 }
 
-TEST(SettingsFile, RewriteReplacesTheWholeFile) {
-  TempDir dir;
-  const std::string file = dir.file("velnor.ini");
+TEST_F(SettingsFile, RewriteReplacesTheWholeFile) {
   WriteBytes(file, std::string(5000, 'x'));
   Settings s;
   s.LoginName = "N0CALL";
@@ -134,67 +130,38 @@ TEST(SettingsFile, RewriteReplacesTheWholeFile) {
   EXPECT_EQ(ReadBytes(file), SettingsFileText(s));
 }
 
-struct ReaderCase {
-  const char* name;
-  std::string text;
-  std::string Settings::*member;
-  std::string expected;
-  friend void PrintTo(const ReaderCase& c, std::ostream* os) { *os << c.name; }
-};
-
-class SettingsReaderText : public ::testing::TestWithParam<ReaderCase> {};
-
-TEST_P(SettingsReaderText, Reads) {
-  const ReaderCase& c = GetParam();
-  EXPECT_EQ(Parsed(c.text).*c.member, c.expected);
+// Each text read alone: the member named and the value it must hold.
+TEST(SettingsReader, TextCases) {
+  struct Case { const char* text; std::string Settings::*member; const char* expected; };
+  const Case cases[] = {
+      {"  LoginName  = ABC\r\n", &Settings::LoginName, " ABC"},  // key trimmed, value not
+      {"HostName=a=b= \r\n", &Settings::HostName, "a=b= "},
+      {"loginname=ABC\r\n", &Settings::LoginName, "LOCAL"},  // keys are case-sensitive
+      {"Version=9.9.9\r\nLoginName=V\r\n", &Settings::LoginName, "V"},
+      {"[ROUTES]\r\nHostName=h\r\n", &Settings::HostName, "h"},  // sections do not matter
+      {"LoginName=A\r\nDEFDEST=NODE", &Settings::DEFDEST, "NODE"},  // no end on the last line
+      {"[Velnor]\nLoginName=ABC\nDEFDEST=X\n", &Settings::LoginName, "LOCAL"},  // LF only: one line
+      {"LoginName=ABC\nDEFDEST=X\n", &Settings::LoginName, "ABCDEFDEST=X"},
+      {"LoginName=A\rTimeOut=7\r", &Settings::TimeOut, "7"},  // a lone CR ends a line
+      {"DefTo=A\r\nDefTo=B\r\n", &Settings::DefTo, "B"},     // the last one wins
+      {"DEFDEST=\r\n", &Settings::DEFDEST, ""},
+      {"LoginName\r\n", &Settings::LoginName, "LOCAL"},
+      {"[LoginName=X\r\n", &Settings::LoginName, "LOCAL"},  // a bracket line is skipped
+  };
+  for (const Case& c : cases) EXPECT_EQ(Parsed(c.text).*c.member, c.expected) << c.text;
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Cases, SettingsReaderText,
-    ::testing::Values(
-        ReaderCase{"KeyTrimmedValueNot", "  LoginName  = ABC\r\n", &Settings::LoginName, " ABC"},
-        ReaderCase{"ValueKeepsFurtherEquals", "HostName=a=b= \r\n", &Settings::HostName, "a=b= "},
-        ReaderCase{"LowerCaseKeyIgnored", "loginname=ABC\r\n", &Settings::LoginName, "LOCAL"},
-        ReaderCase{"VersionLineIgnored", "Version=9.9.9\r\nLoginName=V\r\n", &Settings::LoginName, "V"},
-        ReaderCase{"WrongSectionStillRead", "[ROUTES]\r\nHostName=h\r\n", &Settings::HostName, "h"},
-        ReaderCase{"LastLineWithoutEnd", "LoginName=A\r\nDEFDEST=NODE", &Settings::DEFDEST, "NODE"},
-        ReaderCase{"LfOnlyIsOneLine", "[Velnor]\nLoginName=ABC\nDEFDEST=X\n", &Settings::LoginName, "LOCAL"},
-        ReaderCase{"LfOnlyWithoutHeadIsOneValue", "LoginName=ABC\nDEFDEST=X\n", &Settings::LoginName,
-                   "ABCDEFDEST=X"},
-        ReaderCase{"LoneCrEndsALine", "LoginName=A\rTimeOut=7\r", &Settings::TimeOut, "7"},
-        ReaderCase{"LastOccurrenceWins", "DefTo=A\r\nDefTo=B\r\n", &Settings::DefTo, "B"},
-        ReaderCase{"EmptyValueClearsDefault", "DEFDEST=\r\n", &Settings::DEFDEST, ""},
-        ReaderCase{"KnownKeyWithoutEqualsIgnored", "LoginName\r\n", &Settings::LoginName, "LOCAL"},
-        ReaderCase{"BracketLineSkippedEvenWithKey", "[LoginName=X\r\n", &Settings::LoginName, "LOCAL"}),
-    [](const auto& info) { return std::string(info.param.name); });
-
-struct IntCase {
-  const char* name;
-  std::string value;
-  short expected;
-  friend void PrintTo(const IntCase& c, std::ostream* os) { *os << c.name; }
-};
-
-class SettingsReaderInteger : public ::testing::TestWithParam<IntCase> {};
-
-TEST_P(SettingsReaderInteger, SRTime) {
-  const IntCase& c = GetParam();
-  // The line after the bad one must still be read.
-  const Settings s = Parsed("SRTime=" + c.value + "\r\nDEFDEST=NEXT\r\n");
-  EXPECT_EQ(s.SRTime, c.expected);
-  EXPECT_EQ(s.DEFDEST, "NEXT");
-}
-
-INSTANTIATE_TEST_SUITE_P(Cases, SettingsReaderInteger,
-                         ::testing::Values(IntCase{"Plain", "90", 90}, IntCase{"Blanks", "  45 ", 45},
-                                           IntCase{"Negative", "-7", -7}, IntCase{"Max", "32767", 32767},
-                                           IntCase{"OverMax", "32768", 60}, IntCase{"Min", "-32768", -32768},
-                                           IntCase{"UnderMin", "-32769", 60}, IntCase{"Huge", "99999999999999999999", 60},
-                                           IntCase{"NotANumber", "abc", 60}, IntCase{"Trailing", "12x", 60},
-                                           IntCase{"Empty", "", 60}),
-                         [](const auto& info) { return std::string(info.param.name); });
-
-TEST(SettingsReader, BadIntegerKeepsTheEarlierValueNotJustTheDefault) {
+// A bad integer keeps the value it had, and the line after it is still read.
+TEST(SettingsReader, IntegerCases) {
+  struct Case { const char* value; short expected; };
+  const Case cases[] = {{"90", 90},         {"  45 ", 45},   {"-7", -7},  {"32767", 32767},
+                        {"32768", 60},      {"-32768", -32768}, {"-32769", 60},
+                        {"99999999999999999999", 60}, {"abc", 60}, {"12x", 60}, {"", 60}};
+  for (const Case& c : cases) {
+    const Settings s = Parsed("SRTime=" + std::string(c.value) + "\r\nDEFDEST=NEXT\r\n");
+    EXPECT_EQ(s.SRTime, c.expected) << c.value;
+    EXPECT_EQ(s.DEFDEST, "NEXT") << c.value;
+  }
   EXPECT_EQ(Parsed("Pausev=100\r\nPausev=oops\r\n").Pausev, 100);
 }
 
