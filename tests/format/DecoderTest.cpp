@@ -83,8 +83,8 @@ TEST(ParseIncoming, KindFromReplyText) {
   EXPECT_EQ(Parse(Tagged({"REPLY:      "})).Kind(), 1);
   EXPECT_EQ(Parse(Tagged({"REPLY:", "   "})).Kind(), 2);  // a line break is text
   EXPECT_EQ(Parse(Tagged({"REPLY: ok"})).Kind(), 2);
-  EXPECT_EQ(Parse(Tagged({"MESSAGE: m"})).Kind(), 1);
   const MsgRecord r = Parse(Tagged({"MESSAGE: m"}));
+  EXPECT_EQ(r.Kind(), 1);
   EXPECT_EQ(r.Origin(), 2);
   EXPECT_EQ(r.Status(), 4);
   EXPECT_EQ(r.MsgNo(), 0);
@@ -280,6 +280,12 @@ class StoreMsgTest : public ::testing::Test {
     while (store.GetList()) out.push_back(store.rec());
     return out;
   }
+  // The one record filed.
+  MsgRecord Only() {
+    const auto all = All();
+    EXPECT_EQ(all.size(), 1u);
+    return all.empty() ? MsgRecord{} : all[0];
+  }
 };
 
 TEST_F(StoreMsgTest, FilesUnderNewNumbersAndAnnouncesEach) {
@@ -311,10 +317,9 @@ TEST_F(StoreMsgTest, UnreadableDateIsLoggedWithNumberAndValue) {
   EXPECT_NE(session.lines[0].find("DATE"), std::string::npos);
   EXPECT_NE(session.lines[0].find("31/31/31 25:61"), std::string::npos);
   EXPECT_EQ(session.lines[1], "StoreMsg...: Loading message titled: s");
-  const auto all = All();
-  ASSERT_EQ(all.size(), 1u);
-  EXPECT_EQ(all[0].MsgDate(), 0);
-  EXPECT_EQ(all[0].Status(), 4);
+  const MsgRecord r = Only();
+  EXPECT_EQ(r.MsgDate(), 0);
+  EXPECT_EQ(r.Status(), 4);
 }
 
 TEST_F(StoreMsgTest, IncompleteTextIsFiledNotLeftBlank) {
@@ -323,23 +328,20 @@ TEST_F(StoreMsgTest, IncompleteTextIsFiledNotLeftBlank) {
   ASSERT_EQ(session.lines.size(), 2u);
   EXPECT_NE(session.lines[0].find("Message " + std::to_string(n) + " arrived incomplete"),
             std::string::npos);
-  const auto all = All();
-  ASSERT_EQ(all.size(), 1u);
-  EXPECT_EQ(all[0].MsgNo(), n);
-  EXPECT_EQ(all[0].Subj(), "cut off");
-  EXPECT_EQ(all[0].Msg(), "half");
-  EXPECT_EQ(all[0].Status(), 4);
-  EXPECT_EQ(all[0].Origin(), 2);
-  EXPECT_EQ(all[0].Kind(), 2);
+  const MsgRecord r = Only();
+  EXPECT_EQ(r.MsgNo(), n);
+  EXPECT_EQ(r.Subj(), "cut off");
+  EXPECT_EQ(r.Msg(), "half");
+  EXPECT_EQ(r.Status(), 4);
+  EXPECT_EQ(r.Origin(), 2);
+  EXPECT_EQ(r.Kind(), 2);
   ASSERT_EQ(notices.calls.size(), 1u);
   EXPECT_EQ(notices.calls[0].number, n);
 }
 
 TEST_F(StoreMsgTest, RouteWithoutColonStillFiled) {
   StoreMsg(Tagged({"SUBJECT: s", "ROUTE: JUSTANIDENTIFIER-LONG"}), 2, ctx);
-  const auto all = All();
-  ASSERT_EQ(all.size(), 1u);
-  EXPECT_EQ(all[0].Route(), "JUSTANIDENTIFIER");
+  EXPECT_EQ(Only().Route(), "JUSTANIDENTIFIER");
   EXPECT_EQ(session.lines.size(), 1u);
 }
 

@@ -1,6 +1,8 @@
 // Exact bytes of the tagged text: this is what other stations and Pmdirect read.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "core/DateTime.h"
 #include "format/Encoder.h"
 #include "store/MsgRecord.h"
@@ -28,30 +30,33 @@ MsgRecord SampleMessage() {
   return r;
 }
 
+// The lines up to the body are the same for a message and a reply.
+const std::string kHead =
+    "!ICS213!\r\n"
+    "---------\r\n"
+    "ICDNAME: Ridge Fire\r\n"
+    "TO: Planning Chief\r\n"
+    "POSITION: PSC\r\n"
+    "---------\r\n"
+    "FROM: Jo Marsh\r\n"
+    "POSITION: COML\r\n"
+    "----------\r\n"
+    "SUBJECT: Water tender\r\n"
+    "DATE: 11/19/2026 2:05:09 PM\r\n"
+    "---------\r\n";
+
 TEST(EncodeRecord, MessageIsNineteenLinesExactly) {
-  const std::string expected =
-      "!ICS213!\r\n"
-      "---------\r\n"
-      "ICDNAME: Ridge Fire\r\n"
-      "TO: Planning Chief\r\n"
-      "POSITION: PSC\r\n"
-      "---------\r\n"
-      "FROM: Jo Marsh\r\n"
-      "POSITION: COML\r\n"
-      "----------\r\n"
-      "SUBJECT: Water tender\r\n"
-      "DATE: 11/19/2026 2:05:09 PM\r\n"
-      "---------\r\n"
-      "MESSAGE: Need one tender\r\n"
-      "\r\n"
-      "at Div A\r\n"
-      "---------\r\n"
-      "SIGNATURE: J. Marsh\r\n"
-      "POSITION: COML\r\n"
-      "---------\r\n"
-      "ROUTE: KX1ABC:17:EOC1:0\r\n"
-      "!/ICS213!\r\n";
-  EXPECT_EQ(EncodeRecord(SampleMessage(), "KX1ABC"), expected);
+  EXPECT_EQ(EncodeRecord(SampleMessage(), "KX1ABC"),
+            kHead +
+                "MESSAGE: Need one tender\r\n"
+                "\r\n"
+                "at Div A\r\n"
+                "---------\r\n"
+                "SIGNATURE: J. Marsh\r\n"
+                "POSITION: COML\r\n"
+                "---------\r\n"
+                "ROUTE: KX1ABC:17:EOC1:0\r\n"
+                "!/ICS213!\r\n");
 }
 
 TEST(EncodeRecord, ReplyAddsSevenLinesBeforeRoute) {
@@ -62,42 +67,27 @@ TEST(EncodeRecord, ReplyAddsSevenLinesBeforeRoute) {
   r.setRepSign("A. Ruiz");
   r.setRepPos("PSC");
   r.setRepDate(ToOleDate({2026, 11, 20, 0, 0, 0}));
-  const std::string expected =
-      "!ICS213!\r\n"
-      "---------\r\n"
-      "ICDNAME: Ridge Fire\r\n"
-      "TO: Planning Chief\r\n"
-      "POSITION: PSC\r\n"
-      "---------\r\n"
-      "FROM: Jo Marsh\r\n"
-      "POSITION: COML\r\n"
-      "----------\r\n"
-      "SUBJECT: Water tender\r\n"
-      "DATE: 11/19/2026 2:05:09 PM\r\n"
-      "---------\r\n"
-      "MESSAGE: One line\r\n"
-      "---------\r\n"
-      "SIGNATURE: J. Marsh\r\n"
-      "POSITION: COML\r\n"
-      "---------\r\n"
-      "REPLY: Sent T-12\r\n"
-      "ETA 30 min\r\n"
-      "---------\r\n"
-      "SIGNATURE: A. Ruiz\r\n"
-      "POSITION: PSC\r\n"
-      "---------\r\n"
-      "RDATE: 11/20/2026\r\n"
-      "---------\r\n"
-      "ROUTE: KX1ABC:17:EOC1:0\r\n"
-      "!/ICS213!\r\n";
-  EXPECT_EQ(EncodeRecord(r, "KX1ABC"), expected);
+  EXPECT_EQ(EncodeRecord(r, "KX1ABC"),
+            kHead +
+                "MESSAGE: One line\r\n"
+                "---------\r\n"
+                "SIGNATURE: J. Marsh\r\n"
+                "POSITION: COML\r\n"
+                "---------\r\n"
+                "REPLY: Sent T-12\r\n"
+                "ETA 30 min\r\n"
+                "---------\r\n"
+                "SIGNATURE: A. Ruiz\r\n"
+                "POSITION: PSC\r\n"
+                "---------\r\n"
+                "RDATE: 11/20/2026\r\n"
+                "---------\r\n"
+                "ROUTE: KX1ABC:17:EOC1:0\r\n"
+                "!/ICS213!\r\n");
 }
 
-std::size_t CountLines(const std::string& s) {
-  std::size_t n = 0;
-  for (std::size_t i = 0; i + 1 < s.size(); ++i) n += (s[i] == '\r' && s[i + 1] == '\n');
-  return n;
-}
+// Every line ends in CR LF, so line feeds count the lines.
+std::size_t CountLines(const std::string& s) { return static_cast<std::size_t>(std::ranges::count(s, '\n')); }
 
 TEST(EncodeRecord, EmptyRecordKeepsKeysWithTheirBlank) {
   MsgRecord r;  // all zero: kind 0 is not a reply, date 0 is midnight
