@@ -3,6 +3,8 @@
 
 #include <filesystem>
 #include <fstream>
+#include <optional>
+#include <vector>
 
 #include "core/AtomicFile.h"
 #include "core/EventLog.h"
@@ -52,12 +54,17 @@ struct Glo {
   std::string entry(const char* proc, const std::string& error, int step) const {
     return error + "; PmGlobal:" + proc + ", FileName = " + file + ", Step = " + std::to_string(step);
   }
+  // Opens the data folder's file, first writing it when bytes are given.
+  PmGlobal open(const std::optional<std::string>& bytes = std::nullopt) {
+    if (bytes) WriteBytes(file, *bytes);
+    return PmGlobal(dir.path(), kVersion, log, Laser);
+  }
 };
 
 TEST(PmGlobalFile, MissingFileIsCreatedWithTheDefaults) {
   Glo g;
   {
-    PmGlobal glo(g.dir.path(), kVersion, g.log, Laser);
+    PmGlobal glo = g.open();
     EXPECT_EQ(glo.FileName(), g.file);
     EXPECT_FALSE(glo.Changed());
     EXPECT_TRUE(glo.PrinterAvailable());
@@ -79,12 +86,11 @@ TEST(PmGlobalFile, NoPrinterIsWrittenAsNoPrintersDefined) {
 
 TEST(PmGlobalFile, OtherVersionIsRewrittenAtReleaseWithValuesAsRead) {
   Glo g;
-  WriteBytes(g.file,
-             "[LOCAL PRINTER]\r\nPrinterName=Old Laser\r\nPtrCopies=3\r\nExtra=dropped\r\n"
-             "[GENERAL VARIABLES]\r\nVersion=0.9.1\r\nUseGlobalMsgNum=0\r\nParentVer=2.1\r\n"
-             "RunPrgmName=  pm.exe  \r\nRunPrgmOnStart=-1\r\nLstFontSize=x12\r\n");
   {
-    PmGlobal glo(g.dir.path(), kVersion, g.log, Laser);
+    PmGlobal glo = g.open(
+        "[LOCAL PRINTER]\r\nPrinterName=Old Laser\r\nPtrCopies=3\r\nExtra=dropped\r\n"
+        "[GENERAL VARIABLES]\r\nVersion=0.9.1\r\nUseGlobalMsgNum=0\r\nParentVer=2.1\r\n"
+        "RunPrgmName=  pm.exe  \r\nRunPrgmOnStart=-1\r\nLstFontSize=x12\r\n");
     EXPECT_TRUE(glo.Changed());
     EXPECT_EQ(glo.PrinterName(), "Old Laser");
     EXPECT_EQ(glo.PtrCopies(), 3);
@@ -99,8 +105,7 @@ TEST(PmGlobalFile, OtherVersionIsRewrittenAtReleaseWithValuesAsRead) {
 
 TEST(PmGlobalFile, MissingVersionLineCountsAsOtherVersion) {
   Glo g;
-  WriteBytes(g.file, "PtrOrient=2\r\n");
-  { PmGlobal glo(g.dir.path(), kVersion, g.log, Laser); }
+  { PmGlobal glo = g.open("PtrOrient=2\r\n"); }
   EXPECT_NE(Read(g.file).find("\r\nVersion=1.0.0\r\n"), std::string::npos);
   EXPECT_NE(Read(g.file).find("\r\nPtrOrient=2\r\n"), std::string::npos);
 }
@@ -113,7 +118,7 @@ TEST(PmGlobalFile, SameVersionWithoutChangesIsNotTouched) {
   ::stat(g.file.c_str(), &before);
   const auto mtime = fs::last_write_time(g.file);
   {
-    PmGlobal glo(g.dir.path(), kVersion, g.log, Laser);
+    PmGlobal glo = g.open();
     EXPECT_FALSE(glo.Changed());
     glo.SetPrinterAvailable(false);  // the one setter that changes nothing on disk
     EXPECT_FALSE(glo.Changed());
@@ -127,8 +132,7 @@ TEST(PmGlobalFile, SameVersionWithoutChangesIsNotTouched) {
 
 TEST(PmGlobalFile, KeyTrimmedValueKeptAsItStands) {
   Glo g;
-  WriteBytes(g.file, "Version=1.0.0\r\n PrinterName = x\r\nFolderLabels=a=b|c\nRunPrgmName=r");
-  PmGlobal glo(g.dir.path(), kVersion, g.log, Laser);
+  PmGlobal glo = g.open("Version=1.0.0\r\n PrinterName = x\r\nFolderLabels=a=b|c\nRunPrgmName=r");
   EXPECT_EQ(glo.PrinterName(), " x");
   EXPECT_EQ(glo.FolderLabels(), "a=b|cRunPrgmName=r");  // LF is no line end
   EXPECT_FALSE(glo.Changed());
@@ -137,9 +141,8 @@ TEST(PmGlobalFile, KeyTrimmedValueKeptAsItStands) {
 TEST(PmGlobalFile, FileWithoutEqualsIsNeitherParsedNorRewritten) {
   Glo g;
   const std::string bytes = "[GENERAL VARIABLES]\r\nPrinterName\r\nsomething else\r\n";
-  WriteBytes(g.file, bytes);
   {
-    PmGlobal glo(g.dir.path(), kVersion, g.log, Laser);
+    PmGlobal glo = g.open(bytes);
     EXPECT_FALSE(glo.Changed());
     EXPECT_EQ(glo.PrinterName(), "Laser 1");
   }
@@ -149,8 +152,7 @@ TEST(PmGlobalFile, FileWithoutEqualsIsNeitherParsedNorRewritten) {
 
 TEST(PmGlobalFile, NonNumericValueLogsStep3AndKeepsTheDefault) {
   Glo g;
-  WriteBytes(g.file, "Version=1.0.0\r\nPtrCopies=two\r\nPtrDuplex=2\r\n");
-  PmGlobal glo(g.dir.path(), kVersion, g.log, Laser);
+  PmGlobal glo = g.open("Version=1.0.0\r\nPtrCopies=two\r\nPtrDuplex=2\r\n");
   EXPECT_EQ(glo.PtrCopies(), 1);
   EXPECT_EQ(glo.PtrDuplex(), 2);  // reading went on
   EXPECT_EQ(g.log.entries, std::vector<std::string>{g.entry("GloRead", "13, Type mismatch", 3)});
@@ -160,23 +162,19 @@ TEST(PmGlobalFile, NonNumericValueLogsStep3AndKeepsTheDefault) {
 
 TEST(PmGlobalFile, IntegerBoundaries) {
   Glo g;
-  WriteBytes(g.file, "Version=1.0.0\r\nPtrOrient=32767\r\nPtrCopies=32768\r\nPtrDuplex=-32768\r\nProfSave=-32769\r\n");
-  PmGlobal glo(g.dir.path(), kVersion, g.log, Laser);
+  PmGlobal glo = g.open("Version=1.0.0\r\nPtrOrient=32767\r\nPtrCopies=32768\r\nPtrDuplex=-32768\r\nProfSave=-32769\r\n");
   EXPECT_EQ(glo.PtrOrient(), 32767);
   EXPECT_EQ(glo.PtrCopies(), 1);
   EXPECT_EQ(glo.PtrDuplex(), -32768);
   EXPECT_EQ(glo.ProfSave(), 1);
-  EXPECT_EQ(g.log.entries, (std::vector<std::string>{g.entry("GloRead", "6, Overflow", 3),
-                                                     g.entry("GloRead", "6, Overflow", 3)}));
+  EXPECT_EQ(g.log.entries, std::vector<std::string>(2, g.entry("GloRead", "6, Overflow", 3)));
 }
 
 TEST(PmGlobalFile, KnownKeyWithoutEqualsLogsStep3) {
   Glo g;
-  WriteBytes(g.file, "Version=1.0.0\r\nPtrOrient=2\r\n PtrOrient \r\nNotAKey\r\n");
-  PmGlobal glo(g.dir.path(), kVersion, g.log, Laser);
+  PmGlobal glo = g.open("Version=1.0.0\r\nPtrOrient=2\r\n PtrOrient \r\nNotAKey\r\n");
   EXPECT_EQ(glo.PtrOrient(), 2);
-  ASSERT_EQ(g.log.entries.size(), 1u);
-  EXPECT_EQ(g.log.entries[0], g.entry("GloRead", "5, Invalid procedure call or argument", 3));
+  EXPECT_EQ(g.log.entries, std::vector<std::string>{g.entry("GloRead", "5, Invalid procedure call or argument", 3)});
 }
 
 TEST(PmGlobalFile, UncreatableFileLogs103ThenEach104AndGivesUp) {
@@ -198,7 +196,7 @@ TEST(PmGlobalFile, UncreatableFileLogs103ThenEach104AndGivesUp) {
 TEST(PmGlobalFile, UnreadableFileIsLoggedAtStep2AndLeftAlone) {
   Glo g;
   fs::create_directory(g.file);  // exists, cannot be read as a file
-  PmGlobal glo(g.dir.path(), kVersion, g.log, Laser);
+  PmGlobal glo = g.open();
   ASSERT_EQ(g.log.entries.size(), 1u);
   EXPECT_NE(g.log.entries[0].find("; PmGlobal:GloRead, FileName = " + g.file + ", Step = 2"), std::string::npos);
   EXPECT_FALSE(glo.Changed());
@@ -208,7 +206,7 @@ TEST(PmGlobalFile, UnreadableFileIsLoggedAtStep2AndLeftAlone) {
 TEST(PmGlobalAccessors, SettersMarkChangedAndReleaseWrites) {
   Glo g;
   {
-    PmGlobal glo(g.dir.path(), kVersion, g.log, Laser);
+    PmGlobal glo = g.open();
     glo.SetRunPrgmName("  pm run  ");
     EXPECT_TRUE(glo.Changed());
     EXPECT_EQ(glo.RunPrgmName(), "pm run");
@@ -228,8 +226,7 @@ TEST(PmGlobalAccessors, SettersMarkChangedAndReleaseWrites) {
 
 TEST(PmGlobalAccessors, FontSizeTextThatIsNoNumber) {
   Glo g;
-  WriteBytes(g.file, "Version=1.0.0\r\nLstFontSize=big\r\n");
-  PmGlobal glo(g.dir.path(), kVersion, g.log, Laser);
+  PmGlobal glo = g.open("Version=1.0.0\r\nLstFontSize=big\r\n");
   EXPECT_THROW(glo.LstFontSize(), VError);
   EXPECT_TRUE(g.log.entries.empty());  // kept as text, so reading it was fine
 }
@@ -247,17 +244,19 @@ TEST(PmGlobalText, WrittenLinesReadBackUnchanged) {
   v.ParentVer = "9";
   v.RunPrgmOnStart = 1;
   v.RunPrgmName = "[x]";
-  std::string text;
-  for (const std::string& line : PmGlobal::GloFileLines("7.7.7", v)) text += line;
+  auto joined = [](const PmGlobal::Values& values) {
+    std::string text;
+    for (const std::string& line : PmGlobal::GloFileLines("7.7.7", values)) text += line;
+    return text;
+  };
+  const std::string text = joined(v);
   PmGlobal::Values back;
   std::string version;
   PmGlobal::ReadErrors errors;
   PmGlobal::ParseGloText(text, back, version, errors);
   EXPECT_TRUE(errors.empty());
   EXPECT_EQ(version, "7.7.7");
-  std::string again;
-  for (const std::string& line : PmGlobal::GloFileLines("7.7.7", back)) again += line;
-  EXPECT_EQ(again, text);
+  EXPECT_EQ(joined(back), text);
   EXPECT_EQ(back.PrinterName, " HP = 2 ");
 }
 
