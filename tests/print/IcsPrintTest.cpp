@@ -11,7 +11,6 @@ namespace velnor {
 namespace {
 
 using test::FakePrinters;
-using test::RecordingSurface;
 
 struct Texts {
   std::string To = "Planning Section Chief", ToPos = "PSC", Fr = "Net Control",
@@ -21,12 +20,12 @@ struct Texts {
               RepSign = "K. Osei", RepPos = "PSC", RepDate = "03/14/2024 09:45";
 };
 
-std::vector<std::string> Draw(const Texts& t, long failAt = -1) {
+std::vector<std::string> Draw(const Texts& t, long failAt = -1, int* surfaces = nullptr) {
   FakePrinters printers;
   printers.failAt = failAt;
-  IcsPrint form(printers, "1.0.0");
-  form.PrintIcs(t.To, t.ToPos, t.Fr, t.FrPos, t.Subj, t.Date, t.Msg, t.Sign, t.SignPos,
-                t.IcdName, t.Reply, t.RepSign, t.RepPos, t.RepDate);
+  IcsPrint(printers, "1.0.0").PrintIcs(t.To, t.ToPos, t.Fr, t.FrPos, t.Subj, t.Date, t.Msg, t.Sign, t.SignPos,
+                                       t.IcdName, t.Reply, t.RepSign, t.RepPos, t.RepDate);
+  if (surfaces) *surfaces = printers.surfacesOpened;
   return printers.ops;
 }
 
@@ -44,12 +43,6 @@ std::vector<std::string> BodyLines(const std::vector<std::string>& ops, int y) {
   }
   EXPECT_EQ(ops[i].rfind("font Arial", 0), 0u) << "body not followed by the next caption";
   return lines;
-}
-
-std::vector<std::string> MsgLines(const std::string& body) {
-  Texts t;
-  t.Msg = body;
-  return BodyLines(Draw(t), 69);
 }
 
 TEST(IcsPrintLayout, FrameThenTextsInTableOrder) {
@@ -112,97 +105,78 @@ TEST(IcsPrintLayout, FrameThenTextsInTableOrder) {
   EXPECT_EQ(Draw(t), want);
 }
 
-TEST(IcsPrintLayout, ReplySignatureRows) {
-  auto hasRow = [](const std::vector<std::string>& ops, const std::string& pos,
-                   const std::string& text) {
-    for (std::size_t i = 0; i + 1 < ops.size(); ++i)
-      if (ops[i] == pos && ops[i + 1] == "text " + text) return true;
-    return false;
-  };
-  auto anyAt246 = [](const std::vector<std::string>& ops) {
-    for (const std::string& op : ops)
-      if (op.rfind("pos ", 0) == 0 && op.find(" 246") != std::string::npos) return true;
-    return false;
-  };
+// What is drawn on the reply's date and signature row (y 246), as "x: text".
+std::vector<std::string> ReplySignatureRow(const Texts& t) {
+  const auto ops = Draw(t);
+  std::vector<std::string> row;
+  for (std::size_t i = 0; i + 1 < ops.size(); ++i)
+    if (ops[i].starts_with("pos ") && ops[i].ends_with(" 246"))
+      row.push_back(ops[i].substr(4, ops[i].size() - 8) + ": " + ops[i + 1]);
+  return row;
+}
 
-  Texts noSign;
-  noSign.RepSign = "";
-  EXPECT_FALSE(anyAt246(Draw(noSign))) << "date and position without a signature";
-
-  Texts noPos;
-  noPos.RepPos = "";
-  const auto ops = Draw(noPos);
-  EXPECT_TRUE(hasRow(ops, "pos 104 246", "K. Osei, "));
-  EXPECT_TRUE(hasRow(ops, "pos 14 246", "03/14/2024 09:45"));
-
-  Texts signOnly;
-  signOnly.RepPos = "";
-  signOnly.RepDate = "";
-  EXPECT_TRUE(hasRow(Draw(signOnly), "pos 14 246", ""));
+TEST(IcsPrintLayout, ReplySignatureRowsOnlyWithASignature) {
+  Texts t;
+  t.RepSign = "";
+  EXPECT_EQ(ReplySignatureRow(t), std::vector<std::string>{}) << "date and position without a signature";
+  t = Texts{};
+  t.RepPos = "";
+  EXPECT_EQ(ReplySignatureRow(t), (std::vector<std::string>{"14: text 03/14/2024 09:45", "104: text K. Osei, "}));
+  t.RepDate = "";
+  EXPECT_EQ(ReplySignatureRow(t), (std::vector<std::string>{"14: text ", "104: text K. Osei, "}));
 }
 
 TEST(IcsPrintLayout, AllTextsEmpty) {
-  const auto ops = Draw(Texts{"", "", "", "", "", "", "", "", "", "", "", "", "", ""});
+  const Texts t{"", "", "", "", "", "", "", "", "", "", "", "", "", ""};
+  const auto ops = Draw(t);
   EXPECT_EQ(BodyLines(ops, 69), std::vector<std::string>{""});
   EXPECT_EQ(BodyLines(ops, 168), std::vector<std::string>{""});
-  EXPECT_EQ(std::find(ops.begin(), ops.end(), "pos 104 246"), ops.end());
+  EXPECT_EQ(ReplySignatureRow(t), std::vector<std::string>{});
   EXPECT_EQ(ops.back(), "end");
   EXPECT_EQ(ops[ops.size() - 2].substr(0, 10), "text Ref: ");
 }
 
-struct WrapCase {
-  const char* name;
-  std::string body;
-  std::vector<std::string> lines;
-};
-
 std::string Rep(char c, std::size_t n) { return std::string(n, c); }
 
-// Words of length 9 plus one blank: eight of them make exactly 80 characters.
-std::string Words(std::size_t n, char c = 'w') {
+// Words of nine letters between single blanks: eight make 79 characters, 80 with a blank after.
+std::string Words(std::size_t n) {
   std::string s;
-  for (std::size_t i = 0; i < n; ++i) s += (i ? " " : "") + Rep(static_cast<char>(c + i % 3), 9);
+  for (std::size_t i = 0; i < n; ++i) s += (i ? " " : "") + Rep(static_cast<char>('w' + i % 3), 9);
   return s;
 }
 
-void PrintTo(const WrapCase& c, std::ostream* os) { *os << c.name; }
-
-class BodyWrapping : public ::testing::TestWithParam<WrapCase> {};
-
-TEST_P(BodyWrapping, Lines) { EXPECT_EQ(MsgLines(GetParam().body), GetParam().lines); }
-
-const std::string k79 = Words(8) + Rep('z', 0);             // 8*9 + 7 = 79
-const std::string k80 = Words(8) + " ";                      // trailing blank kept
-const std::string k81 = Words(8) + "  ";                     // over by one: re-flowed
-const std::string kLong = Rep('X', 100);
-
-INSTANTIATE_TEST_SUITE_P(
-    IcsPrint, BodyWrapping,
-    ::testing::Values(
-        WrapCase{"Empty", "", {""}},
-        WrapCase{"Exactly80KeepsBlanks", "  a" + Rep(' ', 10) + Rep('b', 67), {"  a" + Rep(' ', 10) + Rep('b', 67)}},
-        WrapCase{"Exactly80TrailingBlank", k80, {k80}},
-        WrapCase{"Over81TrailingBlanksOnly", k81, {k79 + " "}},
-        WrapCase{"Over81WrapsAtWord",
-                 Words(8) + " ab",
-                 {Words(8) + " ", "ab "}},
-        WrapCase{"WordFillsTo80ThenBlank",
-                 Rep('a', 39) + " " + Rep('b', 40) + " c",
-                 {Rep('a', 39) + " " + Rep('b', 40) + " ", "c "}},
-        WrapCase{"LongWordAloneNoEmptyLineBefore", kLong, {kLong + " "}},
-        WrapCase{"LongWordAfterShortWord", "ab " + kLong + " cd", {"ab ", kLong + " ", "cd "}},
-        WrapCase{"RunsOfBlanksCollapsed",
-                 "one" + Rep(' ', 50) + "two" + Rep(' ', 30) + "three",
-                 {"one two three "}},
-        WrapCase{"LeadingBlanksLostWhenWrapped", Rep(' ', 20) + Words(7), {Words(7) + " "}},
-        WrapCase{"CrLfLines", "first\r\nsecond\r\nthird", {"first", "second", "third"}},
-        WrapCase{"CrLines", "first\rsecond\rthird", {"first", "second", "third"}},
-        WrapCase{"LfDropped", "first\nsecond", {"firstsecond"}},
-        WrapCase{"EmptyLinesKept", "a\r\n\r\nb", {"a", "", "b"}},
-        WrapCase{"EndsInCrLf", "a\r\n", {"a", ""}},
-        WrapCase{"EndsInCr", "a\r", {"a", ""}},
-        WrapCase{"LongLineThenShort", Words(9) + "\r\nend", {Words(8) + " ", Words(9).substr(80) + " ", "end"}}),
-    [](const ::testing::TestParamInfo<WrapCase>& i) { return std::string(i.param.name); });
+TEST(IcsPrintBody, WrapsAt80Characters) {
+  const std::string k80 = Words(8) + " ", kLong = Rep('X', 100);
+  const struct {
+    const char* name;
+    std::string body;
+    std::vector<std::string> lines;
+  } rows[] = {
+      {"Empty", "", {""}},
+      {"Exactly80KeepsBlanks", "  a" + Rep(' ', 10) + Rep('b', 67), {"  a" + Rep(' ', 10) + Rep('b', 67)}},
+      {"Exactly80TrailingBlank", k80, {k80}},
+      {"Over81TrailingBlanksOnly", k80 + " ", {k80}},
+      {"Over81WrapsAtWord", Words(8) + " ab", {k80, "ab "}},
+      {"WordFillsTo80ThenBlank", Rep('a', 39) + " " + Rep('b', 40) + " c", {Rep('a', 39) + " " + Rep('b', 40) + " ", "c "}},
+      {"LongWordAloneNoEmptyLineBefore", kLong, {kLong + " "}},
+      {"LongWordAfterShortWord", "ab " + kLong + " cd", {"ab ", kLong + " ", "cd "}},
+      {"RunsOfBlanksCollapsed", "one" + Rep(' ', 50) + "two" + Rep(' ', 30) + "three", {"one two three "}},
+      {"LeadingBlanksLostWhenWrapped", Rep(' ', 20) + Words(7), {Words(7) + " "}},
+      {"CrLfLines", "first\r\nsecond\r\nthird", {"first", "second", "third"}},
+      {"CrLines", "first\rsecond\rthird", {"first", "second", "third"}},
+      {"LfDropped", "first\nsecond", {"firstsecond"}},
+      {"EmptyLinesKept", "a\r\n\r\nb", {"a", "", "b"}},
+      {"EndsInCrLf", "a\r\n", {"a", ""}},
+      {"EndsInCr", "a\r", {"a", ""}},
+      {"LongLineThenShort", Words(9) + "\r\nend", {k80, Words(9).substr(80) + " ", "end"}},
+  };
+  for (const auto& r : rows) {
+    SCOPED_TRACE(r.name);
+    Texts t;
+    t.Msg = r.body;
+    EXPECT_EQ(BodyLines(Draw(t), 69), r.lines);
+  }
+}
 
 TEST(IcsPrintBody, FortyLinesAllPrintedOnOnePage) {
   std::string body;
@@ -211,12 +185,12 @@ TEST(IcsPrintBody, FortyLinesAllPrintedOnOnePage) {
     body += "line " + std::to_string(i) + (i < 40 ? "\r\n" : "");
     want.push_back("line " + std::to_string(i));
   }
-  FakePrinters printers;
-  IcsPrint form(printers, "1.0.0");
-  form.PrintIcs("", "", "", "", "", "", body, "", "", "", "", "", "", "");
-  EXPECT_EQ(BodyLines(printers.ops, 69), want);
-  EXPECT_EQ(printers.surfacesOpened, 1);
-  EXPECT_EQ(std::count(printers.ops.begin(), printers.ops.end(), "end"), 1);
+  Texts t{"", "", "", "", "", "", body, "", "", "", "", "", "", ""};
+  int surfaces = 0;
+  const auto ops = Draw(t, -1, &surfaces);
+  EXPECT_EQ(BodyLines(ops, 69), want);
+  EXPECT_EQ(surfaces, 1);
+  EXPECT_EQ(std::count(ops.begin(), ops.end(), "end"), 1);
 }
 
 TEST(IcsPrintBody, ReplyWrapsLikeMessage) {

@@ -41,14 +41,8 @@ class PrintCommand : public ::testing::Test {
   int fieldReads = 0;
 };
 
-TEST_F(PrintCommand, NoMessageLoadedShowsNoDialog) {
+TEST_F(PrintCommand, NoMessageLoadedOrNoPrinterEndsSilentlyBeforeAnyDialog) {
   Print(0);
-  EXPECT_TRUE(printers.dialogFlags.empty());
-  EXPECT_EQ(printers.surfacesOpened, 0);
-  EXPECT_TRUE(statuses.empty());
-}
-
-TEST_F(PrintCommand, NoPrinterEndsSilentlyBeforeAnyDialog) {
   printers.current = -1;
   Print(7);
   EXPECT_TRUE(printers.dialogFlags.empty());
@@ -68,17 +62,19 @@ TEST_F(PrintCommand, CancelChangesNothing) {
   EXPECT_EQ(printers.Copies(), 2);
 }
 
-TEST_F(PrintCommand, PrintsOnChosenPrinterThenRestoresThePreviousOne) {
-  printers.dialog = [](FakePrinters& p) {
+TEST_F(PrintCommand, PrintsAsTypedOnChosenPrinterThenRestoresThePreviousOne) {
+  printers.dialog = [this](FakePrinters& p) {
     p.MakeCurrent(1);
     p.SetCopies(3);
+    fields[0] = "Edited, not saved";  // the texts are read after the dialog
     return true;
   };
   Print(7);
   EXPECT_EQ(statuses, std::vector<std::string>{"Printing message to Radio Room"});
   EXPECT_EQ(printers.surfacesOpened, 1);
   EXPECT_EQ(printers.ops.back(), "end");
-  EXPECT_TRUE(Printed("Logistics"));
+  EXPECT_EQ(fieldReads, 1);
+  EXPECT_TRUE(Printed("Edited, not saved"));
   EXPECT_TRUE(Printed("Need 200 gallons."));
   EXPECT_TRUE(Printed("River Flood"));
 
@@ -87,16 +83,6 @@ TEST_F(PrintCommand, PrintsOnChosenPrinterThenRestoresThePreviousOne) {
   EXPECT_EQ(printers.Orientation(), kOrientationLandscape);
   EXPECT_EQ(printers.Copies(), 2);
   EXPECT_EQ(printers.installed[1].copies, 3);
-}
-
-TEST_F(PrintCommand, TextsAreReadAfterTheDialogSoEditsShowAsTyped) {
-  printers.dialog = [this](FakePrinters&) {
-    fields[0] = "Edited, not saved";
-    return true;
-  };
-  Print(7);
-  EXPECT_EQ(fieldReads, 1);
-  EXPECT_TRUE(Printed("Edited, not saved"));
 }
 
 TEST_F(PrintCommand, FailureWhilePrintingSkipsTheRestore) {

@@ -1,7 +1,7 @@
 #pragma once
-// A drawing surface that writes down every call as one line of text, and can be told to
-// fail at a given call, so the drawing's order, coordinates and failure handling can be
-// checked without a printer.
+// A drawing surface that writes down every call as one line of text ("line 10 20 195 20 0"),
+// and can be told to fail at a given call, so the drawing's order, coordinates and failure
+// handling can be checked without a printer.
 #include <functional>
 #include <memory>
 #include <sstream>
@@ -16,49 +16,38 @@ namespace velnor::test {
 
 class RecordingSurface : public DrawingSurface {
  public:
-  explicit RecordingSurface(std::vector<std::string>& ops, long failAt = -1)
-      : m_ops(ops), m_failAt(failAt) {}
+  RecordingSurface(std::vector<std::string>& ops, long failAt, bool failEnd)
+      : m_ops(ops), m_failAt(failAt), m_failEnd(failEnd) {}
 
   void setScaleMillimetres() override { add("scale mm"); }
-  void setLineWidth(int px) override { add("width " + num(px)); }
-  void drawLine(double x1, double y1, double x2, double y2, Colour c) override {
-    add("line " + num(x1) + " " + num(y1) + " " + num(x2) + " " + num(y2) + " " + num(c));
-  }
-  void fillBox(double x1, double y1, double x2, double y2, Colour c) override {
-    add("box " + num(x1) + " " + num(y1) + " " + num(x2) + " " + num(y2) + " " + num(c));
-  }
+  void setLineWidth(int px) override { add("width", px); }
+  void drawLine(double x1, double y1, double x2, double y2, Colour c) override { add("line", x1, y1, x2, y2, c); }
+  void fillBox(double x1, double y1, double x2, double y2, Colour c) override { add("box", x1, y1, x2, y2, c); }
   void setFont(const std::string& name, int sizePt, bool bold) override {
-    add("font " + name + " " + num(sizePt) + (bold ? " bold" : ""));
+    add("font " + name + " " + std::to_string(sizePt) + (bold ? " bold" : ""));
   }
-  void setPosition(double x, double y) override { add("pos " + num(x) + " " + num(y)); }
-  void setCurrentX(double x) override { add("x " + num(x)); }
+  void setPosition(double x, double y) override { add("pos", x, y); }
+  void setCurrentX(double x) override { add("x", x); }
   void printText(const std::string& text) override { add("text " + text); }
   void endDocument() override {
     if (m_failEnd) throw std::runtime_error("job refused");
     add("end");
   }
-  void failEnd() { m_failEnd = true; }
 
  private:
-  template <typename T>
-  static std::string num(T v) {
+  template <typename... T>
+  void add(const std::string& op, const T&... args) {
+    if (m_calls++ == m_failAt) throw std::runtime_error("surface failure");
     std::ostringstream s;
-    s << v;
-    return s.str();
-  }
-  void add(std::string op) {
-    if (m_failAt >= 0 && static_cast<long>(m_calls) == m_failAt) {
-      ++m_calls;
-      throw std::runtime_error("surface failure");
-    }
-    ++m_calls;
-    m_ops.push_back(std::move(op));
+    s << op;
+    ((s << ' ' << args), ...);
+    m_ops.push_back(s.str());
   }
 
   std::vector<std::string>& m_ops;
-  long m_failAt;
-  std::size_t m_calls = 0;
-  bool m_failEnd = false;
+  long m_failAt;  // -1: never
+  bool m_failEnd;
+  long m_calls = 0;
 };
 
 // Installed printers with their own orientation and copies; the dialog is a script.
@@ -84,10 +73,8 @@ class FakePrinters : public PrinterSystem {
     return names;
   }
   void MakeCurrent(std::size_t index) override {
-    if (index >= installed.size()) throw std::out_of_range("printer");
     // A printer made current again starts from its default settings.
-    installed[index].orientation = kOrientationPortrait;
-    installed[index].copies = 1;
+    installed.at(index) = {installed.at(index).name};
     current = static_cast<long>(index);
   }
   std::string CurrentDeviceName() override { return cur().name; }
@@ -101,9 +88,7 @@ class FakePrinters : public PrinterSystem {
   }
   std::unique_ptr<DrawingSurface> OpenSurface() override {
     ++surfacesOpened;
-    auto surface = std::make_unique<RecordingSurface>(ops, failAt);
-    if (failEnd) surface->failEnd();
-    return surface;
+    return std::make_unique<RecordingSurface>(ops, failAt, failEnd);
   }
 
   Printer& cur() {
