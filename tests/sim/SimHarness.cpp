@@ -2,7 +2,6 @@
 
 #include <arpa/inet.h>
 #include <fcntl.h>
-#include <netinet/in.h>
 #include <poll.h>
 #include <signal.h>
 #include <sys/socket.h>
@@ -12,6 +11,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <numeric>
 #include <stdexcept>
 
 #include "core/AtomicFile.h"
@@ -21,23 +21,22 @@ namespace {
 
 constexpr int kWaitMs = 5000;
 
-// The environment names the simulator under test; the build's own copy stands in when
-// the test runs without it.
-std::string simPath() {
-  const char* p = std::getenv("VELNOR_SIM");
-  return p && *p ? p : VELNOR_SIM_BUILT;
+bool readable(int fd) {
+  pollfd p{fd, POLLIN, 0};
+  return ::poll(&p, 1, kWaitMs) > 0;
 }
 
-pid_t spawn(const std::vector<std::string>& args, int outFd, int errFd) {
+// The simulator under test is the one VELNOR_SIM names (every test binary sets it).
+pid_t spawn(std::vector<std::string> args, int outFd, int errFd) {
+  const char* sim = std::getenv("VELNOR_SIM");
+  if (!sim) throw std::runtime_error("VELNOR_SIM is not set");
+  args.insert(args.begin(), sim);
   std::vector<char*> argv;
-  std::string path = simPath();
-  argv.push_back(path.data());
-  std::vector<std::string> copy = args;
-  for (auto& a : copy) argv.push_back(a.data());
+  for (auto& a : args) argv.push_back(a.data());
   argv.push_back(nullptr);
   const pid_t pid = ::fork();
   if (pid == 0) {
-    if (outFd >= 0) ::dup2(outFd, 1);
+    ::dup2(outFd, 1);
     if (errFd >= 0) ::dup2(errFd, 2);
     ::execv(argv[0], argv.data());
     ::_exit(127);
@@ -58,18 +57,16 @@ int reap(pid_t pid) {
   return -1;
 }
 
-// Reads from fd until EOF or until stop(text) is true, each wait bounded.
-template <class Stop>
-std::string readPipe(int fd, Stop stop) {
+// Reads fd to its end, or only to the first line end.
+std::string readPipe(int fd, bool firstLine) {
   std::string text;
   char buf[4096];
-  while (!stop(text)) {
-    pollfd p{fd, POLLIN, 0};
-    if (::poll(&p, 1, kWaitMs) <= 0) break;
+  while (!(firstLine && text.find('\n') != std::string::npos) && readable(fd)) {
     const ssize_t n = ::read(fd, buf, sizeof buf);
     if (n <= 0) break;
     text.append(buf, static_cast<std::size_t>(n));
   }
+  ::close(fd);
   return text;
 }
 
@@ -82,8 +79,7 @@ SimProcess::SimProcess(const std::string& spool, const std::string& transcript, 
   if (::pipe2(out, O_CLOEXEC) != 0) throw std::runtime_error("pipe failed");
   m_pid = spawn(args, out[1], -1);
   ::close(out[1]);
-  m_line = readPipe(out[0], [](const std::string& t) { return t.find('\n') != std::string::npos; });
-  ::close(out[0]);
+  m_line = readPipe(out[0], true);
   const std::string prefix = "pmdirect-sim listening on 127.0.0.1:";
   if (m_line.compare(0, prefix.size(), prefix) != 0) {
     stop();
@@ -91,8 +87,6 @@ SimProcess::SimProcess(const std::string& spool, const std::string& transcript, 
   }
   m_port = std::atoi(m_line.c_str() + prefix.size());
 }
-
-SimProcess::~SimProcess() { stop(); }
 
 int SimProcess::stop() {
   if (m_pid <= 0) return -1;
@@ -109,8 +103,7 @@ int RunSimToEnd(const std::vector<std::string>& args, std::string& errText) {
   const pid_t pid = spawn(args, devnull, err[1]);
   ::close(devnull);
   ::close(err[1]);
-  errText = readPipe(err[0], [](const std::string&) { return false; });
-  ::close(err[0]);
+  errText = readPipe(err[0], false);
   const int status = reap(pid);
   return status >= 0 && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
@@ -125,36 +118,23 @@ SimClient::SimClient(int port) {
     throw std::runtime_error("cannot connect to the simulator");
 }
 
-SimClient::~SimClient() { close(); }
-
 void SimClient::close() {
   if (m_fd >= 0) ::close(m_fd);
   m_fd = -1;
 }
 
 void SimClient::send(const std::string& bytes) {
-  std::size_t done = 0;
-  while (done < bytes.size()) {
+  for (std::size_t done = 0; done < bytes.size();) {
     const ssize_t n = ::send(m_fd, bytes.data() + done, bytes.size() - done, MSG_NOSIGNAL);
     if (n <= 0) return;  // the peer may have dropped us on purpose; reads tell
     done += static_cast<std::size_t>(n);
   }
 }
 
-std::string SimClient::readSome() {
-  pollfd p{m_fd, POLLIN, 0};
-  if (::poll(&p, 1, kWaitMs) <= 0) return {};
-  char buf[65536];
-  const ssize_t n = ::recv(m_fd, buf, sizeof buf, 0);
-  return n > 0 ? std::string(buf, static_cast<std::size_t>(n)) : std::string();
-}
-
 std::string SimClient::read(std::size_t n) {
   std::string got;
-  while (got.size() < n) {
-    pollfd p{m_fd, POLLIN, 0};
-    if (::poll(&p, 1, kWaitMs) <= 0) break;
-    char buf[65536];
+  char buf[65536];
+  while (got.size() < n && readable(m_fd)) {
     const ssize_t r = ::recv(m_fd, buf, std::min(sizeof buf, n - got.size()), 0);
     if (r <= 0) break;
     got.append(buf, static_cast<std::size_t>(r));
@@ -162,39 +142,32 @@ std::string SimClient::read(std::size_t n) {
   return got;
 }
 
-std::string SimClient::ask(const std::string& line, const std::string& expected) {
-  send(line + "\r\n");
-  return read(expected.size());
-}
-
 bool SimClient::waitClosed() {
   char buf[65536];
-  for (;;) {
-    pollfd p{m_fd, POLLIN, 0};
-    if (::poll(&p, 1, kWaitMs) <= 0) return false;
-    const ssize_t r = ::recv(m_fd, buf, sizeof buf, 0);
-    if (r <= 0) return true;
-  }
+  while (readable(m_fd))
+    if (::recv(m_fd, buf, sizeof buf, 0) <= 0) return true;
+  return false;
 }
 
-std::vector<TranscriptRecord> ReadTranscript(const std::string& path) {
+std::vector<std::string> Transcript(const std::string& path, char dir, int conn) {
   const std::string all = ReadWholeFile(path, "test");
-  std::vector<TranscriptRecord> out;
-  std::size_t pos = 0;
-  while (pos < all.size()) {
-    const std::size_t eol = all.find('\n', pos);
-    if (eol == std::string::npos) break;
+  std::vector<std::string> out;
+  std::size_t pos = 0, eol = 0;
+  while ((eol = all.find('\n', pos)) != std::string::npos) {
     const std::string head = all.substr(pos, eol - pos);
     pos = eol + 1;
-    if (head.size() > 4 && (head.compare(0, 4, "<<< ") == 0 || head.compare(0, 4, ">>> ") == 0)) {
-      int conn = 0;
-      std::size_t len = 0;
-      if (std::sscanf(head.c_str() + 4, "%d %zu", &conn, &len) != 2 || pos + len > all.size()) break;
-      out.push_back({head[0], conn, all.substr(pos, len)});
-      pos += len + 1;
-    }
+    if (head.size() <= 4 || (head.compare(0, 4, "<<< ") != 0 && head.compare(0, 4, ">>> ") != 0)) continue;
+    int c = 0;
+    std::size_t len = 0;
+    if (std::sscanf(head.c_str() + 4, "%d %zu", &c, &len) != 2 || pos + len > all.size()) break;
+    if (head[0] == dir && (conn == 0 || c == conn)) out.push_back(all.substr(pos, len));
+    pos += len + 1;
   }
   return out;
+}
+
+std::string Joined(const std::vector<std::string>& parts) {
+  return std::accumulate(parts.begin(), parts.end(), std::string());
 }
 
 std::string TaggedText(const std::string& sender, const std::string& dest, const std::string& body, bool keepLocal) {

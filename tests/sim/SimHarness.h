@@ -1,26 +1,28 @@
 #pragma once
-// Runs pmdirect-sim as a child process and talks to it over loopback, with every wait
-// bounded so a broken simulator fails a test instead of hanging it.
+// pmdirect-sim as a child process, raw loopback clients and its transcript. Every wait is
+// bounded (5 s), so a broken simulator fails a test instead of hanging it.
+#include <gtest/gtest.h>
 #include <sys/types.h>
 
+#include <memory>
 #include <string>
 #include <vector>
+
+#include "tests/support/TempDir.h"
 
 namespace velnor::testing {
 
 class SimProcess {
  public:
-  // Starts $VELNOR_SIM --port 0 --spool <spool> --transcript <transcript> plus extra
-  // arguments, and waits for its "listening on" line.
+  // $VELNOR_SIM --port 0 --spool <spool> --transcript <transcript> plus extra, once it
+  // has printed its "listening on" line.
   SimProcess(const std::string& spool, const std::string& transcript, std::vector<std::string> extra = {});
-  ~SimProcess();
+  ~SimProcess() { stop(); }
   SimProcess(const SimProcess&) = delete;
   SimProcess& operator=(const SimProcess&) = delete;
-
   int port() const { return m_port; }
   const std::string& listeningLine() const { return m_line; }
-  // SIGTERM and wait; returns the exit status as waitpid reports it (-1 on time-out).
-  int stop();
+  int stop();  // SIGTERM and wait: the status as waitpid reports it, -1 on time-out
 
  private:
   pid_t m_pid = -1;
@@ -28,42 +30,65 @@ class SimProcess {
   std::string m_line;
 };
 
-// Runs the simulator with args to its end (at most a few seconds); returns its exit code
-// and its stderr.
+// Runs the simulator with args to its end: its exit code, and its stderr in errText.
 int RunSimToEnd(const std::vector<std::string>& args, std::string& errText);
 
 class SimClient {
  public:
   explicit SimClient(int port);
-  ~SimClient();
+  ~SimClient() { close(); }
   SimClient(const SimClient&) = delete;
   SimClient& operator=(const SimClient&) = delete;
-
   void send(const std::string& bytes);
-  // Exactly n bytes, or fewer if the peer closed or 5 s passed without data.
-  std::string read(std::size_t n);
-  // Whatever one read delivers (waits up to 5 s); empty on close or time-out.
-  std::string readSome();
-  // Sends line + CR LF and reads exactly expected.size() bytes.
-  std::string ask(const std::string& line, const std::string& expected);
-  // True when the peer closes (reading and discarding data) within 5 s.
-  bool waitClosed();
+  std::string read(std::size_t n);  // exactly n bytes, fewer on close or silence
+  // Sends line + CR LF and reads as many bytes as expected has.
+  std::string ask(const std::string& line, const std::string& expected) {
+    send(line + "\r\n");
+    return read(expected.size());
+  }
+  bool waitClosed();  // the peer closes (data on the way is dropped)
   void close();
 
  private:
   int m_fd = -1;
 };
 
-// One record of the transcript: direction ('<' received, '>' sent), connection, bytes.
-struct TranscriptRecord {
-  char dir;
-  int conn;
-  std::string bytes;
-};
-std::vector<TranscriptRecord> ReadTranscript(const std::string& path);
+// The transcript's blocks in one direction ('<' received, '>' sent), one per read or
+// write, on connection conn or (0) on all.
+std::vector<std::string> Transcript(const std::string& path, char dir, int conn = 0);
+std::string Joined(const std::vector<std::string>& parts);
 
 // A complete tagged text as a station sends it, ending with the "!/ICS213!" line.
 std::string TaggedText(const std::string& sender, const std::string& dest, const std::string& body,
                        bool keepLocal = false);
+
+// One simulator per test, its spool and transcript in a fresh directory.
+class SimTest : public ::testing::Test {
+ protected:
+  void start(std::vector<std::string> extra = {}) {
+    m_sim = std::make_unique<SimProcess>(m_dir.file("spool"), m_dir.file("transcript"), std::move(extra));
+  }
+  std::vector<std::string> transcript(char dir, int conn = 0) const {
+    return Transcript(m_dir.file("transcript"), dir, conn);
+  }
+  // A connected, registered and logged-on station.
+  std::unique_ptr<SimClient> station(const std::string& id) {
+    auto c = std::make_unique<SimClient>(m_sim->port());
+    EXPECT_EQ(c->ask("<!REG!>", "LOGON>"), "LOGON>");
+    EXPECT_EQ(c->ask("<!LOGON!>" + id, "OK>"), "OK>");
+    return c;
+  }
+  // Each "POP" in turn gets the next of texts, and then "NOMORE>".
+  static void expectPops(SimClient& c, const std::vector<std::string>& texts) {
+    for (const auto& t : texts) EXPECT_EQ(c.ask("POP", t), t);
+    EXPECT_EQ(c.ask("POP", "NOMORE>"), "NOMORE>");
+  }
+  static void quit(SimClient& c) {
+    EXPECT_EQ(c.ask("QUIT", "QUITING>"), "QUITING>");
+    EXPECT_TRUE(c.waitClosed());
+  }
+  TempDir m_dir;
+  std::unique_ptr<SimProcess> m_sim;
+};
 
 }  // namespace velnor::testing
