@@ -5,37 +5,33 @@
 namespace velnor::testing {
 namespace {
 
-using Names = std::vector<std::string>;
-
 class BrowseTest : public WindowTest {
  protected:
   // Records numbered 3, 7 and 9, the one numbered 7 given up: the others made on the way
   // are deleted again, as the operator's Delete would.
   void StoreThreeSevenNine() {
-    for (int n = 1; n <= 9; ++n) {
-      const short status = n == 7 ? 7 : 6;
-      ASSERT_EQ(StoreRecord(status, 1, 1, "Subject " + std::to_string(n)), n);
-    }
+    for (int n = 1; n <= 9; ++n) ASSERT_EQ(StoreRecord(n == 7 ? 7 : 6, 1, 1, "Subject " + std::to_string(n)), n);
     IcsMsg s(dataPath, eventLog);
     for (int n : {1, 2, 4, 5, 6, 8}) s.DeleteOne(n);
   }
-  bool LeftOn() const { return button("cmdBLeft")->isEnabled(); }
-  bool RightOn() const { return button("cmdBRight")->isEnabled(); }
-  std::string Shown() const { return fieldText(4); }
+  // The subject shown, the counter, and whether the left and right arrows are on.
+  void expectAt(const char* subject, const char* counter, bool left, bool right) const {
+    EXPECT_EQ(fieldText(4), subject);
+    EXPECT_EQ(BrowsePtr(), counter);
+    EXPECT_EQ(button("cmdBLeft")->isEnabled(), left) << counter;
+    EXPECT_EQ(button("cmdBRight")->isEnabled(), right) << counter;
+  }
 };
 
 TEST_F(BrowseTest, FromTheBeginningSkipsAbandonedAndStopsAtBothEnds) {
-  WriteIni(QuickSettings(DeadPort()));
+  WriteIni(QuickSettings());
   StoreThreeSevenNine();
   start();
 
   click("cmdBrowse");
   EXPECT_EQ(ed->EditorMode(), "BROWSE");
   EXPECT_EQ(ed->BrowseList(), (std::vector<std::int32_t>{3, 9}));
-  EXPECT_EQ(Shown(), "Subject 3");
-  EXPECT_EQ(BrowsePtr(), "( 1/2 )");
-  EXPECT_FALSE(LeftOn());
-  EXPECT_TRUE(RightOn());
+  expectAt("Subject 3", "( 1/2 )", false, true);
   EXPECT_EQ(ed->EditState(), 1);
   EXPECT_EQ(Enabled(), (Names{"mnuPrint", "cmdNew", "cmdDelete", "cmdClose", "cmdBrowse", "cmdBRight", "cmdEdit"}));
   EXPECT_EQ(FieldStates().find('E'), std::string::npos) << FieldStates();
@@ -43,68 +39,49 @@ TEST_F(BrowseTest, FromTheBeginningSkipsAbandonedAndStopsAtBothEnds) {
   EXPECT_EQ(MsgInfo(), "Msg# 3,  Locally created message; Draft");
 
   click("cmdBRight");
-  EXPECT_EQ(Shown(), "Subject 9");
-  EXPECT_EQ(BrowsePtr(), "( 2/2 )");
-  EXPECT_TRUE(LeftOn());
-  EXPECT_FALSE(RightOn());
+  expectAt("Subject 9", "( 2/2 )", true, false);
   EXPECT_EQ(MsgInfo(), "Msg# 9,  Locally created message; Draft");
-
   click("cmdBLeft");
-  EXPECT_EQ(Shown(), "Subject 3");
-  EXPECT_EQ(BrowsePtr(), "( 1/2 )");
-  EXPECT_FALSE(LeftOn());
-  EXPECT_TRUE(RightOn());
+  expectAt("Subject 3", "( 1/2 )", false, true);
 
   // Any other command takes the counter and the arrows away.
   click("cmdClose");
-  EXPECT_EQ(BrowsePtr(), "");
-  EXPECT_FALSE(LeftOn());
-  EXPECT_FALSE(RightOn());
+  expectAt("", "", false, false);
 }
 
 TEST_F(BrowseTest, FromTheEndStartsAtTheLastMessage) {
-  Settings s = QuickSettings(DeadPort());
+  Settings s = QuickSettings();
   s.STARTBROWSE = 1;
   WriteIni(s);
   StoreThreeSevenNine();
   start();
 
   click("cmdBrowse");
-  EXPECT_EQ(Shown(), "Subject 9");
-  EXPECT_EQ(BrowsePtr(), "( 2/2 )");
-  EXPECT_TRUE(LeftOn());
-  EXPECT_FALSE(RightOn());
+  expectAt("Subject 9", "( 2/2 )", true, false);
   EXPECT_EQ(ed->BrowsePtr(), 2);
-
   click("cmdBLeft");
-  EXPECT_EQ(Shown(), "Subject 3");
-  EXPECT_EQ(BrowsePtr(), "( 1/2 )");
-  EXPECT_FALSE(LeftOn());
-  EXPECT_TRUE(RightOn());
+  expectAt("Subject 3", "( 1/2 )", false, true);
 
   // Any value but 0 means the end; the setting is read when browsing starts.
   win->settings().STARTBROWSE = -3;
   click("cmdBrowse");
-  EXPECT_EQ(Shown(), "Subject 9");
+  EXPECT_EQ(fieldText(4), "Subject 9");
   win->settings().STARTBROWSE = 0;
   click("cmdBrowse");
-  EXPECT_EQ(Shown(), "Subject 3");
+  EXPECT_EQ(fieldText(4), "Subject 3");
 }
 
 TEST_F(BrowseTest, NothingToBrowseLeavesAnEmptyLockedForm) {
-  WriteIni(QuickSettings(DeadPort()));
-  start();
-  click("cmdBrowse");
+  startWith(QuickSettings());
+  click("cmdBrowse");  // an empty store
   EXPECT_EQ(win->status(), "No messages found");
   EXPECT_EQ(ed->BrowseCount(), 0);
-  EXPECT_EQ(ed->EditState(), 0);
-  EXPECT_EQ(Enabled(), (Names{"cmdNew", "cmdBrowse"}));
-  EXPECT_EQ(BrowsePtr(), "");
+  EXPECT_EQ(Enabled(), kIdle);
 
   // Records that are all given up count as none; the form shown before is emptied.
   const auto a = StoreRecord(6, 1, 1, "Kept for now");
   click("cmdBrowse");
-  EXPECT_EQ(Shown(), "Kept for now");
+  EXPECT_EQ(fieldText(4), "Kept for now");
   {
     IcsMsg st(dataPath, eventLog);
     ASSERT_TRUE(st.Load(a));
@@ -115,7 +92,7 @@ TEST_F(BrowseTest, NothingToBrowseLeavesAnEmptyLockedForm) {
   click("cmdBrowse");
   EXPECT_EQ(win->status(), "No messages found");
   EXPECT_EQ(ed->EditState(), 0);
-  EXPECT_EQ(Enabled(), (Names{"cmdNew", "cmdBrowse"}));
+  EXPECT_EQ(Enabled(), kIdle);
   EXPECT_EQ(MsgInfo(), "");
   EXPECT_EQ(BrowsePtr(), "");
   for (int i = 0; i < kFieldCount; ++i) EXPECT_EQ(fieldText(i), "") << "field " << i;
@@ -123,17 +100,18 @@ TEST_F(BrowseTest, NothingToBrowseLeavesAnEmptyLockedForm) {
 }
 
 TEST_F(BrowseTest, ReceivedMessageReadsUnreadOnceThenRead) {
-  WriteIni(QuickSettings(DeadPort()));
+  WriteIni(QuickSettings());
   const auto mine = StoreRecord(3, 1, 1, "Sent earlier");
   const auto in = StoreRecord(4, 2, 1, "Road closed");
+  const std::string info = "Msg# " + std::to_string(in) + ",  Received message; ";
   start();
 
   click("cmdBrowse");
-  EXPECT_EQ(Shown(), "Sent earlier");
+  EXPECT_EQ(fieldText(4), "Sent earlier");
   EXPECT_EQ(StoredStatus(in), 4);  // not shown yet, so not read
   click("cmdBRight");
-  EXPECT_EQ(Shown(), "Road closed");
-  EXPECT_EQ(MsgInfo(), "Msg# " + std::to_string(in) + ",  Received message; Unread");
+  EXPECT_EQ(fieldText(4), "Road closed");
+  EXPECT_EQ(MsgInfo(), info + "Unread");
   EXPECT_EQ(StoredStatus(in), 5);
   EXPECT_EQ(StoredStatus(mine), 3);
   EXPECT_TRUE(button("cmdReply")->isEnabled());
@@ -143,11 +121,11 @@ TEST_F(BrowseTest, ReceivedMessageReadsUnreadOnceThenRead) {
   click("cmdBLeft");
   EXPECT_TRUE(button("cmdEdit")->isEnabled());
   click("cmdBRight");
-  EXPECT_EQ(MsgInfo(), "Msg# " + std::to_string(in) + ",  Received message; Read");
+  EXPECT_EQ(MsgInfo(), info + "Read");
 
   click("cmdBrowse");
   click("cmdBRight");
-  EXPECT_EQ(MsgInfo(), "Msg# " + std::to_string(in) + ",  Received message; Read");
+  EXPECT_EQ(MsgInfo(), info + "Read");
   EXPECT_EQ(StoredStatus(in), 5);
 }
 

@@ -1,9 +1,7 @@
 // The editor's commands on the real window: enabled commands, field states, focus and
-// the store after each step; start-up on a clean data directory; shutdown's refusals.
+// the store after each step; the identifier prompt; shutdown's refusals.
 #include <QCloseEvent>
 #include <QTimer>
-#include <fstream>
-#include <sstream>
 
 #include "WindowFixture.h"
 #include "link/PmLink.h"
@@ -11,74 +9,45 @@
 namespace velnor::testing {
 namespace {
 
-using Names = std::vector<std::string>;
-
-std::string ReadFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream ss;
-  ss << in.rdbuf();
-  return ss.str();
-}
-
-TEST_F(WindowTest, FirstStartOnCleanDataDirectory) {
-  // APPDATA exists on any desktop; everything below it is ours to make.
-  std::filesystem::create_directories(appData);
-  start("k1abc");
-  for (const char* sub : {"archive", "reports", "logs", "scripts", "docs", "bbs.d", "tnc.d", "msg.d", "addr.d",
-                          "usr.d", "spool"}) {
-    EXPECT_TRUE(std::filesystem::is_directory(dataPath + "/" + sub)) << sub;
-  }
-  EXPECT_TRUE(std::filesystem::exists(dataPath + "/velnor.ini"));
-  EXPECT_TRUE(std::filesystem::exists(dataPath + "/Pellmoor.glo"));
-  EXPECT_EQ(win->LogFile(), dataPath + "/logs/Ics213-261119.log");
-  EXPECT_TRUE(std::filesystem::exists(win->LogFile()));
-  EXPECT_EQ(win->windowTitle().toStdString(), "Velnor (K1ABC)");
-  EXPECT_EQ(ReadSettings(dataPath + "/velnor.ini").LoginName, "K1ABC");
-  EXPECT_EQ(win->status(), "Velnor Ready");
-  EXPECT_EQ(ed->EditorMode(), "MAIN");
-  EXPECT_EQ(Enabled(), (Names{"cmdNew", "cmdBrowse"}));
-  EXPECT_EQ(FieldStates(), "LLLLLLLLLLLLLL");
-  EXPECT_FALSE(RoutingEnabled());
-}
-
 TEST_F(WindowTest, FailedLinkTestBeepsAndIsLogged) {
-  WriteIni(QuickSettings(DeadPort()));
-  start("k1abc");
+  startWith(QuickSettings());
   EXPECT_EQ(dialogs.beeps, 1);
-  const std::string log = ReadFile(win->LogFile());
+  const std::string log = Slurp(win->LogFile());
   EXPECT_NE(log.find("Link Test to Pmdirect... failed\r\n"), std::string::npos) << log;
   EXPECT_EQ(win->status(), "Velnor Ready");
 }
 
-TEST_F(WindowTest, IdentifierKeepsOldValueWhenCancelled) {
-  Settings s = QuickSettings(DeadPort());
+TEST_F(WindowTest, IdentifierPromptAtStartAndFromTheMenu) {
+  Settings s = QuickSettings();
   s.LoginName = "W1XYZ";
-  WriteIni(s);
-  start(std::nullopt);
+  startWith(s, std::nullopt);  // cancelled at start-up: the old value stays
   EXPECT_EQ(win->windowTitle().toStdString(), "Velnor (W1XYZ)");
   EXPECT_EQ(dialogs.lastInputPreset, "W1XYZ");
+
+  dialogs.expectInput("Enter your Identifier", " kd0abc/p ");
+  trigger("mnuIdentifier");
+  EXPECT_EQ(dialogs.shown.back().caption, "Identifier");
+  EXPECT_EQ(win->settings().LoginName, " KD0ABC/P ");  // capitals, blanks stay as typed
+  EXPECT_EQ(win->windowTitle().toStdString(), "Velnor ( KD0ABC/P )");
+  EXPECT_EQ(ReadSettings(dataPath + "/velnor.ini").LoginName, " KD0ABC/P ");
+
   dialogs.expectInput("Enter your Identifier", "");
-  win->findChild<QAction*>("mnuIdentifier")->trigger();
-  EXPECT_EQ(win->settings().LoginName, "W1XYZ");
+  trigger("mnuIdentifier");
+  EXPECT_EQ(dialogs.lastInputPreset, " KD0ABC/P ");
+  EXPECT_EQ(win->settings().LoginName, " KD0ABC/P ");
 }
 
 TEST_F(WindowTest, NewWithAllDefaultsFocusesSubjectAndCreatesDraft) {
-  Settings s = QuickSettings(DeadPort());
+  Settings s = WithDefaults();
   s.IcdName = " Ridge Fire ";
-  s.DefTo = "Logistics";
-  s.DefToPos = "Chief";
-  s.DefFr = "Planning";
-  s.DefFrPos = "Lead";
   s.DEFDEST = "EOC";
   s.KEEPLOCAL = 1;
-  WriteIni(s);
-  start();
+  startWith(s);
 
   click("cmdNew");
   EXPECT_EQ(ed->EditorMode(), "NEW");
   EXPECT_EQ(ed->EditState(), 2);
-  EXPECT_EQ(Enabled(), (Names{"mnuPrint", "mnuSave", "mnuOpen", "cmdSend", "cmdSave", "cmdDelete", "cmdClose",
-                              "cmdSetFieldsAsDefault"}));
+  EXPECT_EQ(Enabled(), kEditing);
   EXPECT_EQ(FieldStates(), "EEEEELEEEELLLL");  // field 5, the date, is never typed in
   EXPECT_FALSE(field(5)->isEnabled());
   EXPECT_FALSE(field(13)->isEnabled());
@@ -96,8 +65,7 @@ TEST_F(WindowTest, NewWithAllDefaultsFocusesSubjectAndCreatesDraft) {
 }
 
 TEST_F(WindowTest, CommandTableThroughSaveEditCloseBrowseDelete) {
-  WriteIni(QuickSettings(DeadPort()));
-  start();
+  startWith(QuickSettings());
   click("cmdNew");
   EXPECT_EQ(FocusName(), "txtField_0");  // nothing filled: the first empty field
   for (int i : {0, 1, 2, 3, 4, 6, 7, 8, 9}) type(i, "x");
@@ -109,26 +77,22 @@ TEST_F(WindowTest, CommandTableThroughSaveEditCloseBrowseDelete) {
   EXPECT_FALSE(RoutingEnabled());
   EXPECT_EQ(win->status(), "Message saved");
   EXPECT_TRUE(ed->MessageSaved());
-  {
-    IcsMsg s(dataPath, eventLog);
-    ASSERT_TRUE(s.Load(1));
-    EXPECT_EQ(s.rec().Subj(), "x");
-    EXPECT_EQ(s.rec().Status(), 6);
-    EXPECT_EQ(s.rec().Route(), "LOCAL:0");
-    EXPECT_NEAR(s.rec().MsgDate(), ToOleDate({2026, 11, 19, 14, 5, 0}), 1e-6);  // stamped to the minute
-    EXPECT_EQ(s.rec().RepDate(), 0);
-  }
+  const MsgRecord saved = Stored(1);
+  EXPECT_EQ(saved.Subj(), "x");
+  EXPECT_EQ(saved.Status(), 6);
+  EXPECT_EQ(saved.Route(), "LOCAL:0");
+  EXPECT_NEAR(saved.MsgDate(), ToOleDate({2026, 11, 19, 14, 5, 0}), 1e-6);  // stamped to the minute
+  EXPECT_EQ(saved.RepDate(), 0);
 
   click("cmdEdit");
   EXPECT_EQ(ed->EditorMode(), "EDIT");
-  EXPECT_EQ(Enabled(), (Names{"mnuPrint", "mnuSave", "mnuOpen", "cmdSend", "cmdSave", "cmdDelete", "cmdClose",
-                              "cmdSetFieldsAsDefault"}));
-  EXPECT_EQ(FieldStates(), "EEEEELEEEELLLL");  // field 5, the date, is never typed in
+  EXPECT_EQ(Enabled(), kEditing);
+  EXPECT_EQ(FieldStates(), "EEEEELEEEELLLL");
   EXPECT_EQ(FocusName(), "txtField_0");
 
   click("cmdClose");  // nothing typed since the save
   EXPECT_EQ(ed->EditState(), 0);
-  EXPECT_EQ(Enabled(), (Names{"cmdNew", "cmdBrowse"}));
+  EXPECT_EQ(Enabled(), kIdle);
   EXPECT_EQ(fieldText(4), "");
   EXPECT_EQ(MsgInfo(), "");
 
@@ -143,17 +107,16 @@ TEST_F(WindowTest, CommandTableThroughSaveEditCloseBrowseDelete) {
 
   click("cmdDelete");
   EXPECT_EQ(ed->EditState(), 0);
-  EXPECT_EQ(Enabled(), (Names{"cmdNew", "cmdBrowse"}));
+  EXPECT_EQ(Enabled(), kIdle);
   EXPECT_EQ(BrowsePtr(), "");
   EXPECT_EQ(win->status(), "Velnor Ready");
   click("cmdBrowse");
   EXPECT_EQ(win->status(), "No messages found");
-  EXPECT_EQ(Enabled(), (Names{"cmdNew", "cmdBrowse"}));
+  EXPECT_EQ(Enabled(), kIdle);
 }
 
 TEST_F(WindowTest, CloseWithUnsavedTypingKeepsEverything) {
-  WriteIni(QuickSettings(DeadPort()));
-  start();
+  startWith(QuickSettings());
   click("cmdNew");
   type(4, "Water");
   dialogs.expectMessage("Message was not saved.  Press Save or\r\nDelete on the form to continue.");
@@ -163,18 +126,11 @@ TEST_F(WindowTest, CloseWithUnsavedTypingKeepsEverything) {
   EXPECT_TRUE(button("cmdSend")->isEnabled());
 }
 
-TEST_F(WindowTest, SendWithEmptySubjectMarksItAndRunsNoSession) {
-  Settings s = QuickSettings(DeadPort());
-  s.IcdName = "Ridge Fire";
-  s.DefTo = "Logistics";
-  s.DefToPos = "Chief";
-  s.DefFr = "Planning";
-  s.DefFrPos = "Lead";
-  WriteIni(s);
-  start();
+TEST_F(WindowTest, SendWithEmptySubjectMarksItThenTypingClearsTheMark) {
+  startWith(WithDefaults());
   click("cmdNew");
   type(6, "Need water");
-  const std::string before = win->findChild<QLabel*>("NetState")->text().toStdString();
+  const std::string before = find<QLabel>("NetState")->text().toStdString();
   click("cmdSend");
   EXPECT_EQ(win->backColour(4), kLightYellow);
   EXPECT_EQ(win->backColour(3), kWindowColour);
@@ -182,27 +138,32 @@ TEST_F(WindowTest, SendWithEmptySubjectMarksItAndRunsNoSession) {
   EXPECT_EQ(StoredStatus(1), 6);
   EXPECT_EQ(ed->EditState(), 2);
   EXPECT_TRUE(button("cmdSend")->isEnabled());
-  EXPECT_EQ(win->findChild<QLabel*>("NetState")->text().toStdString(), before);  // no connection tried
+  EXPECT_EQ(find<QLabel>("NetState")->text().toStdString(), before);  // no connection tried
   EXPECT_EQ(win->status(), "Message saved");
 
-  // Typing into the marked field takes the mark away and offers Save.
-  button("cmdSave")->setEnabled(false);
+  ASSERT_TRUE(ed->MessageSaved());
+  button("cmdSave")->setEnabled(false);  // so that only the key can turn it on
   type(4, "W");
   EXPECT_EQ(win->backColour(4), kWindowColour);
   EXPECT_TRUE(button("cmdSave")->isEnabled());
   EXPECT_FALSE(ed->MessageSaved());
+  EXPECT_EQ(fieldText(4), "W");  // the key itself goes through
+
+  // Locked after Save: keys change neither the text nor the state.
+  click("cmdSave");
+  ASSERT_TRUE(ed->MessageSaved());
+  field(4)->setFocus(Qt::MouseFocusReason);
+  type(4, "zz");
+  EXPECT_EQ(fieldText(4), "W");
+  EXPECT_TRUE(ed->MessageSaved());
+  EXPECT_FALSE(button("cmdSave")->isEnabled());
 }
 
 TEST_F(WindowTest, ReplyToReceivedMessageAndCloseWithoutQuestion) {
-  WriteIni(QuickSettings(DeadPort()));
+  WriteIni(QuickSettings());
   const auto n = StoreRecord(4, 2, 1, "Road closed");
   start();
   click("cmdBrowse");
-  EXPECT_EQ(MsgInfo(), "Msg# " + std::to_string(n) + ",  Received message; Unread");
-  EXPECT_EQ(StoredStatus(n), 5);
-  EXPECT_TRUE(button("cmdReply")->isEnabled());
-  EXPECT_FALSE(button("cmdEdit")->isEnabled());
-
   click("cmdReply");
   EXPECT_EQ(Enabled(), (Names{"mnuPrint", "mnuSave", "mnuOpen", "cmdSend", "cmdSave", "cmdDelete", "cmdClose"}));
   EXPECT_EQ(FieldStates(), "LLLLLLLLLLEEEL");
@@ -217,8 +178,7 @@ TEST_F(WindowTest, ReplyToReceivedMessageAndCloseWithoutQuestion) {
 }
 
 TEST_F(WindowTest, DeleteOfLockedRecordWarnsThenAsksAboutTyping) {
-  WriteIni(QuickSettings(DeadPort()));
-  start();
+  startWith(QuickSettings());
   click("cmdNew");
   ed->CurrentRecord().rec().setLocked(1);
   ed->CurrentRecord().Update(1);
@@ -230,12 +190,11 @@ TEST_F(WindowTest, DeleteOfLockedRecordWarnsThenAsksAboutTyping) {
   EXPECT_EQ(StoredStatus(1), 6);  // still there
   EXPECT_EQ(fieldText(4), "Kept");  // No keeps the text, locked
   EXPECT_EQ(FieldStates(), "LLLLLLLLLLLLLL");
-  EXPECT_EQ(Enabled(), (Names{"cmdNew", "cmdBrowse"}));
+  EXPECT_EQ(Enabled(), kIdle);
 }
 
 TEST_F(WindowTest, QuittingUnsavedNewMessageAbandonsIt) {
-  WriteIni(QuickSettings(DeadPort()));
-  start();
+  startWith(QuickSettings());
   click("cmdNew");
   type(4, "Draft");
   dialogs.expectMessage("Message changed and was not saved.\r\nDo you really want to quit?", MsgAnswer::No);
@@ -252,9 +211,7 @@ TEST_F(WindowTest, ClosingDuringSessionIsRefused) {
   // A server that accepts and never answers holds the session in its first wait.
   QTcpServer silent;
   ASSERT_TRUE(silent.listen(QHostAddress::LocalHost, 0));
-  Settings s = QuickSettings(DeadPort());
-  WriteIni(s);
-  start();
+  startWith(QuickSettings());
   win->settings().Port = std::to_string(silent.serverPort());
   win->settings().TimeOut = "1500";
 

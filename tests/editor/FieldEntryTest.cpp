@@ -1,11 +1,10 @@
 // Typing into the real window: the field events as the keyboard and mouse raise them, the
-// route box's capitals, the defaults button and the settings file, the clipboard commands,
-// inserting a text file, and the identifier prompt.
+// route box's capitals, the defaults button and the settings file, the clipboard commands
+// and inserting a text file.
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
-#include <QAction>
 #include <QClipboard>
 #include <QTextCursor>
 #include <fstream>
@@ -17,11 +16,6 @@ namespace {
 
 class FieldEntryTest : public WindowTest {
  protected:
-  void trigger(const char* action) const {
-    auto* a = win->findChild<QAction*>(action);
-    ASSERT_NE(a, nullptr) << action;
-    a->trigger();
-  }
   // Moves the focus as a mouse click does, then lets the deferred focus handling run.
   void clickInto(int i) const {
     QWidget* w = field(i);
@@ -32,37 +26,8 @@ class FieldEntryTest : public WindowTest {
   std::string Selected(int i) const { return win->selectedText(i); }
 };
 
-TEST_F(FieldEntryTest, TypingClearsTheMarkButLockedFieldsIgnoreKeys) {
-  WriteIni(QuickSettings(DeadPort()));
-  start();
-  click("cmdNew");
-  for (int i : {1, 2, 3, 4, 6, 7, 8, 9}) type(i, "x");
-  click("cmdSend");  // field 0 is empty: marked, and nothing is sent
-  ASSERT_EQ(win->backColour(0), kLightYellow);
-  click("cmdSave");
-  click("cmdEdit");
-  ASSERT_TRUE(ed->MessageSaved());
-  button("cmdSave")->setEnabled(false);  // so that only the key can turn it on
-
-  type(0, "L");
-  EXPECT_EQ(win->backColour(0), kWindowColour);
-  EXPECT_TRUE(button("cmdSave")->isEnabled());
-  EXPECT_FALSE(ed->MessageSaved());
-  EXPECT_EQ(fieldText(0), "L");  // the key itself goes through
-
-  click("cmdSave");
-  ASSERT_TRUE(ed->MessageSaved());
-  // Locked after Save: keys change neither the text nor the state.
-  field(4)->setFocus(Qt::MouseFocusReason);
-  type(4, "zz");
-  EXPECT_EQ(fieldText(4), "x");
-  EXPECT_TRUE(ed->MessageSaved());
-  EXPECT_FALSE(button("cmdSave")->isEnabled());
-}
-
 TEST_F(FieldEntryTest, FocusSelectsLineFieldsAndLeavingFromSignsTheMessage) {
-  WriteIni(QuickSettings(DeadPort()));
-  start();
+  startWith(QuickSettings());
   click("cmdNew");
   type(4, "Water");
   type(6, "Need water");
@@ -93,8 +58,7 @@ TEST_F(FieldEntryTest, FocusSelectsLineFieldsAndLeavingFromSignsTheMessage) {
 }
 
 TEST_F(FieldEntryTest, RouteBoxTakesCapitals) {
-  WriteIni(QuickSettings(DeadPort()));
-  start();
+  startWith(QuickSettings());
   click("cmdNew");
   QWidget* route = find("txtDefaultToRoute");
   win->setText(kRouteBox, "");
@@ -102,20 +66,11 @@ TEST_F(FieldEntryTest, RouteBoxTakesCapitals) {
   QTest::keyClicks(route, "eoc-2b");
   EXPECT_EQ(win->text(kRouteBox), "EOC-2B");
   click("cmdSave");
-  IcsMsg s(dataPath, eventLog);
-  ASSERT_TRUE(s.Load(1));
-  EXPECT_EQ(s.rec().Route(), "EOC-2B:0");
+  EXPECT_EQ(Stored(1).Route(), "EOC-2B:0");
 }
 
 TEST_F(FieldEntryTest, SetFieldsAsDefaultEmptiesAnEmptiedDefault) {
-  Settings s = QuickSettings(DeadPort());
-  s.IcdName = "Ridge Fire";
-  s.DefTo = "Logistics";
-  s.DefToPos = "Chief";
-  s.DefFr = "Planning";
-  s.DefFrPos = "Lead";
-  WriteIni(s);
-  start();
+  startWith(WithDefaults());
   click("cmdNew");
   ASSERT_EQ(fieldText(1), "Chief");
   win->setText(1, "");
@@ -140,8 +95,7 @@ TEST_F(FieldEntryTest, SetFieldsAsDefaultEmptiesAnEmptiedDefault) {
 }
 
 TEST_F(FieldEntryTest, ClipboardCommandsFollowTheFocus) {
-  WriteIni(QuickSettings(DeadPort()));
-  start();
+  startWith(QuickSettings());
   click("cmdNew");
   type(4, "Water");
   click("cmdSave");
@@ -154,7 +108,7 @@ TEST_F(FieldEntryTest, ClipboardCommandsFollowTheFocus) {
   EXPECT_EQ(cb->text().toStdString(), "");
 
   field(4)->setFocus(Qt::MouseFocusReason);
-  win->findChild<QLineEdit*>("txtField_4")->setSelection(1, 3);  // "ate"
+  find<QLineEdit>("txtField_4")->setSelection(1, 3);  // "ate"
   trigger("mnuCopy");
   EXPECT_EQ(cb->text().toStdString(), "ate");
   EXPECT_EQ(fieldText(4), "Water");
@@ -164,7 +118,7 @@ TEST_F(FieldEntryTest, ClipboardCommandsFollowTheFocus) {
   EXPECT_EQ(fieldText(4), "Wr");
   EXPECT_TRUE(ed->MessageSaved());  // Cut leaves the saved flag alone
 
-  win->findChild<QLineEdit*>("txtField_4")->setCursorPosition(2);
+  find<QLineEdit>("txtField_4")->setCursorPosition(2);
   cb->setText("\xC3\xA9t\xC3\xA9");  // station text is single-byte: é survives as one character
   trigger("mnuPaste");
   EXPECT_EQ(fieldText(4), "Wr\xE9t\xE9");
@@ -172,7 +126,7 @@ TEST_F(FieldEntryTest, ClipboardCommandsFollowTheFocus) {
 }
 
 TEST_F(FieldEntryTest, OpenInsertsAtTheCursorOfTheBodyBeingWritten) {
-  WriteIni(QuickSettings(DeadPort()));
+  WriteIni(QuickSettings());
   const auto n = StoreRecord(4, 2, 1, "Road closed");
   start();
   const std::string file = tmp.file("note.txt");
@@ -181,7 +135,7 @@ TEST_F(FieldEntryTest, OpenInsertsAtTheCursorOfTheBodyBeingWritten) {
   click("cmdBrowse");
   click("cmdReply");
   type(10, "AB");
-  auto* body = win->findChild<QPlainTextEdit*>("txtField_10");
+  auto* body = find<QPlainTextEdit>("txtField_10");
   QTextCursor c = body->textCursor();
   c.setPosition(1);
   body->setTextCursor(c);
@@ -204,15 +158,13 @@ TEST_F(FieldEntryTest, OpenInsertsAtTheCursorOfTheBodyBeingWritten) {
   EXPECT_EQ(fieldText(10), "Aone\r\none\r\ntwotwoB");
 
   click("cmdSave");
-  IcsMsg s(dataPath, eventLog);
-  ASSERT_TRUE(s.Load(n));
-  EXPECT_EQ(s.rec().Reply(), "Aone\r\none\r\ntwotwoB");
-  EXPECT_EQ(s.rec().Msg(), "Line one\r\nLine two");
+  const MsgRecord saved = Stored(n);
+  EXPECT_EQ(saved.Reply(), "Aone\r\none\r\ntwotwoB");
+  EXPECT_EQ(saved.Msg(), "Line one\r\nLine two");
 }
 
 TEST_F(FieldEntryTest, UnreadableFileIsReportedAndTheFormStaysAsItWas) {
-  WriteIni(QuickSettings(DeadPort()));
-  start();
+  startWith(QuickSettings());
   click("cmdNew");
   type(6, "Body");
   click("cmdSave");
@@ -250,24 +202,6 @@ TEST_F(FieldEntryTest, UnreadableFileIsReportedAndTheFormStaysAsItWas) {
   trigger("mnuOpen");
   EXPECT_EQ(fieldText(6), "Body");
   EXPECT_FALSE(ed->MessageSaved());
-}
-
-TEST_F(FieldEntryTest, IdentifierInLowerCaseBecomesCapitalsInTheCaption) {
-  WriteIni(QuickSettings(DeadPort()));
-  start("w1aw");
-  EXPECT_EQ(win->windowTitle().toStdString(), "Velnor (W1AW)");
-
-  dialogs.expectInput("Enter your Identifier", " kd0abc/p ");
-  trigger("mnuIdentifier");
-  EXPECT_EQ(dialogs.shown.back().caption, "Identifier");
-  EXPECT_EQ(dialogs.lastInputPreset, "W1AW");
-  EXPECT_EQ(win->settings().LoginName, " KD0ABC/P ");  // blanks stay as typed
-  EXPECT_EQ(win->windowTitle().toStdString(), "Velnor ( KD0ABC/P )");
-  EXPECT_EQ(ReadSettings(dataPath + "/velnor.ini").LoginName, " KD0ABC/P ");
-
-  dialogs.expectInput("Enter your Identifier", std::nullopt);
-  trigger("mnuIdentifier");
-  EXPECT_EQ(win->settings().LoginName, " KD0ABC/P ");
 }
 
 }  // namespace

@@ -10,30 +10,13 @@
 namespace velnor::testing {
 namespace {
 
-using Names = std::vector<std::string>;
-
 // The tagged text another station hands in for us.
 std::string TextFrom(const std::string& sender, short kind, const std::string& subj) {
-  MsgRecord r;
+  MsgRecord r = Sample(2, 1, kind, subj);
   r.setMsgNo(12);
-  r.setStatus(2);
-  r.setOrigin(1);
-  r.setKind(kind);
-  r.setIcdName("Ridge Fire");
-  r.setTo("Ops");
-  r.setToPos("Chief");
-  r.setFr("Base");
-  r.setFrPos("Clerk");
-  r.setSubj(subj);
   r.setMsgDate(ToOleDate({2026, 11, 19, 13, 30, 0}));
-  r.setMsg("Body of " + subj);
-  r.setSign("Base");
-  if (kind == 2) {
-    r.setReply("Understood");
-    r.setRepSign("Ops");
-    r.setRepDate(ToOleDate({2026, 11, 19, 13, 45, 0}));
-  }
-  r.setRoute("K1ABC");
+  r.setRoute("K1ABC");  // the destination: us
+  if (kind == 2) r.setReply("Understood");
   return EncodeRecord(r, sender);
 }
 
@@ -101,9 +84,17 @@ TEST_F(NoticeTest, TwoMessagesFromOneSessionLeaveTwoNotices) {
   EXPECT_EQ(StoredStatus(n2), 5);
 }
 
-TEST_F(NoticeTest, OpenWaitsWhileEditingThenShowsTheMessageLocked) {
-  WriteIni(QuickSettings(DeadPort()));
-  start();
+TEST_F(NoticeTest, CloseLeavesUnreadOpenWaitsWhileEditingThenShowsTheMessageLocked) {
+  startWith(QuickSettings());
+  FrmNewMsgPopup* later = Receive(1, "Later");
+  ASSERT_NE(later, nullptr);
+  const auto unread = later->number();
+  press(later, "cmdClose");
+  EXPECT_EQ(Notices().size(), 0u);
+  EXPECT_EQ(StoredStatus(unread), 4);
+  EXPECT_EQ(ed->EditState(), 0);
+  EXPECT_EQ(fieldText(4), "");
+
   FrmNewMsgPopup* notice = Receive(2, "Answer");
   ASSERT_NE(notice, nullptr);
   const auto n = notice->number();
@@ -146,22 +137,8 @@ TEST_F(NoticeTest, OpenWaitsWhileEditingThenShowsTheMessageLocked) {
   EXPECT_EQ(Enabled(), (Names{"mnuPrint", "cmdNew", "cmdDelete", "cmdClose", "cmdBrowse", "cmdReply"}));
 }
 
-TEST_F(NoticeTest, CloseLeavesTheMessageUnread) {
-  WriteIni(QuickSettings(DeadPort()));
-  start();
-  FrmNewMsgPopup* notice = Receive(1, "Later");
-  ASSERT_NE(notice, nullptr);
-  const auto n = notice->number();
-  press(notice, "cmdClose");
-  EXPECT_EQ(Notices().size(), 0u);
-  EXPECT_EQ(StoredStatus(n), 4);
-  EXPECT_EQ(ed->EditState(), 0);
-  EXPECT_EQ(fieldText(4), "");
-}
-
 TEST_F(NoticeTest, ArrivalSoundPlaysTheFileOnlyForPoaOne) {
-  WriteIni(QuickSettings(DeadPort()));
-  start();
+  startWith(QuickSettings());
   struct Row {
     short poa;
     bool playWorks;

@@ -1,13 +1,11 @@
-// The window as a whole program: Pellmoor's global file across start-up and shutdown,
-// a complete Send against the real station simulator with a reply from another station
-// collected in the same session, and the form at the smallest screen we support. The
-// last test also makes the pictures under docs/ (scripts/screenshots runs it under Xvfb
-// with VELNOR_SHOTS_DIR set).
+// The window as a whole program: the first start on a clean data directory, Pellmoor's
+// global file across start-up and shutdown, and a complete Send against the real station
+// simulator with a reply from another station collected in the same session, on the form
+// at the smallest screen we support. That last test also makes the pictures under docs/
+// (scripts/screenshots runs it under Xvfb with VELNOR_SHOTS_DIR set).
 #include <QLabel>
 #include <QPixmap>
 #include <cstdlib>
-#include <fstream>
-#include <sstream>
 
 #include "WindowFixture.h"
 #include "editor/qt/FrmNewMsgPopup.h"
@@ -18,15 +16,6 @@
 
 namespace velnor::testing {
 namespace {
-
-using Names = std::vector<std::string>;
-
-std::string Slurp(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream ss;
-  ss << in.rdbuf();
-  return ss.str();
-}
 
 std::vector<std::string> CrLfLines(const std::string& text) {
   std::vector<std::string> lines;
@@ -42,8 +31,22 @@ class GlobalFileTest : public WindowTest {
   std::string glo() const { return dataPath + "/Pellmoor.glo"; }
 };
 
-TEST_F(GlobalFileTest, FirstStartCreatesDefaultsAndCurrentFileIsLeftAlone) {
-  start("k1abc");
+TEST_F(GlobalFileTest, FirstStartOnCleanDataDirectoryAndCurrentGlobalFileLeftAlone) {
+  start("k1abc");  // APPDATA exists on any desktop; everything below it is ours to make
+  for (const char* sub : {"archive", "reports", "logs", "scripts", "docs", "bbs.d", "tnc.d", "msg.d", "addr.d",
+                          "usr.d", "spool"}) {
+    EXPECT_TRUE(std::filesystem::is_directory(dataPath + "/" + sub)) << sub;
+  }
+  EXPECT_EQ(win->LogFile(), dataPath + "/logs/Ics213-261119.log");
+  EXPECT_TRUE(std::filesystem::exists(win->LogFile()));
+  EXPECT_EQ(win->windowTitle().toStdString(), "Velnor (K1ABC)");
+  EXPECT_EQ(ReadSettings(dataPath + "/velnor.ini").LoginName, "K1ABC");
+  EXPECT_EQ(win->status(), "Velnor Ready");
+  EXPECT_EQ(ed->EditorMode(), "MAIN");
+  EXPECT_EQ(Enabled(), kIdle);
+  EXPECT_EQ(FieldStates(), "LLLLLLLLLLLLLL");
+  EXPECT_FALSE(RoutingEnabled());
+
   const std::vector<std::string> lines = CrLfLines(Slurp(glo()));
   const std::vector<std::string> expected = {"[GENERAL VARIABLES]",
                                              "Version=" + ProgramVersion(),
@@ -63,8 +66,6 @@ TEST_F(GlobalFileTest, FirstStartCreatesDefaultsAndCurrentFileIsLeftAlone) {
                                              "RunPrgmOnStart=0",
                                              "RunPrgmName="};
   EXPECT_EQ(lines, expected);
-  EXPECT_TRUE(std::filesystem::exists(dataPath + "/velnor.ini"));
-  EXPECT_TRUE(std::filesystem::exists(win->LogFile()));
 
   // Same version, nothing changed: shutdown must not rewrite what Pellmoor added since.
   AppendToFile(glo(), "Pellmoor=was here\r\n", "test");
@@ -75,7 +76,7 @@ TEST_F(GlobalFileTest, FirstStartCreatesDefaultsAndCurrentFileIsLeftAlone) {
 }
 
 TEST_F(GlobalFileTest, OtherVersionIsRewrittenOnlyAtShutdown) {
-  WriteIni(QuickSettings(DeadPort()));
+  WriteIni(QuickSettings());
   const std::string old =
       "[GENERAL VARIABLES]\r\nVersion=0.9.1\r\nPtrCopies=3\r\nPrinterName = Shack laser\r\nUnknownKey=x\r\n";
   WriteFileAtomically(glo(), old, "test");
@@ -92,9 +93,9 @@ TEST_F(GlobalFileTest, OtherVersionIsRewrittenOnlyAtShutdown) {
 }
 
 // Velnor against pmdirect-sim, with "EOC" as a second station speaking over a raw socket.
-class SendTest : public WindowTest {
+class PictureTest : public WindowTest {
  protected:
-  SendTest() : sim(tmp.file("spool"), tmp.file("transcript")) {}
+  PictureTest() : sim(tmp.file("spool"), tmp.file("transcript")) {}
 
   Settings StationSettings() const {
     Settings s = QuickSettings(sim.port());
@@ -135,53 +136,8 @@ class SendTest : public WindowTest {
     ASSERT_EQ(eoc.ask("QUIT", "QUITING>"), "QUITING>");
   }
 
-  std::string ReceivedBySim() const {
-    std::string in;
-    for (const auto& r : ReadTranscript(tmp.file("transcript")))
-      if (r.dir == '<') in += r.bytes;
-    return in;
-  }
+  std::string ReceivedBySim() const { return Joined(Transcript(tmp.file("transcript"), '<')); }
 
-  SimProcess sim;
-};
-
-TEST_F(SendTest, SendHandsTheMessageOverAndCollectsTheReply) {
-  WriteIni(StationSettings());
-  start();
-  EXPECT_NE(Slurp(win->LogFile()).find("Link Test to Pmdirect... passed\r\n"), std::string::npos);
-  EXPECT_EQ(win->findChild<QLabel*>("NetState")->text().toStdString(), "Disconnected");
-
-  click("cmdNew");
-  type(4, "Water tender");
-  type(6, "Need one water tender at gate 3.");
-  EocReplies();
-  click("cmdSend");
-
-  EXPECT_EQ(MsgInfo(), "Msg# 1,  Locally created message; Sent");
-  EXPECT_EQ(StoredStatus(1), 3);
-  EXPECT_FALSE(win->link()->SessionRunning());
-  EXPECT_EQ(ed->EditState(), 1);
-  EXPECT_EQ(Enabled(), (Names{"mnuPrint", "cmdNew", "cmdDelete", "cmdClose", "cmdBrowse", "cmdEdit"}));
-
-  // The exact text went over the wire, followed by the extra line end the dialogue wants.
-  const std::string sent = EncodeMsg(dataPath, eventLog, 1, "K1ABC");
-  EXPECT_NE(sent.find("SUBJECT: Water tender\r\n"), std::string::npos) << sent;
-  EXPECT_NE(ReceivedBySim().find("<!LOGON!>K1ABC\r\n" + sent + "\r\nPOP\r\n"), std::string::npos)
-      << ReceivedBySim();
-
-  // The reply came back in the same session: filed on its own, unread, with a notice.
-  IcsMsg got(dataPath, eventLog);
-  ASSERT_TRUE(got.Load(2));
-  EXPECT_EQ(got.rec().Status(), 4);
-  EXPECT_EQ(got.rec().Kind(), 2);
-  EXPECT_EQ(got.rec().Reply(), "Tender 41 on its way, ETA 14:30.");
-  EXPECT_EQ(win->OpenNotices(), 1);
-  EXPECT_EQ(StoredStatus(1), 3);  // the reply is not merged into the message it answers
-}
-
-
-class PictureTest : public SendTest {
- protected:
   // Renders the window; saved only when pictures are asked for.
   void shoot(const char* name) {
     QApplication::processEvents();
@@ -214,11 +170,15 @@ class PictureTest : public SendTest {
     win->resize(w, h);
     QApplication::processEvents();
   }
+
+  SimProcess sim;
 };
 
-TEST_F(PictureTest, FormFitsSmallScreenAndGrowsOnLargeOne) {
+TEST_F(PictureTest, SendCollectsTheReplyOnAFormThatFitsSmallScreenAndGrowsOnLargeOne) {
   WriteIni(StationSettings());
   start();
+  EXPECT_NE(Slurp(win->LogFile()).find("Link Test to Pmdirect... passed\r\n"), std::string::npos);
+  EXPECT_EQ(find<QLabel>("NetState")->text().toStdString(), "Disconnected");
   fitTo(1024, 768);
   EXPECT_LE(win->minimumSizeHint().width(), 1024);
   EXPECT_LE(win->minimumSizeHint().height(), 768);
@@ -240,6 +200,22 @@ TEST_F(PictureTest, FormFitsSmallScreenAndGrowsOnLargeOne) {
   EocReplies();
   click("cmdSend");
   ASSERT_EQ(MsgInfo(), "Msg# 1,  Locally created message; Sent");
+  EXPECT_EQ(StoredStatus(1), 3);
+  EXPECT_FALSE(win->link()->SessionRunning());
+  EXPECT_EQ(ed->EditState(), 1);
+  EXPECT_EQ(Enabled(), (Names{"mnuPrint", "cmdNew", "cmdDelete", "cmdClose", "cmdBrowse", "cmdEdit"}));
+  // The exact text went over the wire, followed by the extra line end the dialogue wants.
+  const std::string sent = EncodeMsg(dataPath, eventLog, 1, "K1ABC");
+  EXPECT_NE(sent.find("SUBJECT: Water tender\r\n"), std::string::npos) << sent;
+  EXPECT_NE(ReceivedBySim().find("<!LOGON!>K1ABC\r\n" + sent + "\r\nPOP\r\n"), std::string::npos)
+      << ReceivedBySim();
+  // The reply came back in the same session: filed on its own, unread, with a notice.
+  const MsgRecord reply = Stored(2);
+  EXPECT_EQ(reply.Status(), 4);
+  EXPECT_EQ(reply.Kind(), 2);
+  EXPECT_EQ(reply.Reply(), "Tender 41 on its way, ETA 14:30.");
+  EXPECT_EQ(win->OpenNotices(), 1);
+  EXPECT_EQ(StoredStatus(1), 3);  // the reply is not merged into the message it answers
   click("cmdClose");
   for (auto* notice : win->findChildren<FrmNewMsgPopup*>()) notice->close();
   ed->OpenFromNotice(2);

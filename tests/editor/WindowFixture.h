@@ -13,7 +13,9 @@
 #include <QTcpServer>
 #include <QTest>
 #include <filesystem>
+#include <fstream>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -52,6 +54,36 @@ class RecordingSound : public Sound {
   bool playWorks = true;
 };
 
+using Names = std::vector<std::string>;
+// The commands with no message open, and while a message is being written.
+inline const Names kIdle{"cmdNew", "cmdBrowse"};
+inline const Names kEditing{"mnuPrint", "mnuSave", "mnuOpen", "cmdSend", "cmdSave", "cmdDelete", "cmdClose",
+                            "cmdSetFieldsAsDefault"};
+
+inline std::string Slurp(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream ss;
+  ss << in.rdbuf();
+  return ss.str();
+}
+
+// A plain record of the given status, origin and kind.
+inline MsgRecord Sample(short status, short origin, short kind, const std::string& subj) {
+  MsgRecord r;
+  r.setStatus(status);
+  r.setOrigin(origin);
+  r.setKind(kind);
+  r.setSubj(subj);
+  r.setTo("Logistics");
+  r.setToPos("Chief");
+  r.setFr("Planning");
+  r.setFrPos("Lead");
+  r.setMsg("Line one\r\nLine two");
+  r.setIcdName("Ridge Fire");
+  r.setRoute("LOCAL:0");
+  return r;
+}
+
 // A port on loopback where nothing listens.
 inline int DeadPort() {
   QTcpServer s;
@@ -88,13 +120,23 @@ class WindowTest : public ::testing::Test {
     return env;
   }
 
-  // Settings for a quick start-up: short waits, the given Pmdirect port.
-  Settings QuickSettings(int port) const {
+  // Settings for a quick start-up: short waits, the given Pmdirect port (default: a dead one).
+  Settings QuickSettings(int port = DeadPort()) const {
     Settings s;
     s.Port = std::to_string(port);
     s.TimeOut = "2000";
     s.Pausev = 1;
     s.SRTime = 3600;
+    return s;
+  }
+  // Quick settings with the incident and the To/From defaults filled in.
+  Settings WithDefaults() const {
+    Settings s = QuickSettings();
+    s.IcdName = "Ridge Fire";
+    s.DefTo = "Logistics";
+    s.DefToPos = "Chief";
+    s.DefFr = "Planning";
+    s.DefFrPos = "Lead";
     return s;
   }
 
@@ -114,6 +156,10 @@ class WindowTest : public ::testing::Test {
     QApplication::setActiveWindow(win.get());
     ed = win->editor();
   }
+  void startWith(const Settings& s, std::optional<std::string> id = "k1abc") {
+    WriteIni(s);
+    start(std::move(id));
+  }
 
   template <class W = QWidget>
   W* find(const char* name) const {
@@ -129,6 +175,11 @@ class WindowTest : public ::testing::Test {
   QWidget* field(int i) const { return find(("txtField_" + std::to_string(i)).c_str()); }
   std::string fieldText(int i) const { return win->text(i); }
   void type(int i, const char* text) const { QTest::keyClicks(field(i), text); }
+  void trigger(const char* action) const {
+    auto* a = win->findChild<QAction*>(action);
+    ASSERT_NE(a, nullptr) << action;
+    a->trigger();
+  }
 
   // The commands enabled now, as their names, in the order of the Command enum.
   std::vector<std::string> Enabled() const {
@@ -156,25 +207,15 @@ class WindowTest : public ::testing::Test {
   // A record put straight into the store, as another program or the decoder would.
   std::int32_t StoreRecord(short status, short origin, short kind, const std::string& subj) {
     IcsMsg s(dataPath, eventLog);
-    MsgRecord& r = s.rec();
-    r.setStatus(status);
-    r.setOrigin(origin);
-    r.setKind(kind);
-    r.setSubj(subj);
-    r.setTo("Logistics");
-    r.setToPos("Chief");
-    r.setFr("Planning");
-    r.setFrPos("Lead");
-    r.setMsg("Line one\r\nLine two");
-    r.setIcdName("Ridge Fire");
-    r.setRoute("LOCAL:0");
+    s.rec() = Sample(status, origin, kind, subj);
     return s.NewMsg();
   }
-  short StoredStatus(std::int32_t n) {
+  MsgRecord Stored(std::int32_t n) {
     IcsMsg s(dataPath, eventLog);
-    EXPECT_TRUE(s.Load(n));
-    return s.rec().Status();
+    EXPECT_TRUE(s.Load(n)) << n;
+    return s.rec();
   }
+  short StoredStatus(std::int32_t n) { return Stored(n).Status(); }
 
   QApplication& app = App();  // before anything that needs Qt
   TempDir tmp;

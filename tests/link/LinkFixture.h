@@ -4,6 +4,7 @@
 // on a FakeSocket.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <deque>
 #include <map>
 #include <string>
@@ -20,14 +21,11 @@ namespace velnor::testing {
 class RecordingLog : public SessionLogWriter {
  public:
   void WriteLog(const std::string& routine) override { lines.push_back(routine); }
-  bool has(const std::string& line) const {
-    for (const auto& l : lines)
-      if (l == line) return true;
-    return false;
-  }
+  bool has(const std::string& line) const { return std::ranges::find(lines, line) != lines.end(); }
   std::vector<std::string> lines;
 };
 
+// Records the panels and every "Status" text; the codec is a stand-in.
 class FakeHost : public LinkHost {
  public:
   void setStatus(const std::string& key, const std::string& text) override {
@@ -40,12 +38,8 @@ class FakeHost : public LinkHost {
     return "!ICS213!\r\nMSGNO:" + std::to_string(n) + "\r\n!/ICS213!";
   }
   void StoreMsg(const std::string& text) override { filed.push_back(text); }
+  bool saw(const std::string& status) const { return std::ranges::find(statusHistory, status) != statusHistory.end(); }
 
-  bool saw(const std::string& status) const {
-    for (const auto& s : statusHistory)
-      if (s == status) return true;
-    return false;
-  }
   std::map<std::string, std::string> panels;
   std::vector<std::string> statusHistory;
   std::vector<std::string> filed;

@@ -3,14 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
-#include <QProcess>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTimer>
-#include <cstdlib>
 #include <memory>
 
-#include "core/AtomicFile.h"
 #include "core/EventLog.h"
 #include "core/StringLib.h"
 #include "format/Decoder.h"
@@ -21,72 +18,31 @@
 #include "platform/qt/QtSocket.h"
 #include "store/IcsMsg.h"
 #include "tests/link/LinkFixture.h"
+#include "tests/sim/SimHarness.h"
 #include "tests/support/TempDir.h"
 
 namespace velnor::testing {
 namespace {
 
-class SimEnvironment : public ::testing::Environment {
- public:
-  void SetUp() override {
-    static int argc = 1;
-    static char name[] = "test_link_sim";
-    static char* argv[] = {name, nullptr};
-    if (!QCoreApplication::instance()) m_app = std::make_unique<QCoreApplication>(argc, argv);
-  }
+// QtSocket and QtEventLoop need an application object, one for the whole run.
+class QtApp : public ::testing::Environment {
+  void SetUp() override { m_app = std::make_unique<QCoreApplication>(m_argc, m_argv); }
   void TearDown() override { m_app.reset(); }
-
- private:
+  int m_argc = 1;
+  char m_name[14] = "test_link_sim";
+  char* m_argv[2] = {m_name, nullptr};
   std::unique_ptr<QCoreApplication> m_app;
 };
-const auto* const kEnv = ::testing::AddGlobalTestEnvironment(new SimEnvironment);
+const auto* const kEnv = ::testing::AddGlobalTestEnvironment(new QtApp);
 
-// One pmdirect-sim process for one test.
-class Sim {
- public:
-  Sim(const std::string& dir, const QStringList& faults = {}) : m_transcript(dir + "/transcript.txt") {
-    const char* path = std::getenv("VELNOR_SIM");
-    if (!path) throw std::runtime_error("VELNOR_SIM is not set");
-    QStringList args{"--port", "0", "--spool", QString::fromStdString(dir + "/spool"), "--transcript",
-                     QString::fromStdString(m_transcript)};
-    args += faults;
-    m_proc.setProcessChannelMode(QProcess::SeparateChannels);
-    m_proc.start(QString::fromLocal8Bit(path), args);
-    if (!m_proc.waitForStarted(10000)) throw std::runtime_error("pmdirect-sim did not start");
-    QByteArray line;
-    while (!line.contains('\n')) {
-      if (!m_proc.waitForReadyRead(10000)) throw std::runtime_error("pmdirect-sim never listened");
-      line += m_proc.readAllStandardOutput();
-    }
-    const QByteArray first = line.left(line.indexOf('\n')).trimmed();
-    port = first.mid(first.lastIndexOf(':') + 1).toInt();
-    if (port <= 0) throw std::runtime_error("no port in: " + first.toStdString());
-  }
-  ~Sim() {
-    m_proc.terminate();
-    if (!m_proc.waitForFinished(5000)) m_proc.kill(), m_proc.waitForFinished(5000);
-  }
-  // Every byte the simulator received, in order, from its transcript's "<<<" blocks.
-  std::string received() const {
-    const std::string t = ReadWholeFile(m_transcript, "transcript");
-    std::string out;
-    std::size_t pos = 0;
-    while ((pos = t.find("<<< ", pos)) != std::string::npos) {
-      if (pos != 0 && t[pos - 1] != '\n') { pos += 4; continue; }
-      const std::size_t eol = t.find('\n', pos);
-      if (eol == std::string::npos) break;
-      const std::string head = t.substr(pos + 4, eol - pos - 4);
-      const std::size_t len = std::stoul(head.substr(head.find(' ') + 1));
-      out += t.substr(eol + 1, len);
-      pos = eol + 1 + len;
-    }
-    return out;
-  }
-  int port = 0;
-
- private:
-  std::string m_transcript;
-  QProcess m_proc;
+// One pmdirect-sim process for one test, with every byte it received, in order.
+struct Sim {
+  explicit Sim(const std::vector<std::string>& faults = {})
+      : proc(dir.file("spool"), dir.file("transcript"), faults), port(proc.port()) {}
+  std::string received() const { return Joined(Transcript(dir.file("transcript"), '<')); }
+  TempDir dir;
+  SimProcess proc;
+  int port;
 };
 
 class CollectNotices : public NoticeSink {
@@ -95,16 +51,17 @@ class CollectNotices : public NoticeSink {
   std::vector<std::int32_t> shown;
 };
 
+using Records = std::vector<std::pair<short, std::string>>;
+
 // A station: its own data directory, store, settings and link, as the window wires them.
-class Station : public LinkHost {
+class Station : public FakeHost {
  public:
   Station(const std::string& id, int port) {
     settings.LoginName = " " + id + "  ";
     settings.Port = std::to_string(port);
     settings.TimeOut = "3000";
     settings.Pausev = 0;
-    link = std::make_unique<PmLink>(loop, wns, settings, *this, log, dialogs,
-                                    StoreOutbox(dir.path(), events));
+    link = std::make_unique<PmLink>(loop, wns, settings, *this, log, dialogs, StoreOutbox(dir.path(), events));
   }
   std::int32_t queue(const std::string& dest, const std::string& subj, const std::string& body) {
     IcsMsg m(dir.path(), events);
@@ -118,30 +75,20 @@ class Station : public LinkHost {
     m.rec().setRoute(dest);
     return m.NewMsg();
   }
-  // (MsgNo, Status, Subj) of every record, in file order.
-  std::vector<std::tuple<std::int32_t, short, std::string>> records() {
-    std::vector<std::tuple<std::int32_t, short, std::string>> out;
+  // (Status, Subj) of every record, in file order.
+  Records records() {
+    Records out;
     IcsMsg m(dir.path(), events);
     m.ResetList();
-    while (m.GetList()) out.emplace_back(m.rec().MsgNo(), m.rec().Status(), Trim(m.rec().Subj()));
+    while (m.GetList()) out.emplace_back(m.rec().Status(), Trim(m.rec().Subj()));
     return out;
   }
-
-  void setStatus(const std::string& key, const std::string& text) override {
-    panels[key] = text;
-    if (key == "Status") statusHistory.push_back(text);
-  }
-  std::string status() override { return panels["Status"]; }
-  void RefreshMsgInfo() override {}
   std::string EncodeMsg(std::int32_t n) override {
     return velnor::EncodeMsg(dir.path(), events, n, Trim(settings.LoginName));
   }
   void StoreMsg(const std::string& text) override {
     StoreMsgContext ctx{dir.path(), events, log, notices, settings.DateFormat, settings.TimeFormat};
     velnor::StoreMsg(text, 2, ctx);
-  }
-  bool saw(const std::string& s) const {
-    return std::find(statusHistory.begin(), statusHistory.end(), s) != statusHistory.end();
   }
 
   TempDir dir;
@@ -152,14 +99,11 @@ class Station : public LinkHost {
   Settings settings;
   QtEventLoop loop;
   QtSocket wns;
-  std::map<std::string, std::string> panels;
-  std::vector<std::string> statusHistory;
   std::unique_ptr<PmLink> link;
 };
 
 TEST(PmdirectSim, TwoStationsExchangeMessagesWithExactBytesOnTheWire) {
-  TempDir simDir;
-  Sim sim(simDir.path());
+  Sim sim;
   Station alpha("ALPHA", sim.port), bravo("BRAVO", sim.port);
   const std::int32_t n1 = alpha.queue("BRAVO", "Water", "Need 40 cases of water\r\nat staging");
   const std::int32_t n2 = alpha.queue("BRAVO", "Fuel", "Diesel for generator 2");
@@ -171,15 +115,10 @@ TEST(PmdirectSim, TwoStationsExchangeMessagesWithExactBytesOnTheWire) {
   EXPECT_EQ(alpha.log.lines,
             (std::vector<std::string>{"SendMessages: Sent No. " + std::to_string(n1) + " titled: Water",
                                       "SendMessages: Sent No. " + std::to_string(n2) + " titled: Fuel"}));
-  for (const auto& [no, status, subj] : alpha.records()) EXPECT_EQ(status, 3) << subj;
+  EXPECT_EQ(alpha.records(), (Records{{3, "Water"}, {3, "Fuel"}}));
 
   EXPECT_TRUE(bravo.link->SeqPmdirect());
-  const auto got = bravo.records();
-  ASSERT_EQ(got.size(), 2u);
-  EXPECT_EQ(std::get<1>(got[0]), 4);
-  EXPECT_EQ(std::get<2>(got[0]), "Water");
-  EXPECT_EQ(std::get<1>(got[1]), 4);
-  EXPECT_EQ(std::get<2>(got[1]), "Fuel");
+  EXPECT_EQ(bravo.records(), (Records{{4, "Water"}, {4, "Fuel"}}));
   EXPECT_EQ(bravo.notices.shown.size(), 2u);
   EXPECT_EQ(bravo.log.lines,
             (std::vector<std::string>{"Incoming Message...", "StoreMsg...: Loading message titled: Water",
@@ -194,29 +133,30 @@ TEST(PmdirectSim, TwoStationsExchangeMessagesWithExactBytesOnTheWire) {
 }
 
 TEST(PmdirectSim, SplitPromptsStillCompleteTheSession) {
-  TempDir simDir;
-  Sim sim(simDir.path(), {"--split-prompts"});
+  Sim sim({"--split-prompts"});
   Station alpha("ALPHA", sim.port);
   alpha.queue("ALPHA", "To myself", "loop");
   EXPECT_TRUE(alpha.link->SeqPmdirect());
   ASSERT_EQ(alpha.records().size(), 2u);
-  EXPECT_EQ(std::get<1>(alpha.records()[0]), 3);
+  EXPECT_EQ(alpha.records()[0].first, 3);
 }
 
 struct SimFault {
   const char* name;
-  QStringList flags;
+  std::vector<std::string> flags;
   std::string failedStatus;
   std::vector<std::string> logLines;
   std::string step;
+  short firstStatus = 2;  // 3 once sent
 };
+// Keeps the test names CTest lists short.
+void PrintTo(const SimFault& f, std::ostream* os) { *os << f.name; }
 
 class PmdirectSimFaults : public ::testing::TestWithParam<SimFault> {};
 
 TEST_P(PmdirectSimFaults, FailTheRightStepAndLoseNothing) {
   const SimFault& f = GetParam();
-  TempDir simDir;
-  Sim sim(simDir.path(), f.flags);
+  Sim sim(f.flags);
   Station alpha("ALPHA", sim.port);
   alpha.settings.TimeOut = "1500";
   alpha.queue("BRAVO", "one", "first");
@@ -231,11 +171,7 @@ TEST_P(PmdirectSimFaults, FailTheRightStepAndLoseNothing) {
   EXPECT_EQ(alpha.panels["Status"], "kept");
   EXPECT_EQ(alpha.panels["NetState"], "Disconnected");
   EXPECT_FALSE(alpha.link->SessionRunning());
-  const auto recs = alpha.records();
-  ASSERT_EQ(recs.size(), 2u);
-  const short firstExpected = f.step == "Sending messages" && f.flags.contains("--drop-after") ? 3 : 2;
-  EXPECT_EQ(std::get<1>(recs[0]), firstExpected) << f.name;
-  EXPECT_EQ(std::get<1>(recs[1]), 2) << f.name;
+  EXPECT_EQ(alpha.records(), (Records{{f.firstStatus, "one"}, {2, "two"}})) << f.name;
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -252,7 +188,7 @@ INSTANTIATE_TEST_SUITE_P(
         SimFault{"dropWhileSendingSecond", {"--drop-after", "1"}, "SendMessages: Lost connection",
                  {"SendMessages: Sent No. 1 titled: one", "WinSend: Lost Telnet connection",
                   "SendMessages: Lost connection"},
-                 "Sending messages"}),
+                 "Sending messages", 3}),
     [](const ::testing::TestParamInfo<SimFault>& i) { return std::string(i.param.name); });
 
 TEST(PmdirectSim, NothingListeningFailsTheConnectStep) {
@@ -274,8 +210,7 @@ TEST(PmdirectSim, NothingListeningFailsTheConnectStep) {
 }
 
 TEST(PmdirectSim, LinkTestHandsTheTextOverInPieces) {
-  TempDir simDir;
-  Sim sim(simDir.path());
+  Sim sim;
   Station alpha("ALPHA", sim.port);
   const std::string text = "<test>This is the ICS-213 test startup msg</test>" + std::string(111, 'x');
   EXPECT_TRUE(alpha.link->PmdirectTest(text));

