@@ -378,25 +378,33 @@ bool StateOf(const struct stat& st, std::uint64_t& dev, std::uint64_t& ino, std:
 
 }  // namespace
 
+void IcsMsg::ListBlock::drop() {
+  count = 0;
+  if (fd >= 0) ::close(fd);
+  fd = -1;
+}
+
 bool IcsMsg::listFromBlock(bool& found) {
   ListBlock& b = m_block;
   if (b.count == 0) return false;
   FileState now;
   struct stat st {};
   if (b.writes != g_storeWrites || std::llabs(ClockOffsetNs() - b.clockOffsetNs) > 1'000'000 ||
-      ::stat(m_storeFile.c_str(), &st) != 0 || !StateOf(st, now.dev, now.ino, now.size, now.mtimeNs, now.ctimeNs)) {
-    b.count = 0;
+      ::fstat(b.fd, &st) != 0 || st.st_nlink == 0 ||
+      !StateOf(st, now.dev, now.ino, now.size, now.mtimeNs, now.ctimeNs)) {
+    b.drop();
     return false;
   }
   now.mode = st.st_mode;
   now.uid = st.st_uid;
   now.gid = st.st_gid;
   if (!(now == b.state)) {
-    b.count = 0;
+    b.drop();
     return false;
   }
   // Unchanged since the block was read under the lock, so the block is the file.
   if (m_listPos >= RecCountFor(static_cast<off_t>(now.size))) {
+    b.drop();
     found = false;
     return true;
   }
@@ -415,16 +423,24 @@ bool IcsMsg::GetList() {
     StoreFile f(m_storeFile, m_header);
     ++m_listFileReads;
     const std::int64_t walkedTo = m_block.first + std::max<std::int64_t>(m_block.count, 1);
-    m_block.count = 0;
+    m_block.drop();
     if (m_listPos >= f.recCount()) return false;
     const std::int32_t next = m_listPos + 1;
 
     FileState state;
     const struct stat& st = f.lockedStat();
     const std::int64_t nowNs = m_fileClock ? m_fileClock() : ClockNs(CLOCK_REALTIME);
-    const bool trusted = !f.wroteHeader() && StateOf(st, state.dev, state.ino, state.size, state.mtimeNs, state.ctimeNs) &&
+    bool trusted = !f.wroteHeader() && StateOf(st, state.dev, state.ino, state.size, state.mtimeNs, state.ctimeNs) &&
                          FileStateSettled(state.ctimeNs, nowNs, CoarseTickNs()) && TimesFromThisKernel(f.fd());
     std::int64_t count = 1;
+    Fd watch;
+    if (trusted) {
+      // Opened under our lock, so no writer can come between the read and this open.
+      watch.reset(::open(m_storeFile.c_str(), O_RDONLY | O_CLOEXEC));
+      struct stat w {};
+      if (watch.get() < 0 || ::fstat(watch.get(), &w) != 0 || w.st_dev != st.st_dev || w.st_ino != st.st_ino)
+        trusted = false;
+    }
     if (trusted) {
       m_block.readAhead = next == walkedTo ? std::min(m_block.readAhead * 2, kChunkRecords) : kFirstReadAhead;
       count = std::min(m_block.readAhead, f.recCount() - next + 1);
@@ -444,11 +460,12 @@ bool IcsMsg::GetList() {
       m_block.count = count;
       m_block.writes = g_storeWrites;
       m_block.clockOffsetNs = ClockOffsetNs();
+      m_block.fd = watch.release();
     }
     m_listPos = next;
     return true;
   } catch (...) {
-    m_block.count = 0;
+    m_block.drop();
     rethrow("GetList");
   }
 }

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <cstdio>
+
 #include <functional>
 #include <limits>
 #include <map>
@@ -121,6 +123,14 @@ TEST_F(ListWalk, TrustedBlocksAreDroppedByEveryVisibleChange) {
     if (step == 5) elsewhere(false, [](IcsMsg& o) { rewriteIn(o, 7, "same size, this process"); });
     if (step == 50) elsewhere(true, [](IcsMsg& o) { o.NewMsg(); });         // the size changes
     if (step == 100) elsewhere(true, [](IcsMsg& o) { o.DeleteOne(120); });  // another inode
+    if (step == 150) {
+      // Moved aside by hand and a copy with the next record changed put in its place; the
+      // block's file is still linked and the same size.
+      std::string bytes = ReadFile(store());
+      bytes[static_cast<std::size_t>(m.listPos()) * kRecLen + 300] ^= 0x20;
+      ASSERT_EQ(::rename(store().c_str(), (store() + ".old").c_str()), 0);
+      WriteFile(store(), bytes);
+    }
   });
   EXPECT_GT(m.listFileReads() - before, 3);
   // Its own Update drops the block too.
