@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <filesystem>
 #include <fstream>
@@ -48,9 +47,8 @@ struct Fixture {
   FileLib::Environment env() {
     return {[this] { return exeDir; },
             [this](const char* n) -> std::optional<std::string> {
-              auto it = vars.find(n);
-              if (it == vars.end()) return std::nullopt;
-              return it->second;
+              const auto it = vars.find(n);
+              return it == vars.end() ? std::nullopt : std::optional(it->second);
             }};
   }
   std::string conf(const std::string& text) {
@@ -59,37 +57,32 @@ struct Fixture {
   }
 };
 
-TEST(FileLibDataPath, WhereAmIIsTheProgramFolderName) {
+TEST(FileLibDataPath, WhereAmIIsTheProgramFolderNameOrAStep1Failure) {
   Fixture f;
   EXPECT_EQ(FileLib::WhereAmI(f.env(), f.log), "Velnor");
   f.exeDir = "noslash";
   EXPECT_EQ(FileLib::WhereAmI(f.env(), f.log), "noslash");
+  EXPECT_FALSE(FileLib::WhereAmI(FileLib::Environment::FromProcess(), f.log).empty());
+  auto env = f.env();
+  env.exeDir = []() -> std::string { throw VError(kErrDeviceIO, "readlink", "I/O error"); };
+  const VError e = Thrown([&] { FileLib::WhereAmI(env, f.log); });
+  EXPECT_EQ(e.number(), 57 - 2147221504L);
+  EXPECT_EQ(e.source(), "FileLib:WhereAmI");
+  EXPECT_EQ(e.description(), "I/O error, Step = 1");
+  EXPECT_EQ(f.log.entries, std::vector<std::string>{"I/O error FileLib:WhereAmI, Step = 1"});
 }
 
-TEST(FileLibDataPath, RealProcessHasAnExecutableFolder) {
-  NullEventLog log;
-  EXPECT_FALSE(FileLib::WhereAmI(FileLib::Environment::FromProcess(), log).empty());
-}
-
-TEST(FileLibDataPath, NoConfFallsBackToAppDataAndProgramFolder) {
+TEST(FileLibDataPath, NoConfFallsBackToAppDataThenXdgThenHome) {
   Fixture f;
   EXPECT_EQ(FileLib::DefineDataPath("Velnor", "Pellmoor.conf", f.env(), f.log), f.tmp.file("appdata/Velnor"));
   EXPECT_TRUE(f.log.entries.empty());
-}
-
-TEST(FileLibDataPath, AppDataFolderOrder) {
-  Fixture f;
   f.vars = {{"XDG_DATA_HOME", "/xdg"}, {"HOME", "/home/op"}};
   EXPECT_EQ(FileLib::AppDataDir(f.env()), "/xdg");
   f.vars = {{"APPDATA", ""}, {"XDG_DATA_HOME", ""}, {"HOME", "/home/op"}};
   EXPECT_EQ(FileLib::AppDataDir(f.env()), "/home/op/.local/share");
   f.vars = {{"APPDATA", "/ad"}, {"XDG_DATA_HOME", "/xdg"}};
   EXPECT_EQ(FileLib::AppDataDir(f.env()), "/ad");
-}
-
-TEST(FileLibDataPath, NoFolderAtAllIsAStep2Failure) {
-  Fixture f;
-  f.vars.clear();
+  f.vars.clear();  // no folder at all: a step 2 failure
   const VError e = Thrown([&] { FileLib::DefineDataPath("Velnor", "Pellmoor.conf", f.env(), f.log); });
   EXPECT_EQ(e.source(), "FileLib:DefineDataPath");
   EXPECT_EQ(e.number(), kErrPathNotFound + FileLib::kUserErrorBase);
@@ -104,9 +97,6 @@ TEST(FileLibDataPath, ConfDatadirAnyCaseLastWinsValueUntrimmed) {
   EXPECT_EQ(f.conf("DATADIR=/a\r\nInstance=2\r\nDataDir=/b/\r\n"), "/b/");
   EXPECT_EQ(f.conf("DATADIR=/a\r\nDATADIR=\r\n"), f.tmp.file("appdata/Velnor"));  // empty -> fallback
   EXPECT_EQ(f.conf("OTHER=/x\r\n[DATADIR=/y\r\n"), f.tmp.file("appdata/Velnor"));
-}
-
-TEST(FileLibDataPath, ConfTextLfDroppedInsideOneLine) {
   EXPECT_EQ(FileLib::DataDirFromConfText("DATADIR=/a\nDATADIR=/b\n"), "/aDATADIR=/b");
   EXPECT_EQ(FileLib::DataDirFromConfText("DATADIR=/a=b\r"), "/a=b");
   EXPECT_EQ(FileLib::DataDirFromConfText(""), "");
@@ -114,8 +104,7 @@ TEST(FileLibDataPath, ConfTextLfDroppedInsideOneLine) {
 
 TEST(FileLibDataPath, UnreadableConfIsLoggedOnceAndPassedOn) {
   Fixture f;
-  fs::create_directories(f.exeDir + "/Pellmoor.conf/x");  // exists but is no file
-  // A directory named like the conf is not a file: fallback, no failure.
+  fs::create_directories(f.exeDir + "/Pellmoor.conf/x");  // not a file: fallback, no failure
   EXPECT_EQ(FileLib::DefineDataPath("Velnor", "Pellmoor.conf", f.env(), f.log), f.tmp.file("appdata/Velnor"));
   const VError e = Thrown([&] { FileLib::GetPathFromConf(f.exeDir + "/Pellmoor.conf", f.log); });
   EXPECT_EQ(e.source(), "FileLib:GetPathFromConf");
@@ -123,17 +112,6 @@ TEST(FileLibDataPath, UnreadableConfIsLoggedOnceAndPassedOn) {
   EXPECT_NE(e.description().find(", Step = 2"), std::string::npos);
   ASSERT_EQ(f.log.entries.size(), 1u);
   EXPECT_NE(f.log.entries[0].find(" FileLib:GetPathFromConf, Step = 2"), std::string::npos);
-}
-
-TEST(FileLibDataPath, FailingExecutableLookupIsReportedByWhereAmI) {
-  Fixture f;
-  auto env = f.env();
-  env.exeDir = []() -> std::string { throw VError(kErrDeviceIO, "readlink", "I/O error"); };
-  const VError e = Thrown([&] { FileLib::WhereAmI(env, f.log); });
-  EXPECT_EQ(e.number(), 57 - 2147221504L);
-  EXPECT_EQ(e.source(), "FileLib:WhereAmI");
-  EXPECT_EQ(e.description(), "I/O error, Step = 1");
-  EXPECT_EQ(f.log.entries, std::vector<std::string>{"I/O error FileLib:WhereAmI, Step = 1"});
 }
 
 // A data directory "<tmp>/data" checked with scripted dialogs.
@@ -165,10 +143,10 @@ TEST(FileLibDirectories, TwoLevelsBelowNothingStopsAtTheMainDirectory) {
   d.data = d.tmp.file("a/b");
   d.dialogs.expectMessage("Cannot create program main data directory");
   EXPECT_FALSE(d.check());
-  ASSERT_EQ(d.dialogs.shown.size(), 1u);
-  EXPECT_EQ(d.dialogs.shown[0].text, "Cannot create program main data directory");
-  EXPECT_EQ(d.dialogs.shown[0].caption, "Velnor");
-  EXPECT_EQ(d.dialogs.shown[0].buttons, MsgButtons::Ok);
+  const auto& shown = d.dialogs.shown.at(0);
+  EXPECT_EQ(shown.text, "Cannot create program main data directory");
+  EXPECT_EQ(shown.caption, "Velnor");
+  EXPECT_EQ(shown.buttons, MsgButtons::Ok);
   EXPECT_TRUE(d.logsPath.empty());
   EXPECT_FALSE(fs::exists(d.tmp.file("a")));
 }
@@ -183,8 +161,7 @@ TEST(FileLibDirectories, PlainFileBearingADirectoryNameCountsAsExisting) {
   EXPECT_TRUE(fs::is_directory(d.data + "/spool"));
 }
 
-// A dangling symlink under a row's name is "absent" to stat but makes mkdir fail: the
-// row's own message appears, the rows before it exist, later rows are not attempted.
+// A dangling symlink is "absent" to stat but fails mkdir: rows before it exist, later ones are not tried.
 TEST(FileLibDirectories, BlockedRowShowsItsMessageAndStops) {
   struct Row { const char* sub; const char* message; };  // nullptr: "Cannot create data directory: " + path
   const Row rows[] = {{"archive", "Cannot create 'archive' data directory"},
@@ -202,8 +179,7 @@ TEST(FileLibDirectories, BlockedRowShowsItsMessageAndStops) {
     const std::string message = row.message ? row.message : "Cannot create data directory: " + path;
     d.dialogs.expectMessage(message);
     EXPECT_FALSE(d.check());
-    ASSERT_EQ(d.dialogs.shown.size(), 1u);
-    EXPECT_EQ(d.dialogs.shown[0].text, message);
+    EXPECT_EQ(d.dialogs.shown.at(0).text, message);
     bool before = true;
     for (const std::string sub : kSubdirs) {
       if (sub == row.sub) before = false;
@@ -213,7 +189,7 @@ TEST(FileLibDirectories, BlockedRowShowsItsMessageAndStops) {
   }
 }
 
-TEST(FileLibPaths, Helpers) {
+TEST(FileLibPaths, HelpersAndReadTextFileContents) {
   TempDir tmp;
   const std::string file = tmp.file("ding.wav");
   WriteBytes(file, "RIFF");
@@ -231,10 +207,6 @@ TEST(FileLibPaths, Helpers) {
   EXPECT_EQ(FileLib::GetDirName("ding.wav"), "");
   EXPECT_EQ(FileLib::GetFileName("ding.wav"), "ding.wav");
   EXPECT_EQ(FileLib::GetFileName("/snd/"), "");
-}
-
-TEST(FileLibPaths, ReadTextFileContents) {
-  TempDir tmp;
   RecordingEventLog log;
   const std::string bytes("a\r\nb\n\xE9\0z", 8);
   WriteBytes(tmp.file("t.txt"), bytes);

@@ -14,84 +14,72 @@
 namespace velnor {
 namespace {
 
-using testing::ScriptedDialogs;
-using testing::TempDir;
 namespace fs = std::filesystem;
-
-const std::string kRule(51, '-');
 
 double At(int y, int mo, int d, int h, int mi, int s) { return ToOleDate(DateParts{y, mo, d, h, mi, s}); }
 
 std::string Read(const std::string& path) { return ReadWholeFile(path, "test"); }
 
+// A session log in a fresh folder, its clock at 19 Nov 2026 14:05:01.
+class SessionLogTest : public ::testing::Test {
+ protected:
+  testing::TempDir tmp;
+  testing::ScriptedDialogs dialogs;
+  FixedClock clock{At(2026, 11, 19, 14, 5, 1)};
+  SessionLog log{clock, dialogs};
+};
+
 TEST(SessionLogFile, NameFromDirectoryAndStartDate) {
-  EXPECT_EQ(SessionLog::LogFileName("/d/logs", At(2026, 11, 19, 23, 59, 59)), "/d/logs/Ics213-261119.log");
   EXPECT_EQ(SessionLog::LogFileName("/d/logs", At(2027, 1, 2, 0, 0, 0)), "/d/logs/Ics213-270102.log");
 }
 
 TEST(SessionLogFile, LogDirectoryFallsBackToDataPath) {
-  TempDir tmp;
+  testing::TempDir tmp;
   EXPECT_EQ(SessionLog::ChooseLogDirectory(tmp.file("logs"), tmp.path()), tmp.file("logs"));
   EXPECT_TRUE(fs::is_directory(tmp.file("logs")));
   EXPECT_EQ(SessionLog::ChooseLogDirectory(tmp.file("x/logs"), tmp.path()), tmp.path());
 }
 
-TEST(SessionLogFile, TwoStartupsOnOneDayShareOneFile) {
-  TempDir tmp;
-  ScriptedDialogs dialogs;
-  FixedClock clock(At(2026, 11, 19, 14, 5, 1));
-  std::string path;
-  {
-    SessionLog log(clock, dialogs);
-    log.SetLogDirectory(tmp.path());
-    path = log.logFile();
-    log.SetupLog();
-    EXPECT_TRUE(log.loggingOn());
-    clock.value = At(2026, 11, 19, 14, 5, 9);
-    log.WriteLog("Link Test to Pmdirect... passed");
-  }
+TEST_F(SessionLogTest, TwoStartupsOnOneDayShareOneFile) {
+  log.SetLogDirectory(tmp.path());
+  log.SetupLog();
+  EXPECT_TRUE(log.loggingOn());
+  clock.value = At(2026, 11, 19, 14, 5, 9);
+  log.WriteLog("Link Test to Pmdirect... passed");
   clock.value = At(2026, 11, 19, 20, 0, 0);
-  {
-    SessionLog log(clock, dialogs);
-    log.SetLogDirectory(tmp.path());
-    EXPECT_EQ(log.logFile(), path);
-    log.SetupLog();
-    clock.value = At(2026, 11, 20, 0, 0, 30);  // past midnight: same file
-    log.WriteLog("Incoming Message...");
-  }
-  EXPECT_EQ(path, tmp.file("Ics213-261119.log"));
+  SessionLog second(clock, dialogs);
+  second.SetLogDirectory(tmp.path());
+  second.SetupLog();
+  clock.value = At(2026, 11, 20, 0, 0, 30);  // past midnight: same file
+  second.WriteLog("Incoming Message...");
+  EXPECT_EQ(second.logFile(), tmp.file("Ics213-261119.log"));
+  const std::string rule(51, '-');
   const std::string v = ProgramVersion();
-  EXPECT_EQ(Read(path), kRule + "\r\n19-Nov-26 14:05:01: velnor v" + v + "\r\n" + kRule + "\r\n" +
-                            "19-Nov 14:05:09: Link Test to Pmdirect... passed\r\n" +
-                            kRule + "\r\n19-Nov-26 20:00:00: velnor v" + v + "\r\n" + kRule + "\r\n" +
-                            "20-Nov 00:00:30: Incoming Message...\r\n");
+  EXPECT_EQ(Read(log.logFile()), rule + "\r\n19-Nov-26 14:05:01: velnor v" + v + "\r\n" + rule + "\r\n" +
+                                     "19-Nov 14:05:09: Link Test to Pmdirect... passed\r\n" +
+                                     rule + "\r\n19-Nov-26 20:00:00: velnor v" + v + "\r\n" + rule + "\r\n" +
+                                     "20-Nov 00:00:30: Incoming Message...\r\n");
   EXPECT_TRUE(dialogs.shown.empty());
 }
 
-// The line written for a text: trimmed, CR LF pairs removed, a lone CR or LF kept.
-TEST(SessionLogLine, Written) {
+// Trimmed, CR LF pairs removed, a lone CR or LF kept.
+TEST_F(SessionLogTest, LineWritten) {
   const std::pair<std::string, std::string> cases[] = {
       {"Connection Failed", " Connection Failed"}, {"", ""}, {"   ", ""}, {"  a b  ", " a b"},
       {"one\r\ntwo\r\n", " onetwo"}, {"a\rb\nc\n\r", " a\rb\nc\n\r"},
       {"x \r\n", " x"}};  // the removed pair leaves a blank to trim
+  clock.value = At(2026, 3, 5, 7, 8, 9);
+  log.SetLoggingOn(true);
+  log.SetLogFile(tmp.file("t.log"));
   for (const auto& [text, line] : cases) {
-    TempDir tmp;
-    ScriptedDialogs dialogs;
-    FixedClock clock(At(2026, 3, 5, 7, 8, 9));
-    SessionLog log(clock, dialogs);
-    log.SetLogFile(tmp.file("t.log"));
-    log.SetLoggingOn(true);
+    fs::remove(log.logFile());
     log.WriteLog(text);
-    EXPECT_EQ(Read(tmp.file("t.log")), "05-Mar 07:08:09:" + line + "\r\n") << text;
+    EXPECT_EQ(Read(log.logFile()), "05-Mar 07:08:09:" + line + "\r\n") << text;
   }
 }
 
-TEST(SessionLogFailure, WriteFailureShownOnceThenSilence) {
-  TempDir tmp;
-  ScriptedDialogs dialogs;
+TEST_F(SessionLogTest, WriteFailureShownOnceThenSilence) {
   dialogs.expectMessage("; Could not write to the session log file; disabled session logging");
-  FixedClock clock(At(2026, 11, 19, 14, 5, 1));
-  SessionLog log(clock, dialogs);
   log.SetLogDirectory(tmp.path());
   log.SetupLog();
   // The log's name now belongs to a directory: every append fails.
@@ -100,7 +88,6 @@ TEST(SessionLogFailure, WriteFailureShownOnceThenSilence) {
   log.WriteLog("first");
   EXPECT_FALSE(log.loggingOn());
   log.WriteLog("second");
-  log.WriteLog("third");
   ASSERT_EQ(dialogs.shown.size(), 1u);
   EXPECT_EQ(dialogs.shown[0].caption, "Velnor");
   EXPECT_EQ(dialogs.shown[0].buttons, MsgButtons::Ok);
@@ -111,21 +98,16 @@ TEST(SessionLogFailure, WriteFailureShownOnceThenSilence) {
   EXPECT_FALSE(fs::exists(log.logFile()));
 }
 
-TEST(SessionLogFailure, SetupFailureLeavesLoggingOff) {
-  TempDir tmp;
-  ScriptedDialogs dialogs;
+TEST_F(SessionLogTest, SetupFailureLeavesLoggingOff) {
   dialogs.expectMessage("Could not start Session logging");
-  FixedClock clock(At(2026, 11, 19, 14, 5, 1));
-  SessionLog log(clock, dialogs);
   log.SetLogDirectory(tmp.file("missing"));
   log.SetLoggingOn(true);  // start-up sets it before the banner
   log.SetupLog();
   EXPECT_FALSE(log.loggingOn());
+  log.WriteLog("ignored");
   ASSERT_EQ(dialogs.shown.size(), 1u);
   // Number and description, then the message with nothing between them.
   EXPECT_EQ(dialogs.shown[0].text, "SetupLog Error 53, No such file or directoryCould not start Session logging");
-  log.WriteLog("ignored");
-  EXPECT_EQ(dialogs.shown.size(), 1u);
 }
 
 }  // namespace

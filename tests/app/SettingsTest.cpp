@@ -69,14 +69,8 @@ class SettingsFile : public ::testing::Test {
 };
 
 TEST_F(SettingsFile, MissingFileIsCreatedWithTheDefaultsByteForByte) {
-  const Settings s = ReadSettings(file);
-  EXPECT_EQ(s.LoginName, "LOCAL");
-  EXPECT_EQ(s.Pausev, 500);
-  const std::string bytes = ReadBytes(file);
-  EXPECT_EQ(bytes, DefaultFileText());
-  std::size_t crlf = 0;
-  for (std::size_t i = 0; (i = bytes.find("\r\n", i)) != std::string::npos; i += 2) ++crlf;
-  EXPECT_EQ(crlf, 28u);
+  EXPECT_EQ(SettingsFileText(ReadSettings(file)), DefaultFileText());
+  EXPECT_EQ(ReadBytes(file), DefaultFileText());
   EXPECT_FALSE(std::filesystem::exists(file + ".new"));
 }
 
@@ -93,27 +87,20 @@ TEST(SettingsText, WrittenValuesReadBackUnchanged) {
   s.KEEPLOCAL = 1;
   s.DEFDEST = "\xC9QUIPE";  // station text byte above 127
   const std::string text = SettingsFileText(s);
-  EXPECT_NE(text.find("\r\nSRTime=-32768\r\n"), std::string::npos);
-  const Settings back = Parsed(text);
-  EXPECT_EQ(SettingsFileText(back), text);
-  EXPECT_EQ(back.IcdName, " Fire = big ");
-  EXPECT_EQ(back.HostName, "host ");
+  EXPECT_EQ(SettingsFileText(Parsed(text)), text);
 }
 
 TEST_F(SettingsFile, ExistingFileIsReadNotRewritten) {
   WriteBytes(file, "LoginName=ABC\r\n");
   EXPECT_EQ(ReadSettings(file).LoginName, "ABC");
   EXPECT_EQ(ReadBytes(file), "LoginName=ABC\r\n");
-}
-
-TEST_F(SettingsFile, EmptyFileGivesDefaultsAndStaysEmpty) {
-  WriteBytes(file, "");
+  WriteBytes(file, "");  // empty: defaults, and it stays empty
   EXPECT_EQ(SettingsFileText(ReadSettings(file)), DefaultFileText());
   EXPECT_EQ(ReadBytes(file), "");
 }
 
 TEST_F(SettingsFile, UnreadableFileKeepsDefaultsAndIsLeftAlone) {
-  ::mkdir(file.c_str(), 0755);  // a directory under the name: exists, cannot be read
+  ::mkdir(file.c_str(), 0755);  // exists, cannot be read
   EXPECT_EQ(SettingsFileText(ReadSettings(file)), DefaultFileText());
 }
 
