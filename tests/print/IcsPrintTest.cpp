@@ -64,32 +64,19 @@ TEST(IcsPrintLayout, FrameThenTextsInTableOrder) {
   const Texts t;
   const std::vector<Row> rows = {
       {"Arial 12 bold", "72.5", "12", "GENERAL MESSAGE (ICS 213)"},
-      {"Arial 7", "11", "21", "INCIDENT NAME:"},
-      {"Arial 11", "14", "24", t.IcdName},
-      {"Arial 7", "11", "31", "TO:"},
-      {"Arial 7", "101", "31", "POSITION:"},
-      {"Arial 11", "14", "34", t.To},
-      {"Arial 11", "104", "34", t.ToPos},
-      {"Arial 7", "11", "41", "FROM:"},
-      {"Arial 7", "101", "41", "POSITION:"},
-      {"Arial 11", "14", "44", t.Fr},
-      {"Arial 11", "104", "44", t.FrPos},
-      {"Arial 7", "11", "51", "SUBJECT:"},
-      {"Arial 7", "101", "51", "DATE, TIME"},
-      {"Arial 11", "14", "54", t.Subj},
-      {"Arial 11", "104", "54", t.Date},
-      {"Arial 12 bold", "11", "61", "MESSAGE:"},
-      {"Courier New 10", "13", "69", t.Msg},
-      {"Arial 7", "11", "151", "SIGNATURE:"},
-      {"Arial 7", "101", "151", "POSITION:"},
-      {"Arial 11", "14", "154", t.Sign},
-      {"Arial 11", "104", "154", t.SignPos},
-      {"Arial 12", "11", "161", "REPLY:"},
-      {"Courier New 10", "13", "168", t.Reply},
-      {"Arial 7", "11", "243", "DATE, TIME"},
-      {"Arial 7", "101", "243", "SIGNATURE, POSITION"},
-      {"Arial 11", "14", "246", t.RepDate},
-      {"Arial 11", "104", "246", "K. Osei, PSC"},
+      {"Arial 7", "11", "21", "INCIDENT NAME:"},   {"Arial 11", "14", "24", t.IcdName},
+      {"Arial 7", "11", "31", "TO:"},              {"Arial 7", "101", "31", "POSITION:"},
+      {"Arial 11", "14", "34", t.To},              {"Arial 11", "104", "34", t.ToPos},
+      {"Arial 7", "11", "41", "FROM:"},            {"Arial 7", "101", "41", "POSITION:"},
+      {"Arial 11", "14", "44", t.Fr},              {"Arial 11", "104", "44", t.FrPos},
+      {"Arial 7", "11", "51", "SUBJECT:"},         {"Arial 7", "101", "51", "DATE, TIME"},
+      {"Arial 11", "14", "54", t.Subj},            {"Arial 11", "104", "54", t.Date},
+      {"Arial 12 bold", "11", "61", "MESSAGE:"},   {"Courier New 10", "13", "69", t.Msg},
+      {"Arial 7", "11", "151", "SIGNATURE:"},      {"Arial 7", "101", "151", "POSITION:"},
+      {"Arial 11", "14", "154", t.Sign},           {"Arial 11", "104", "154", t.SignPos},
+      {"Arial 12", "11", "161", "REPLY:"},         {"Courier New 10", "13", "168", t.Reply},
+      {"Arial 7", "11", "243", "DATE, TIME"},      {"Arial 7", "101", "243", "SIGNATURE, POSITION"},
+      {"Arial 11", "14", "246", t.RepDate},        {"Arial 11", "104", "246", "K. Osei, PSC"},
       {"Arial 8", "11", "256",
        "Ref: ICS 213, General Message, FEMA / NIMS Incident Command System forms"
        "\t\t\t\t\t\tCreated by: velnor.exe, v1.0.0"},
@@ -124,16 +111,6 @@ TEST(IcsPrintLayout, ReplySignatureRowsOnlyWithASignature) {
   EXPECT_EQ(ReplySignatureRow(t), (std::vector<std::string>{"14: text 03/14/2024 09:45", "104: text K. Osei, "}));
   t.RepDate = "";
   EXPECT_EQ(ReplySignatureRow(t), (std::vector<std::string>{"14: text ", "104: text K. Osei, "}));
-}
-
-TEST(IcsPrintLayout, AllTextsEmpty) {
-  const Texts t{"", "", "", "", "", "", "", "", "", "", "", "", "", ""};
-  const auto ops = Draw(t);
-  EXPECT_EQ(BodyLines(ops, 69), std::vector<std::string>{""});
-  EXPECT_EQ(BodyLines(ops, 168), std::vector<std::string>{""});
-  EXPECT_EQ(ReplySignatureRow(t), std::vector<std::string>{});
-  EXPECT_EQ(ops.back(), "end");
-  EXPECT_EQ(ops[ops.size() - 2].substr(0, 10), "text Ref: ");
 }
 
 std::string Rep(char c, std::size_t n) { return std::string(n, c); }

@@ -51,8 +51,7 @@ TEST_F(PrintCommand, NoMessageLoadedOrNoPrinterEndsSilentlyBeforeAnyDialog) {
 }
 
 TEST_F(PrintCommand, CancelChangesNothing) {
-  printers.dialog = [](FakePrinters&) { return false; };
-  Print(7);
+  Print(7);  // the fake's dialog cancels unless told otherwise
   EXPECT_EQ(printers.dialogFlags, std::vector<std::uint32_t>{kPrintDialogFlags});
   EXPECT_EQ(printers.surfacesOpened, 0);
   EXPECT_TRUE(statuses.empty());
@@ -121,9 +120,7 @@ TEST(SetPrinterByName, ExactNameOnly) {
   FakePrinters p;
   p.installed = {{"Alpha"}, {"Beta"}, {"Beta"}};
   p.current = 0;
-  EXPECT_FALSE(p.SetPrinterByName("beta"));
-  EXPECT_FALSE(p.SetPrinterByName("Beta "));
-  EXPECT_FALSE(p.SetPrinterByName(""));
+  for (const char* name : {"beta", "Beta ", ""}) EXPECT_FALSE(p.SetPrinterByName(name)) << name;
   EXPECT_EQ(p.current, 0);
   EXPECT_TRUE(p.SetPrinterByName("Beta"));
   EXPECT_EQ(p.current, 1);  // the first of equal names

@@ -1,7 +1,6 @@
 #pragma once
-// A drawing surface that writes down every call as one line of text ("line 10 20 195 20 0"),
-// and can be told to fail at a given call, so the drawing's order, coordinates and failure
-// handling can be checked without a printer.
+// A drawing surface that writes each call down as one line ("line 10 20 195 20 0") and can
+// fail at a given call, so order, coordinates and failure handling are checked without a printer.
 #include <functional>
 #include <memory>
 #include <sstream>
