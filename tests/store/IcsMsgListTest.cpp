@@ -1,61 +1,38 @@
-// GetList's read-ahead against writers that come between its calls: every call must
-// return what the file holds at that moment, exactly as a walk that reads the file anew.
-#include <gtest/gtest.h>
+// GetList's read-ahead against writers between its calls: each call returns what the file holds then.
 #include <sys/stat.h>
 
 #include <cstdio>
-
 #include <functional>
 #include <limits>
 #include <map>
 #include <stdexcept>
-#include <string>
-#include <vector>
 
-#include "core/EventLog.h"
 #include "store/IcsMsg.h"
 #include "tests/store/StoreFiles.h"
-#include "tests/support/TempDir.h"
 
 namespace velnor {
 namespace {
 
-using testing::InChild;
-using testing::kRecLen;
-using testing::ReadFile;
-using testing::StoreBytes;
-using testing::WriteFile;
+using namespace testing;
 
 constexpr std::int64_t kSec = 1'000'000'000;
 
-class ListWalk : public ::testing::Test {
+class ListWalk : public StoreTest {
  protected:
-  void SetUp() override {
-    std::vector<std::int32_t> numbers;
-    for (std::int32_t n = 1; n <= kCount; ++n) numbers.push_back(n);
-    WriteFile(store(), StoreBytes(kCount, numbers));
-  }
-  std::string store() const { return dir.file("velnor.odb"); }
+  void SetUp() override { make(kCount, Range(1, kCount)); }
 
   // One GetList, checked against the file as it is now.
   void stepAndCompare(IcsMsg& m) {
     const std::int32_t pos = m.listPos();
     const std::string bytes = ReadFile(store());
     const bool expect = pos < static_cast<std::int64_t>(bytes.size() / kRecLen);
-    const std::string before(reinterpret_cast<const char*>(m.rec().image().data()), kRecLen);
+    const std::string before = ImageOf(m.rec());
     ASSERT_EQ(m.GetList(), expect) << "at " << pos;
-    const std::string now(reinterpret_cast<const char*>(m.rec().image().data()), kRecLen);
-    if (expect) {
-      EXPECT_EQ(m.listPos(), pos + 1);
-      EXPECT_TRUE(now == bytes.substr(static_cast<std::size_t>(pos) * kRecLen, kRecLen))
-          << "record " << pos + 1 << " differs from the file";
-    } else {
-      EXPECT_EQ(m.listPos(), pos);
-      EXPECT_TRUE(now == before);
-    }
+    EXPECT_EQ(m.listPos(), expect ? pos + 1 : pos);
+    const std::string want = expect ? bytes.substr(static_cast<std::size_t>(pos) * kRecLen, kRecLen) : before;
+    EXPECT_TRUE(ImageOf(m.rec()) == want) << "record " << pos + 1 << " differs from the file";
   }
 
-  // Rewrites message n in place with a new subject: the file keeps its size.
   static void rewriteIn(IcsMsg& other, std::int32_t n, const std::string& subject) {
     if (!other.Load(n)) throw std::runtime_error("no message " + std::to_string(n));
     other.rec().setSubj(subject);
@@ -68,33 +45,27 @@ class ListWalk : public ::testing::Test {
       IcsMsg other(dir.path(), log);
       op(other);
     };
-    if (child) ASSERT_TRUE(InChild(run));
+    if (child) ASSERT_EQ(WaitFor(Spawn(run)), 0);
     else run();
   }
 
   // Walks the whole store, running the writer (if any) before the call at each step.
   int walk(IcsMsg& m, const std::function<void(int)>& writer) {
     m.ResetList();
-    int calls = 0;
-    for (;;) {
-      if (writer) writer(calls);
+    for (int calls = 1;; ++calls) {
+      if (writer) writer(calls - 1);
       const bool more = m.listPos() < static_cast<std::int64_t>(ReadFile(store()).size() / kRecLen);
       stepAndCompare(m);
-      ++calls;
       if (!more || HasFatalFailure()) return calls;
     }
   }
 
   static constexpr std::int32_t kCount = 300;
-  testing::TempDir dir;
-  NullEventLog log;
 };
 
-// Writers of every kind between the calls, at once after the read, on the real clock.
 TEST_F(ListWalk, InterleavedWritersOnTheRealClock) {
   IcsMsg m(dir.path(), log);
-  struct Writer { bool child; std::function<void(IcsMsg&)> op; };
-  const std::map<int, Writer> writers = {
+  const std::map<int, std::pair<bool, std::function<void(IcsMsg&)>>> writers = {
       // another process rewrites the very next record, same size, same second
       {3, {true, [](IcsMsg& o) { rewriteIn(o, 4, "changed by another process"); }}},
       {20, {true, [](IcsMsg& o) { rewriteIn(o, 30, "ahead, changed by another process"); }}},
@@ -104,18 +75,17 @@ TEST_F(ListWalk, InterleavedWritersOnTheRealClock) {
       {299, {true, [](IcsMsg& o) { o.NewMsg(); }}},  // just before the end: one more to find
   };
   walk(m, [&](int step) {
-    if (auto w = writers.find(step); w != writers.end()) elsewhere(w->second.child, w->second.op);
+    if (auto w = writers.find(step); w != writers.end()) elsewhere(w->second.first, w->second.second);
   });
   EXPECT_EQ(m.rec().MsgNo(), kCount + 2);
 }
 
-// A file clock far ahead trusts every block, so the walk reads the file a few times
-// only; changes that show in the inode, or come from this process, still drop the block.
+// A file clock far ahead trusts every block, so the walk reads the file a few times only;
+// changes that show in the inode, or come from this process, still drop the block.
 TEST_F(ListWalk, TrustedBlocksAreDroppedByEveryVisibleChange) {
   IcsMsg m(dir.path(), log);
   m.setFileClock([] { return std::numeric_limits<std::int64_t>::max() / 2; });
-  const int quiet = walk(m, nullptr);
-  EXPECT_EQ(quiet, kCount + 1);
+  EXPECT_EQ(walk(m, nullptr), kCount + 1);
   EXPECT_LT(m.listFileReads(), 12);  // read ahead in growing blocks, not once per call
 
   const std::int64_t before = m.listFileReads();
@@ -124,8 +94,7 @@ TEST_F(ListWalk, TrustedBlocksAreDroppedByEveryVisibleChange) {
     if (step == 50) elsewhere(true, [](IcsMsg& o) { o.NewMsg(); });         // the size changes
     if (step == 100) elsewhere(true, [](IcsMsg& o) { o.DeleteOne(120); });  // another inode
     if (step == 150) {
-      // Moved aside by hand and a copy with the next record changed put in its place; the
-      // block's file is still linked and the same size.
+      // Moved aside by hand and replaced by a same-size copy with the next record changed.
       std::string bytes = ReadFile(store());
       bytes[static_cast<std::size_t>(m.listPos()) * kRecLen + 300] ^= 0x20;
       ASSERT_EQ(::rename(store().c_str(), (store() + ".old").c_str()), 0);
@@ -143,7 +112,6 @@ TEST_F(ListWalk, TrustedBlocksAreDroppedByEveryVisibleChange) {
   EXPECT_EQ(m.rec().Subj(), "mine");
 }
 
-// A store changed within the last ticks is read anew at every call.
 TEST_F(ListWalk, FreshlyWrittenStoreIsNeverTrusted) {
   struct stat st {};
   ASSERT_EQ(::stat(store().c_str(), &st), 0);

@@ -1,47 +1,24 @@
 #include "store/IcsMsg.h"
 
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
-#include <string>
-#include <vector>
+#include <functional>
 
-#include "core/EventLog.h"
-#include "core/VError.h"
 #include "tests/store/StoreFiles.h"
-#include "tests/support/TempDir.h"
 
 namespace velnor {
 namespace {
 
-using testing::HeaderRecord;
-using testing::MessageRecord;
-using testing::NumbersIn;
-using testing::ReadFile;
-using testing::StoreBytes;
-using testing::Thrown;
-using testing::WriteFile;
-using testing::kRecLen;
-
-class IcsMsgTest : public ::testing::Test {
- protected:
-  std::string store() const { return dir.file("velnor.odb"); }
-  void make(std::int32_t counter, const std::vector<std::int32_t>& numbers) {
-    WriteFile(store(), StoreBytes(counter, numbers));
-  }
-  testing::TempDir dir;
-  RecordingEventLog log;
-};
+using namespace testing;
+using IcsMsgTest = StoreTest;
+using Numbers = std::vector<std::int32_t>;
 
 TEST_F(IcsMsgTest, FirstLoadCreatesTheGoldenEmptyStore) {
   IcsMsg m(dir.path(), log);
-  EXPECT_EQ(m.storeFile(), dir.path() + "/velnor.odb");
   EXPECT_FALSE(m.Load(1));
-  std::string expected(8822, '\0');
-  expected.replace(74, 64, "[ics213!.]" + std::string(54, ' '));
-  EXPECT_EQ(ReadFile(store()), expected);
+  EXPECT_EQ(ReadFile(store()), HeaderRecord(0));
   EXPECT_EQ(m.rec().image(), MsgRecord().image());  // header-only store: current untouched
   EXPECT_TRUE(log.entries.empty());
 }
@@ -53,21 +30,13 @@ TEST_F(IcsMsgTest, NewMsgTakesTheNextNumberAndKeepsTheRecord) {
   m.rec().setKeepLocal(1);
   m.rec().setStatus(6);
   EXPECT_EQ(m.NewMsg(), 6);
-  EXPECT_EQ(m.rec().MsgNo(), 6);
   EXPECT_EQ(m.rec().KeepLocal(), 0);
-
+  const std::string six = ImageOf(m.rec());
+  EXPECT_EQ(m.NewMsg(), 7);  // NewMsg clears nothing else: same subject and status again
+  EXPECT_EQ(std::tuple(m.rec().MsgNo(), m.rec().Subj(), m.rec().Status()), std::tuple(7, "hello", 6));
   const std::string bytes = ReadFile(store());
-  ASSERT_EQ(bytes.size(), 5 * kRecLen);
-  EXPECT_EQ(testing::GetI32(bytes, 0), 6);
-  EXPECT_EQ(NumbersIn(bytes), (std::vector<std::int32_t>{2, 3, 4, 6}));
-  EXPECT_EQ(bytes.substr(4 * kRecLen), std::string(reinterpret_cast<const char*>(m.rec().image().data()), kRecLen));
-  EXPECT_EQ(bytes.substr(kRecLen, 3 * kRecLen), StoreBytes(5, {2, 3, 4}).substr(kRecLen));
-
-  EXPECT_EQ(m.NewMsg(), 7);  // NewMsg clears nothing: same subject again
-  IcsMsg other(dir.path(), log);
-  ASSERT_TRUE(other.Load(7));
-  EXPECT_EQ(other.rec().Subj(), "hello");
-  EXPECT_EQ(other.rec().Status(), 6);
+  EXPECT_EQ(NumbersIn(bytes), (Numbers{2, 3, 4, 6, 7}));
+  EXPECT_EQ(bytes, StoreBytes(7, {2, 3, 4}) + six + ImageOf(m.rec()));
 }
 
 TEST_F(IcsMsgTest, LoadFindsFirstMatchOrLeavesTheLastRecord) {
@@ -79,56 +48,41 @@ TEST_F(IcsMsgTest, LoadFindsFirstMatchOrLeavesTheLastRecord) {
   ASSERT_TRUE(m.Load(5));
   EXPECT_EQ(m.rec().Subj(), "five");
   EXPECT_FALSE(m.Load(7));
-  EXPECT_EQ(m.rec().MsgNo(), 6);
-  EXPECT_EQ(m.rec().Subj(), "six");
+  EXPECT_EQ(ImageOf(m.rec()), MessageRecord(6, "six"));
   EXPECT_FALSE(m.Load(0));  // the header's counter is not a message
 }
 
-TEST_F(IcsMsgTest, UpdateReplacesOnlyTheMatchingRecord) {
+TEST_F(IcsMsgTest, UpdateReplacesOnlyTheFirstMatchingRecord) {
   make(4, {1, 2, 3, 3});
-  const std::string before = ReadFile(store());
+  std::string expected = ReadFile(store());
   IcsMsg m(dir.path(), log);
   ASSERT_TRUE(m.Load(2));
   m.rec().setSubj("changed");
-  m.rec().setStatus(9);
+  m.rec().setStatus(9);  // any status travels unchanged
   m.Update(7);
-  EXPECT_EQ(ReadFile(store()), before);  // a missing number writes nothing
+  EXPECT_EQ(ReadFile(store()), expected);  // a missing number writes nothing
 
+  const std::string mine = ImageOf(m.rec());
   m.Update(2);
-  const std::string after = ReadFile(store());
-  ASSERT_EQ(after.size(), before.size());
-  EXPECT_EQ(after.substr(0, 2 * kRecLen), before.substr(0, 2 * kRecLen));
-  EXPECT_EQ(after.substr(3 * kRecLen), before.substr(3 * kRecLen));
-  IcsMsg check(dir.path(), log);
-  ASSERT_TRUE(check.Load(2));
-  EXPECT_EQ(check.rec().Subj(), "changed");
-  EXPECT_EQ(check.rec().Status(), 9);  // any status travels unchanged
-  EXPECT_EQ(m.rec().Subj(), "changed");  // the search did not disturb the current record
-
-  m.rec().setSubj("only first three");
+  EXPECT_EQ(ImageOf(m.rec()), mine);  // the search did not disturb the current record
+  EXPECT_EQ(ReadFile(store()), expected.replace(2 * kRecLen, kRecLen, mine));
+  m.rec().setSubj("only the first three");
   m.Update(3);
-  const std::string third = ReadFile(store());
-  EXPECT_EQ(third.substr(4 * kRecLen), before.substr(4 * kRecLen));
+  EXPECT_EQ(ReadFile(store()), expected.replace(3 * kRecLen, kRecLen, ImageOf(m.rec())));
 }
 
 TEST_F(IcsMsgTest, DeleteOneDropsEveryCopyAndKeepsTheCounter) {
   make(4, {1, 2, 3, 3, 4});
   IcsMsg m(dir.path(), log);
   m.DeleteOne(3);
-  const std::string bytes = ReadFile(store());
-  EXPECT_EQ(bytes, StoreBytes(4, {1, 2, 4}));
+  EXPECT_EQ(ReadFile(store()), StoreBytes(4, {1, 2, 4}));
   EXPECT_FALSE(std::filesystem::exists(dir.file("IcsData.tmp")));
   EXPECT_EQ(m.NewMsg(), 5);
 
   const std::string before = ReadFile(store());
   m.DeleteOne(99);
   EXPECT_EQ(ReadFile(store()), before);
-  m.DeleteOne(5);
-  m.DeleteOne(1);
-  m.DeleteOne(2);
-  m.DeleteOne(4);
-  EXPECT_EQ(ReadFile(store()), HeaderRecord(5));
-  m.DeleteOne(5);  // the header is never dropped, even when its counter matches
+  for (std::int32_t n : {5, 1, 2, 4, 5}) m.DeleteOne(n);  // the header stays, even when its counter matches
   EXPECT_EQ(ReadFile(store()), HeaderRecord(5));
 }
 
@@ -136,22 +90,19 @@ TEST_F(IcsMsgTest, DeleteOneReplacesAStaleTemporaryFileAndKeepsPermissions) {
   make(3, {1, 2, 3});
   WriteFile(dir.file("IcsData.tmp"), "left over from a crash");
   ::chmod(store().c_str(), 0640);
-  IcsMsg m(dir.path(), log);
-  m.DeleteOne(2);
+  IcsMsg(dir.path(), log).DeleteOne(2);
   EXPECT_EQ(ReadFile(store()), StoreBytes(3, {1, 3}));
   EXPECT_FALSE(std::filesystem::exists(dir.file("IcsData.tmp")));
-  struct stat st {};
-  ASSERT_EQ(::stat(store().c_str(), &st), 0);
-  EXPECT_EQ(st.st_mode & 0777, 0640u);
+  EXPECT_EQ(std::filesystem::status(store()).permissions(), std::filesystem::perms(0640));
 }
 
 TEST_F(IcsMsgTest, GetListWalksInFileOrder) {
   make(9, {4, 2, 9});
   IcsMsg m(dir.path(), log);
   m.ResetList();
-  std::vector<std::int32_t> seen;
+  Numbers seen;
   while (m.GetList()) seen.push_back(m.rec().MsgNo());
-  EXPECT_EQ(seen, (std::vector<std::int32_t>{4, 2, 9}));
+  EXPECT_EQ(seen, (Numbers{4, 2, 9}));
   EXPECT_EQ(m.listPos(), 4);
   EXPECT_EQ(m.rec().MsgNo(), 9);  // not found leaves the current record
   EXPECT_FALSE(m.GetList());
@@ -164,7 +115,7 @@ TEST_F(IcsMsgTest, GetListWalksInFileOrder) {
 // Lengths that are not whole records: the count rounds half to even (4411 bytes is
 // exactly half a record), and the tail of a record reads as zeros.
 TEST_F(IcsMsgTest, PartialLastRecord) {
-  struct Row { std::vector<std::int32_t> whole; std::string tail; int listed; };
+  struct Row { Numbers whole; std::string tail; int listed; };
   const std::string eight = MessageRecord(8);
   const Row rows[] = {{{7}, eight.substr(0, 100), 1},          {{7}, eight.substr(0, 4411), 1},
                       {{7}, eight.substr(0, 4412), 2},         {{7}, eight.substr(0, 8821), 2},
@@ -178,8 +129,7 @@ TEST_F(IcsMsgTest, PartialLastRecord) {
     while (m.GetList()) ++listed;
     EXPECT_EQ(listed, row.listed);
     if (row.listed == 2) {  // the part of record 8 that exists is read
-      EXPECT_EQ(m.rec().MsgNo(), 8);
-      EXPECT_EQ(m.rec().KeepLocal(), 0);
+      EXPECT_EQ(std::tuple(m.rec().MsgNo(), m.rec().KeepLocal()), std::tuple(8, 0));
       EXPECT_TRUE(m.Load(8));
     }
   }
@@ -194,21 +144,14 @@ TEST_F(IcsMsgTest, SixteenBitWalkLimits) {
   // Sparse files: 32767 and 32768 records without writing 290 MB.
   auto sized = [&](std::int64_t records, std::int32_t lastNo) {
     WriteFile(store(), HeaderRecord(1));
-    ASSERT_EQ(::truncate(store().c_str(), static_cast<off_t>(records) * static_cast<off_t>(kRecLen)), 0);
-    if (lastNo != 0) {
-      FILE* f = std::fopen(store().c_str(), "r+b");
-      std::fseek(f, static_cast<long>((records - 1) * static_cast<std::int64_t>(kRecLen)), SEEK_SET);
-      std::fwrite(MessageRecord(lastNo).data(), 1, kRecLen, f);
-      std::fclose(f);
-    }
+    std::filesystem::resize_file(store(), static_cast<std::uintmax_t>(records - (lastNo ? 1 : 0)) * kRecLen);
+    if (lastNo != 0) std::ofstream(store(), std::ios::binary | std::ios::app) << MessageRecord(lastNo);
   };
   IcsMsg m(dir.path(), log);
   sized(32768, 5);
   const VError load = Thrown([&] { m.Load(5); }), update = Thrown([&] { m.Update(5); });
-  EXPECT_EQ(load.number(), kErrOverflow);
-  EXPECT_EQ(load.source(), "PmMsg:Load");
-  EXPECT_EQ(update.number(), kErrOverflow);
-  EXPECT_EQ(update.source(), "PmMsg:Update");
+  EXPECT_EQ(std::tuple(load.number(), load.source(), update.number(), update.source()),
+            std::tuple(kErrOverflow, "PmMsg:Load", kErrOverflow, "PmMsg:Update"));
   EXPECT_EQ(log.entries, (std::vector<std::string>{"Overflow in PmMsg:Load", "Overflow in PmMsg:Update"}));
 
   sized(32767, 5);
@@ -231,8 +174,8 @@ TEST_F(IcsMsgTest, NewMsgPast32767StoresThenOverflows) {
   EXPECT_EQ(m.NewMsg(), 32767);
   EXPECT_EQ(Thrown([&] { m.NewMsg(); }).number(), kErrOverflow);
   const std::string bytes = ReadFile(store());
-  EXPECT_EQ(testing::GetI32(bytes, 0), 32768);
-  EXPECT_EQ(NumbersIn(bytes), (std::vector<std::int32_t>{32766, 32767, 32768}));
+  EXPECT_EQ(GetI32(bytes, 0), 32768);
+  EXPECT_EQ(NumbersIn(bytes), (Numbers{32766, 32767, 32768}));
   EXPECT_TRUE(log.entries.empty());  // NewMsg has no trap of its own
 }
 
@@ -240,17 +183,15 @@ TEST_F(IcsMsgTest, NewMsgPast32767StoresThenOverflows) {
 TEST_F(IcsMsgTest, FailuresAreLoggedAndRaisedWithTheirSource) {
   ASSERT_TRUE(std::filesystem::create_directory(store()));  // the store path is a directory
   IcsMsg m(dir.path(), log);
-  struct Op { const char* name; std::function<void()> run; };
-  const Op ops[] = {{"Load", [&] { m.Load(1); }},       {"Add", [&] { m.Add(); }},
-                    {"Update", [&] { m.Update(1); }},   {"GetList", [&] { m.GetList(); }},
-                    {"DeleteOne", [&] { m.DeleteOne(1); }}};
-  for (const Op& op : ops) {
-    SCOPED_TRACE(op.name);
+  const std::pair<std::string, std::function<void()>> ops[] = {
+      {"Load", [&] { m.Load(1); }},       {"Add", [&] { m.Add(); }},
+      {"Update", [&] { m.Update(1); }},   {"GetList", [&] { m.GetList(); }},
+      {"DeleteOne", [&] { m.DeleteOne(1); }}};
+  for (const auto& [name, run] : ops) {
     log.entries.clear();
-    const VError e = Thrown(op.run);
-    EXPECT_EQ(e.source(), std::string("PmMsg:") + op.name);
-    EXPECT_EQ(e.description(), "Is a directory");
-    EXPECT_EQ(log.entries, std::vector<std::string>{std::string("Is a directory in PmMsg:") + op.name});
+    const VError e = Thrown(run);
+    EXPECT_EQ(e.source() + "|" + e.description(), "PmMsg:" + name + "|Is a directory");
+    EXPECT_EQ(log.entries, std::vector<std::string>{"Is a directory in PmMsg:" + name});
   }
   EXPECT_FALSE(std::filesystem::exists(dir.file("IcsData.tmp")));
   log.entries.clear();
@@ -262,19 +203,16 @@ TEST_F(IcsMsgTest, WriteFailuresOnAFullDevice) {
   ASSERT_EQ(::symlink("/dev/full", store().c_str()), 0);
   IcsMsg m(dir.path(), log);
   const VError e = Thrown([&] { m.Load(1); });  // opening an empty store writes its header
-  EXPECT_EQ(e.number(), kErrDiskFull);
-  EXPECT_EQ(e.source(), "PmMsg:Load");
+  EXPECT_EQ(std::tuple(e.number(), e.source()), std::tuple(kErrDiskFull, "PmMsg:Load"));
   EXPECT_EQ(log.entries, std::vector<std::string>{"No space left on device in PmMsg:Load"});
 }
 
 TEST_F(IcsMsgTest, DeleteOneThatCannotBuildItsCopyLeavesTheStore) {
   make(3, {1, 2, 3});
-  const std::string before = ReadFile(store());
-  ASSERT_TRUE(std::filesystem::create_directory(dir.file("IcsData.tmp")));
-  std::filesystem::create_directory(dir.file("IcsData.tmp/x"));  // not removable by unlink
+  ASSERT_TRUE(std::filesystem::create_directories(dir.file("IcsData.tmp/x")));  // not removable by unlink
   IcsMsg m(dir.path(), log);
   EXPECT_THROW(m.DeleteOne(2), VError);
-  EXPECT_EQ(ReadFile(store()), before);
+  EXPECT_EQ(ReadFile(store()), StoreBytes(3, {1, 2, 3}));
   ASSERT_EQ(log.entries.size(), 1u);
   EXPECT_NE(log.entries[0].find(" in PmMsg:DeleteOne"), std::string::npos);
 }

@@ -1,6 +1,5 @@
 #pragma once
-// Builds and reads store files byte by byte, independently of IcsMsg, so tests compare
-// what the store wrote with what the file format says; plus child-process helpers.
+// Store files built and read byte by byte, independently of IcsMsg; child-process helpers.
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -11,16 +10,14 @@
 #include <string>
 #include <vector>
 
+#include "core/EventLog.h"
 #include "core/VError.h"
+#include "store/MsgRecord.h"
+#include "tests/support/TempDir.h"
 
 namespace velnor::testing {
 
 constexpr std::size_t kRecLen = 8822;
-
-inline void PutI32(std::string& rec, std::size_t at, std::int32_t v) {
-  const auto u = static_cast<std::uint32_t>(v);
-  for (int i = 0; i < 4; ++i) rec[at + static_cast<std::size_t>(i)] = static_cast<char>((u >> (8 * i)) & 0xFF);
-}
 
 inline std::int32_t GetI32(const std::string& bytes, std::size_t at) {
   std::uint32_t u = 0;
@@ -28,23 +25,23 @@ inline std::int32_t GetI32(const std::string& bytes, std::size_t at) {
   return static_cast<std::int32_t>(u);
 }
 
-inline std::string HeaderRecord(std::int32_t counter) {
-  std::string rec(kRecLen, '\0');
-  PutI32(rec, 0, counter);
-  const std::string marker = "[ics213!.]" + std::string(54, ' ');
-  rec.replace(74, 64, marker);
-  return rec;
+inline std::string ImageOf(const MsgRecord& r) {
+  return std::string(reinterpret_cast<const char*>(r.image().data()), r.image().size());
 }
 
-// A message record with a number and a subject that tells records apart.
-inline std::string MessageRecord(std::int32_t number, const std::string& subject = "") {
+// A record with a little-endian number first; the header when marker, else a Draft with a subject.
+inline std::string Record(std::int32_t number, bool marker, const std::string& subject = "") {
   std::string rec(kRecLen, '\0');
-  PutI32(rec, 0, number);
-  rec[4] = 6;  // Draft
+  for (std::size_t i = 0; i < 4; ++i) rec[i] = static_cast<char>((static_cast<std::uint32_t>(number) >> (8 * i)) & 0xFF);
+  if (marker) return rec.replace(74, 64, "[ics213!.]" + std::string(54, ' '));
+  rec[4] = 6;
   std::string s = subject.empty() ? "subject " + std::to_string(number) : subject;
   s.resize(64, ' ');
-  rec.replace(330, 64, s);
-  return rec;
+  return rec.replace(330, 64, s);
+}
+inline std::string HeaderRecord(std::int32_t counter) { return Record(counter, true); }
+inline std::string MessageRecord(std::int32_t number, const std::string& subject = "") {
+  return Record(number, false, subject);
 }
 
 inline std::string StoreBytes(std::int32_t counter, const std::vector<std::int32_t>& numbers) {
@@ -53,15 +50,19 @@ inline std::string StoreBytes(std::int32_t counter, const std::vector<std::int32
   return out;
 }
 
+inline std::vector<std::int32_t> Range(std::int32_t first, std::int32_t last) {
+  std::vector<std::int32_t> out;
+  for (std::int32_t n = first; n <= last; ++n) out.push_back(n);
+  return out;
+}
+
 inline void WriteFile(const std::string& path, const std::string& bytes) {
-  std::ofstream f(path, std::ios::binary | std::ios::trunc);
-  f.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
 }
 
 inline std::string ReadFile(const std::string& path) {
-  std::ifstream f(path, std::ios::binary);
   std::ostringstream out;
-  out << f.rdbuf();
+  out << std::ifstream(path, std::ios::binary).rdbuf();
   return std::move(out).str();
 }
 
@@ -107,11 +108,15 @@ inline int WaitFor(pid_t pid) {
   return status;
 }
 
-// Runs body in a child process and waits for it; true when it succeeded.
-template <typename F>
-bool InChild(F body) {
-  const int status = WaitFor(Spawn(body));
-  return WIFEXITED(status) && WEXITSTATUS(status) == 0;
-}
+// A temporary data directory holding the store.
+class StoreTest : public ::testing::Test {
+ protected:
+  std::string store() const { return dir.file("velnor.odb"); }
+  void make(std::int32_t counter, const std::vector<std::int32_t>& numbers) {
+    WriteFile(store(), StoreBytes(counter, numbers));
+  }
+  TempDir dir;
+  RecordingEventLog log;
+};
 
 }  // namespace velnor::testing
