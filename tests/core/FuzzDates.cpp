@@ -1,6 +1,4 @@
-// Date texts come off the wire (DATE and RDATE lines) and formats from a hand-editable
-// settings file: neither may crash the reader or the formatter. Input layout: the date
-// format, CR, the time format, CR, then the text to read.
+// Date texts off the wire and formats from a hand-edited file: date format CR time format CR text.
 #include <cmath>
 #include <cstdint>
 #include <string>
