@@ -29,19 +29,24 @@ inline std::string ImageOf(const MsgRecord& r) {
   return std::string(reinterpret_cast<const char*>(r.image().data()), r.image().size());
 }
 
-// A record with a little-endian number first; the header when marker, else a Draft with a subject.
-inline std::string Record(std::int32_t number, bool marker, const std::string& subject = "") {
+// A zeroed record that starts with its number, little-endian.
+inline std::string NumberedRecord(std::int32_t number) {
   std::string rec(kRecLen, '\0');
   for (std::size_t i = 0; i < 4; ++i) rec[i] = static_cast<char>((static_cast<std::uint32_t>(number) >> (8 * i)) & 0xFF);
-  if (marker) return rec.replace(74, 64, "[ics213!.]" + std::string(54, ' '));
-  rec[4] = 6;
+  return rec;
+}
+
+inline std::string HeaderRecord(std::int32_t counter) {
+  return NumberedRecord(counter).replace(74, 64, "[ics213!.]" + std::string(54, ' '));
+}
+
+// A Draft with a subject that tells records apart.
+inline std::string MessageRecord(std::int32_t number, const std::string& subject = "") {
   std::string s = subject.empty() ? "subject " + std::to_string(number) : subject;
   s.resize(64, ' ');
-  return rec.replace(330, 64, s);
-}
-inline std::string HeaderRecord(std::int32_t counter) { return Record(counter, true); }
-inline std::string MessageRecord(std::int32_t number, const std::string& subject = "") {
-  return Record(number, false, subject);
+  std::string rec = NumberedRecord(number).replace(330, 64, s);
+  rec[4] = 6;
+  return rec;
 }
 
 inline std::string StoreBytes(std::int32_t counter, const std::vector<std::int32_t>& numbers) {
