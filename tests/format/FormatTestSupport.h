@@ -1,5 +1,5 @@
 #pragma once
-// Recording doubles for what the decoder reports to: the session log and the notices.
+// Recording doubles for what the decoder reports to, and a receiving station built on them.
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -7,7 +7,9 @@
 #include "tests/support/TempDir.h"
 #include "app/SessionLog.h"
 #include "core/EventLog.h"
+#include "format/Decoder.h"
 #include "format/Notice.h"
+#include "store/IcsMsg.h"
 
 namespace velnor::testing {
 
@@ -27,6 +29,25 @@ class RecordingNotices : public NoticeSink {
     calls.push_back({text, number});
   }
   std::vector<Call> calls;
+};
+
+// A receiving station: its store, recording logs and notices, and day-first date settings.
+struct Receiver {
+  TempDir dir;
+  RecordingEventLog events;
+  RecordingSessionLog session;
+  RecordingNotices notices;
+  std::string dateFormat = "dd/mm/yyyy";
+  std::string timeFormat = "hh:nn";
+  StoreMsgContext ctx{dir.path(), events, session, notices, dateFormat, timeFormat};
+
+  std::vector<MsgRecord> Filed() {
+    IcsMsg store(dir.path(), events);
+    std::vector<MsgRecord> out;
+    store.ResetList();
+    while (store.GetList()) out.push_back(store.rec());
+    return out;
+  }
 };
 
 }  // namespace velnor::testing

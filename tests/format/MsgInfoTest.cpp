@@ -16,10 +16,7 @@ MsgRecord Rec(std::int32_t no, short origin, short kind, short status) {
 }
 
 TEST(MsgInfoLine, Pieces) {
-  const struct {
-    MsgRecord rec;
-    const char* line;
-  } rows[] = {
+  const struct { MsgRecord rec; const char* line; } rows[] = {
       {Rec(0, 1, 1, 6), ""},
       {Rec(12, 1, 1, 6), "Msg# 12,  Locally created message; Draft"},
       {Rec(4, 2, 2, 9), "Msg# 4,  Received reply; "},

@@ -18,6 +18,7 @@ class Generator {
   explicit Generator(unsigned seed) : m_rng(seed) {}
 
   std::size_t below(std::size_t n) { return m_rng() % n; }
+  int n(int limit) { return static_cast<int>(below(static_cast<std::size_t>(limit))); }
 
   std::string pick(std::string_view chars, std::size_t maxLen) {
     std::string s(below(maxLen + 1), ' ');
@@ -44,15 +45,11 @@ class Generator {
     return b;
   }
 
+  // 0, a day at midnight, or a day and time.
   double date() {
     if (below(8) == 0) return 0;
-    DateParts p{2000 + static_cast<int>(below(31)), 1 + static_cast<int>(below(12)),
-                1 + static_cast<int>(below(28)), 0, 0, 0};
-    if (below(4) != 0) {
-      p.hour = static_cast<int>(below(24));
-      p.minute = static_cast<int>(below(60));
-      p.second = static_cast<int>(below(60));
-    }
+    DateParts p{2000 + n(31), 1 + n(12), 1 + n(28), 0, 0, 0};
+    if (below(4) != 0) p = {p.year, p.month, p.day, n(24), n(60), n(60)};
     return ToOleDate(p);
   }
 
@@ -96,17 +93,13 @@ void ExpectSameSecond(double a, double b, const char* what) {
 }
 
 TEST(RoundTrip, GeneratedRecordsThroughTwoStores) {
-  testing::TempDir sender, receiver;
-  RecordingEventLog events;
-  testing::RecordingSessionLog session;
-  testing::RecordingNotices notices;
-  const std::string dateFormat = "dd/mm/yyyy", timeFormat = "hh:nn";
-  const StoreMsgContext ctx{receiver.path(), events, session, notices, dateFormat, timeFormat};
+  testing::TempDir sender;
+  testing::Receiver rx;
   const std::string login = "KX1ABC";
 
   Generator gen(20261119);
   for (int i = 0; i < 120; ++i) {
-    IcsMsg out(sender.path(), events);
+    IcsMsg out(sender.path(), rx.events);
     const std::int32_t sentNo = out.NewMsg();
     MsgRecord& s = out.rec();
     const short kind = gen.below(2) ? 2 : 1;
@@ -126,10 +119,9 @@ TEST(RoundTrip, GeneratedRecordsThroughTwoStores) {
     out.Update(sentNo);
     const MsgRecord sent = s;
 
-    const std::string text = EncodeMsg(sender.path(), events, sentNo, login);
-    const std::int32_t n = StoreMsg(text, 2, ctx);
-
-    IcsMsg in(receiver.path(), events);
+    const std::string text = EncodeMsg(sender.path(), rx.events, sentNo, login);
+    const std::int32_t n = StoreMsg(text, 2, rx.ctx);
+    IcsMsg in(rx.dir.path(), rx.events);
     ASSERT_TRUE(in.Load(n));
     const MsgRecord& r = in.rec();
     SCOPED_TRACE(text);
@@ -146,22 +138,17 @@ TEST(RoundTrip, GeneratedRecordsThroughTwoStores) {
     ExpectSameSecond(r.RepDate(), sent.RepDate(), "RDATE");
     if (HasFailure()) break;
   }
-  EXPECT_EQ(session.lines.size(), 120u);  // only the "Loading" lines: nothing went wrong
-  EXPECT_TRUE(events.entries.empty());
+  EXPECT_EQ(rx.session.lines.size(), 120u);  // only the "Loading" lines: nothing went wrong
+  EXPECT_TRUE(rx.events.entries.empty());
 }
 
 TEST(EncodeMsg, UnknownNumberEncodesWhatLoadLeft) {
-  testing::TempDir dir;
-  RecordingEventLog events;
-  IcsMsg store(dir.path(), events);
-  for (const char* subject : {"first", "last"}) {
-    const std::int32_t n = store.NewMsg();
-    store.rec().setSubj(subject);
-    store.Update(n);
-  }
-  IcsMsg reader(dir.path(), events);
+  testing::Receiver st;
+  for (const std::string subject : {"first", "last"})
+    StoreMsg("!ICS213!\r\nSUBJECT: " + subject + "\r\n!/ICS213!\r\n", 2, st.ctx);
+  IcsMsg reader(st.dir.path(), st.events);
   reader.Load(99);
-  const std::string text = EncodeMsg(dir.path(), events, 99, "K");
+  const std::string text = EncodeMsg(st.dir.path(), st.events, 99, "K");
   EXPECT_EQ(text, EncodeRecord(reader.rec(), "K"));
   EXPECT_NE(text.find("\r\nSUBJECT: last\r\n"), std::string::npos);
 }
