@@ -29,12 +29,8 @@ class SessionLogTest : public ::testing::Test {
   SessionLog log{clock, dialogs};
 };
 
-TEST(SessionLogFile, NameFromDirectoryAndStartDate) {
+TEST_F(SessionLogTest, FileNameFromStartDateInLogsOrDataFolder) {
   EXPECT_EQ(SessionLog::LogFileName("/d/logs", At(2027, 1, 2, 0, 0, 0)), "/d/logs/Ics213-270102.log");
-}
-
-TEST(SessionLogFile, LogDirectoryFallsBackToDataPath) {
-  testing::TempDir tmp;
   EXPECT_EQ(SessionLog::ChooseLogDirectory(tmp.file("logs"), tmp.path()), tmp.file("logs"));
   EXPECT_TRUE(fs::is_directory(tmp.file("logs")));
   EXPECT_EQ(SessionLog::ChooseLogDirectory(tmp.file("x/logs"), tmp.path()), tmp.path());
