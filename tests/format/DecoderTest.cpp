@@ -197,12 +197,7 @@ TEST(ParseIncoming, BodyCutBoundaries) {
 }
 
 TEST(NoticeText, MessageNamesSenderReplyNamesAddressee) {
-  MsgRecord r;
-  r.setFr("Jo Marsh");
-  r.setTo("Planning Chief");
-  r.setSubj("Water tender");
-  r.setMsgDate(ToOleDate({2026, 11, 19, 14, 5, 9}));
-  r.setKind(1);
+  MsgRecord r = testing::SampleMessage();
   EXPECT_EQ(NoticeText(r),
             "New incoming MESSAGE... \r\n"
             "FROM:       Jo Marsh\r\n"
@@ -212,8 +207,7 @@ TEST(NoticeText, MessageNamesSenderReplyNamesAddressee) {
             "Press Open to view the message or Close to skip.");
   for (short kind : {0, 2}) {
     r.setKind(kind);
-    EXPECT_EQ(NoticeText(r).rfind("New incoming REPLY... \r\nFROM:       Planning Chief\r\nS", 0),
-              0u);
+    EXPECT_EQ(NoticeText(r).rfind("New incoming REPLY... \r\nFROM:       Planning Chief\r\nS", 0), 0u);
   }
 }
 

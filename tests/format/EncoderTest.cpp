@@ -3,32 +3,13 @@
 
 #include <algorithm>
 
-#include "core/DateTime.h"
+#include "FormatTestSupport.h"
 #include "format/Encoder.h"
-#include "store/MsgRecord.h"
 
 namespace velnor {
 namespace {
 
-MsgRecord SampleMessage() {
-  MsgRecord r;
-  r.setMsgNo(17);
-  r.setStatus(2);
-  r.setOrigin(1);
-  r.setKind(1);
-  r.setIcdName("Ridge Fire");
-  r.setTo("Planning Chief");
-  r.setToPos("PSC");
-  r.setFr("Jo Marsh");
-  r.setFrPos("COML");
-  r.setSubj("Water tender");
-  r.setMsgDate(ToOleDate({2026, 11, 19, 14, 5, 9}));
-  r.setMsg("Need one tender\r\n\r\nat Div A");
-  r.setSign("J. Marsh");
-  r.setSignPos("COML");
-  r.setRoute("EOC1:0");
-  return r;
-}
+using testing::SampleMessage;
 
 // The lines up to the body are the same for a message and a reply.
 const std::string kHead =

@@ -6,6 +6,7 @@
 
 #include "tests/support/TempDir.h"
 #include "app/SessionLog.h"
+#include "core/DateTime.h"
 #include "core/EventLog.h"
 #include "format/Decoder.h"
 #include "format/Notice.h"
@@ -21,15 +22,31 @@ class RecordingSessionLog : public SessionLogWriter {
 
 class RecordingNotices : public NoticeSink {
  public:
-  struct Call {
-    std::string text;
-    std::int32_t number;
-  };
-  void ShowNotice(const std::string& text, std::int32_t number) override {
-    calls.push_back({text, number});
-  }
+  struct Call { std::string text; std::int32_t number; };
+  void ShowNotice(const std::string& text, std::int32_t number) override { calls.push_back({text, number}); }
   std::vector<Call> calls;
 };
+
+// The message of the golden texts and the notice.
+inline MsgRecord SampleMessage() {
+  MsgRecord r;
+  r.setMsgNo(17);
+  r.setStatus(2);
+  r.setOrigin(1);
+  r.setKind(1);
+  r.setIcdName("Ridge Fire");
+  r.setTo("Planning Chief");
+  r.setToPos("PSC");
+  r.setFr("Jo Marsh");
+  r.setFrPos("COML");
+  r.setSubj("Water tender");
+  r.setMsgDate(ToOleDate({2026, 11, 19, 14, 5, 9}));
+  r.setMsg("Need one tender\r\n\r\nat Div A");
+  r.setSign("J. Marsh");
+  r.setSignPos("COML");
+  r.setRoute("EOC1:0");
+  return r;
+}
 
 // A receiving station: its store, recording logs and notices, and day-first date settings.
 struct Receiver {

@@ -125,12 +125,8 @@ TEST(RoundTrip, GeneratedRecordsThroughTwoStores) {
     ASSERT_TRUE(in.Load(n));
     const MsgRecord& r = in.rec();
     SCOPED_TRACE(text);
-    EXPECT_EQ(r.MsgNo(), n);
-    EXPECT_EQ(r.Origin(), 2);
-    EXPECT_EQ(r.Status(), 4);
-    EXPECT_EQ(r.Kind(), kind);
-    EXPECT_EQ(r.KeepLocal(), sent.KeepLocal());
-    EXPECT_EQ(r.Route(), login + ":" + std::to_string(sentNo));
+    EXPECT_EQ(std::make_tuple(r.MsgNo(), r.Origin(), r.Status(), r.Kind(), r.KeepLocal(), r.Route()),
+              std::make_tuple(n, short{2}, short{4}, kind, sent.KeepLocal(), login + ":" + std::to_string(sentNo)));
     for (const TextField& f : kTextFields) EXPECT_EQ((r.*f.get)(), (sent.*f.get)());
     EXPECT_EQ(r.Msg(), TrimEachLine(sent.Msg()));
     ExpectSameSecond(r.MsgDate(), sent.MsgDate(), "DATE");
