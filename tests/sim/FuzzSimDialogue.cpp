@@ -1,5 +1,4 @@
-// Untrusted bytes into the simulator's request reader and route parser. Besides not
-// crashing: cutting the input into two pieces must not change what is read.
+// The simulator's request reader and route parser: no crash, and a cut changes nothing read.
 #include <cstdint>
 #include <string>
 #include <string_view>

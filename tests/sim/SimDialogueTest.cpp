@@ -1,8 +1,14 @@
-// The conversation, routing and the spool, against the real simulator over loopback.
+// The simulator over loopback: the conversation, routing, the spool, the fault switches,
+// hostile input and the command line.
+#include <algorithm>
+#include <random>
+
 #include "SimHarness.h"
 
 namespace velnor::testing {
 namespace {
+
+using Strings = std::vector<std::string>;
 
 class SimDialogue : public SimTest {
  protected:
@@ -58,23 +64,14 @@ TEST_F(SimDialogue, RoutesByDestinationAndLocalGoesToAllOthers) {
   expectPops(*c, {direct, local, keep});  // arrival order kept
 }
 
-TEST_F(SimDialogue, RestartKeepsQueuesAndKnownStations) {
-  start();
+// Queues, the stations known to have logged on, and a message whose writing was cut off.
+TEST_F(SimDialogue, RestartLosesNothing) {
+  start({"--drip", "20"});
   const std::string later = TaggedText("ALPHA", "DELTA", "for a station not yet on");
+  const std::string slow = TaggedText("ALPHA", "BRAVO", "slow");
   const std::string local = TaggedText("ECHO", "LOCAL", "after restart");
   hand(*station("ALPHA"), later);
-  ASSERT_EQ(m_sim->stop(), 0);
-  start();
-  hand(*station("ECHO"), local);  // ALPHA is remembered as having logged on
-  expectPops(*station("DELTA"), {later});
-  auto a = station("ALPHA");
-  EXPECT_EQ(a->ask("POP", local), local);
-}
-
-TEST_F(SimDialogue, MessageStaysQueuedUntilFullyWritten) {
-  start({"--drip", "20"});
-  const std::string text = TaggedText("ALPHA", "BRAVO", "slow");
-  hand(*station("ALPHA"), text);
+  hand(*station("ALPHA"), slow);
   {
     auto b = station("BRAVO");
     b->send("POP\r\n");
@@ -82,7 +79,111 @@ TEST_F(SimDialogue, MessageStaysQueuedUntilFullyWritten) {
   }
   m_sim->stop();
   start();  // same spool, no drip
-  expectPops(*station("BRAVO"), {text});
+  hand(*station("ECHO"), local);
+  expectPops(*station("DELTA"), {later});
+  expectPops(*station("BRAVO"), {slow, local});
+  expectPops(*station("ALPHA"), {local});
+}
+
+// Each switch that changes how prompts are written, over one whole conversation: what the
+// client reads, and the simulator's writes one by one. Message texts are never split.
+TEST(SimSwitches, SplitLowerCaseAndDripChangeOnlyHowRepliesAreWritten) {
+  const std::string text = TaggedText("ALPHA", "ALPHA", "whole");
+  const std::vector<std::pair<std::string, std::string>> steps = {
+      {"<!REG!>", "LOGON>"}, {"<!LOGON!>ALPHA", "OK>"}, {text, "OK>"},
+      {"POP", text},         {"POP", "NOMORE>"},       {"QUIT", "QUITING>"}};
+  Strings drip;
+  for (char ch : "LOGON>OK>OK>" + text + "NOMORE>QUITING>") drip.emplace_back(1, ch);
+  const std::vector<std::pair<Strings, Strings>> rows = {
+      {{"--split-prompts"}, {"LOGON", ">", "OK", ">", "OK", ">", text, "NOMORE", ">", "QUITING", ">"}},
+      {{"--lower-case"}, {"logon>", "ok>", "ok>", text, "nomore>", "quiting>"}},
+      {{"--drip", "2"}, drip}};
+  for (const auto& [flags, writes] : rows) {
+    SCOPED_TRACE(flags[0]);
+    TempDir dir;
+    SimProcess sim(dir.file("spool"), dir.file("transcript"), flags);
+    SimClient c(sim.port());
+    std::string got;
+    for (const auto& [line, reply] : steps) got += c.ask(line, reply);
+    EXPECT_EQ(got, Joined(writes));
+    EXPECT_TRUE(c.waitClosed());
+    sim.stop();
+    EXPECT_EQ(Transcript(dir.file("transcript"), '>', 1), writes);
+  }
+}
+
+class SimFault : public SimTest {};
+
+// Silent for those prompts only; the message is still queued and QUIT still closes.
+// (A silent "LOGON>" fails the link's registration against the simulator.)
+TEST_F(SimFault, NoPromptStaysSilentForThatPromptOnly) {
+  start({"--no-prompt", "OK>", "--no-prompt", "NOMORE>", "--no-prompt", "QUITING>"});
+  SimClient c(m_sim->port());
+  const std::string text = TaggedText("ALPHA", "ALPHA", "queued all the same");
+  EXPECT_EQ(c.ask("<!REG!>", "LOGON>"), "LOGON>");
+  c.send("<!LOGON!>ALPHA\r\n" + text + "\r\nPOP\r\nPOP\r\n");  // the first POP gets the message, the second silence
+  // Had any OK> or NOMORE> been sent, it would come before this prompt.
+  EXPECT_EQ(c.ask("<!REG!>", text + "LOGON>"), text + "LOGON>");
+  c.send("QUIT\r\n");
+  EXPECT_TRUE(c.waitClosed());
+  m_sim->stop();
+  EXPECT_EQ(transcript('>', 1), (Strings{"LOGON>", text, "LOGON>"}));
+}
+
+TEST_F(SimFault, DropAfterClosesOnTheNextMessageWithoutQueuingIt) {
+  start({"--drop-after", "1"});
+  const std::string first = TaggedText("ALPHA", "BRAVO", "first");
+  SimClient a(m_sim->port());
+  EXPECT_EQ(a.ask("<!LOGON!>ALPHA", "OK>"), "OK>");
+  EXPECT_EQ(a.ask(first, "OK>"), "OK>");
+  a.send(TaggedText("ALPHA", "BRAVO", "second") + "\r\n");
+  EXPECT_TRUE(a.waitClosed());
+  SimClient b(m_sim->port());  // the count is per connection
+  EXPECT_EQ(b.ask("<!LOGON!>BRAVO", "OK>"), "OK>");
+  expectPops(b, {first});
+}
+
+TEST_F(SimFault, GarbageAndOversizedInputNeverStopTheServer) {
+  start();
+  SimClient steady(m_sim->port());
+  EXPECT_EQ(steady.ask("<!REG!>", "LOGON>"), "LOGON>");
+  {
+    // Random bytes with line ends sprinkled in: ignored, connection kept.
+    std::mt19937 rng(1234);
+    std::string noise(256 * 1024, '\0');
+    for (char& ch : noise) ch = static_cast<char>(rng() % 256);
+    SimClient g(m_sim->port());
+    g.send(noise);
+    EXPECT_EQ(g.ask("\r\n<!REG!>", "LOGON>"), "LOGON>");
+  }
+  SimClient huge(m_sim->port());
+  huge.send(std::string(2u << 20, 'x'));  // one line over the cap
+  EXPECT_TRUE(huge.waitClosed());
+  SimClient bigMessage(m_sim->port());
+  bigMessage.send("!ICS213!\r\n");
+  for (int i = 0; i < 1100; ++i) bigMessage.send(std::string(1000, 'y') + "\r\n");
+  EXPECT_TRUE(bigMessage.waitClosed());
+  // The link test: a raw text without line end, then hang up. Nothing comes back.
+  const std::string test = "<test>This is the ICS-213 test startup msg</test>";
+  SimClient(m_sim->port()).send(test);
+  EXPECT_EQ(steady.ask("<!LOGON!>ALPHA", "OK>"), "OK>");
+  EXPECT_EQ(steady.ask("POP", "NOMORE>"), "NOMORE>");
+  EXPECT_EQ(m_sim->stop(), 0);
+  const Strings in = transcript('<');
+  EXPECT_NE(std::find(in.begin(), in.end(), test), in.end());
+}
+
+TEST(SimCommandLine, TakenPortAndBadOptionsExitWithOne) {
+  TempDir dir;
+  SimProcess first(dir.file("spool"), dir.file("transcript"));
+  const std::string port = std::to_string(first.port());
+  std::string err;
+  EXPECT_EQ(RunSimToEnd({"--port", port, "--spool", dir.file("spool")}, err), 1);
+  EXPECT_NE(err.find("cannot listen on 127.0.0.1:" + port), std::string::npos) << err;
+  for (const Strings& bad : {Strings{"--no-prompt", "HELLO>"}, Strings{"--port", "70000"}, Strings{"--drip"},
+                            Strings{"--frobnicate"}})
+    EXPECT_EQ(RunSimToEnd(bad, err), 1) << bad[0];
+  EXPECT_EQ(RunSimToEnd({"--help"}, err), 0);
 }
 
 }  // namespace

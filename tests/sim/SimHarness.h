@@ -14,8 +14,7 @@ namespace velnor::testing {
 
 class SimProcess {
  public:
-  // $VELNOR_SIM --port 0 --spool <spool> --transcript <transcript> plus extra, once it
-  // has printed its "listening on" line.
+  // $VELNOR_SIM --port 0 --spool spool --transcript transcript extra..., once listening.
   SimProcess(const std::string& spool, const std::string& transcript, std::vector<std::string> extra = {});
   ~SimProcess() { stop(); }
   SimProcess(const SimProcess&) = delete;
@@ -53,8 +52,8 @@ class SimClient {
   int m_fd = -1;
 };
 
-// The transcript's blocks in one direction ('<' received, '>' sent), one per read or
-// write, on connection conn or (0) on all.
+// The transcript's blocks ('<' read, '>' written), one per read or write, on connection
+// conn or (0) on all.
 std::vector<std::string> Transcript(const std::string& path, char dir, int conn = 0);
 std::string Joined(const std::vector<std::string>& parts);
 
