@@ -1,7 +1,6 @@
 #pragma once
-// Shared pieces for the link tests: a recording session log, a scripted window (status
-// panels, codec stand-ins), an in-memory outbox, and a well-behaved Pmdirect answering
-// on a FakeSocket.
+// Link test pieces: a recording log, a window stand-in, an in-memory outbox and a
+// well-behaved Pmdirect on a FakeSocket.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -18,11 +17,12 @@
 
 namespace velnor::testing {
 
+using Lines = std::vector<std::string>;
+
 class RecordingLog : public SessionLogWriter {
  public:
   void WriteLog(const std::string& routine) override { lines.push_back(routine); }
-  bool has(const std::string& line) const { return std::ranges::find(lines, line) != lines.end(); }
-  std::vector<std::string> lines;
+  Lines lines;
 };
 
 // Records the panels and every "Status" text; the codec is a stand-in.
@@ -35,16 +35,38 @@ class FakeHost : public LinkHost {
   std::string status() override { return panels["Status"]; }
   void RefreshMsgInfo() override { ++refreshes; }
   std::string EncodeMsg(std::int32_t n) override {
+    if (encodeFails) throw VError(kErrFileNotFound, "PmMsg:Load", "File not found");
     return "!ICS213!\r\nMSGNO:" + std::to_string(n) + "\r\n!/ICS213!";
   }
   void StoreMsg(const std::string& text) override { filed.push_back(text); }
   bool saw(const std::string& status) const { return std::ranges::find(statusHistory, status) != statusHistory.end(); }
 
   std::map<std::string, std::string> panels;
-  std::vector<std::string> statusHistory;
-  std::vector<std::string> filed;
+  Lines statusHistory;
+  Lines filed;
   int refreshes = 0;
+  bool encodeFails = false;
 };
+
+// How a failed session must end: the step's failed text, the step's log lines (the
+// session's own line follows), and the step named in "Disconnecting, error during".
+struct Failure {
+  std::string status;
+  Lines logLines;
+  std::string step;
+};
+
+// The "Status" panel was "kept" before the session.
+inline void ExpectFailed(FakeHost& host, const RecordingLog& log, const PmLink& link, const Failure& f) {
+  EXPECT_TRUE(host.saw(f.status));
+  EXPECT_TRUE(host.saw("Disconnecting, error during " + f.step));
+  Lines expected = f.logLines;
+  expected.push_back("Message session to Pmdirect... failed");
+  EXPECT_EQ(log.lines, expected);
+  EXPECT_EQ(host.panels["Status"], "kept");
+  EXPECT_EQ(host.panels["NetState"], "Disconnected");
+  EXPECT_FALSE(link.SessionRunning());
+}
 
 struct OutboxRecord {
   std::int32_t msgNo;
@@ -55,17 +77,17 @@ struct OutboxRecord {
 class MemoryOutbox : public Outbox {
  public:
   explicit MemoryOutbox(std::vector<OutboxRecord>& recs) : m_recs(recs) {}
-  void ResetList() override { m_pos = -1; }
-  bool GetList() override { return ++m_pos < static_cast<long>(m_recs.size()); }
+  void ResetList() override { m_pos = 0; }
+  bool GetList() override { return ++m_pos <= m_recs.size(); }
   std::int32_t MsgNo() const override { return cur().msgNo; }
   short Status() const override { return cur().status; }
   std::string Subj() const override { return cur().subj; }
-  void UpdateStatus(short s) override { m_recs[static_cast<std::size_t>(m_pos)].status = s; }
+  void UpdateStatus(short s) override { m_recs.at(m_pos - 1).status = s; }
 
  private:
-  const OutboxRecord& cur() const { return m_recs.at(static_cast<std::size_t>(m_pos)); }
+  const OutboxRecord& cur() const { return m_recs.at(m_pos - 1); }
   std::vector<OutboxRecord>& m_recs;
-  long m_pos = -1;
+  std::size_t m_pos = 0;
 };
 
 // Answers the dialogue like Pmdirect; `waiting` are handed out one per "POP".
@@ -83,15 +105,11 @@ struct FakePmdirect {
   void answer(const std::string& sent) {
     if (sent == "<!REG!>\r\n") {
       sock.deliver(regReply, delayMs);
-    } else if (sent.rfind("<!LOGON!>", 0) == 0) {
+    } else if (sent.starts_with("<!LOGON!>")) {
       sock.deliver(logonReply, delayMs);
     } else if (sent == "POP\r\n") {
-      if (waiting.empty()) {
-        sock.deliver("NOMORE>\r\n", delayMs);
-      } else {
-        sock.deliver(waiting.front() + "\r\n", delayMs);
-        waiting.pop_front();
-      }
+      sock.deliver(waiting.empty() ? "NOMORE>\r\n" : waiting.front() + "\r\n", delayMs);
+      if (!waiting.empty()) waiting.pop_front();
     } else if (sent == "QUIT\r\n") {
       sock.deliver("QUITING>\r\n", delayMs);
       sock.peerClose(delayMs + 1);

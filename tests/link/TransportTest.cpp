@@ -1,17 +1,79 @@
 #include <gtest/gtest.h>
 
+#include "link/Waits.h"
 #include "tests/link/LinkFixture.h"
 
 namespace velnor::testing {
 namespace {
 
+using Times = std::vector<std::int64_t>;
+
+class WaitsTest : public ::testing::Test {
+ protected:
+  VirtualEventLoop loop;
+  Waits w{loop};
+};
+
+// A Pause inside a Pause restarts the one pause timer, and both end at its tick.
+TEST_F(WaitsTest, PauseLetsOtherTimersTickAndANestedPauseEndsBoth) {
+  auto clock = loop.createTimer();
+  Times ticks;
+  clock->onTick = [&] { ticks.push_back(loop.now()); };
+  clock->setInterval(200);
+  clock->setEnabled(true);
+  std::int64_t innerEnd = -1;
+  loop.post([&] {
+    w.Pause(100);
+    innerEnd = loop.now();
+  }, 450);
+  w.Pause(500);
+  EXPECT_EQ(innerEnd, 550);
+  EXPECT_EQ(loop.now(), 550);
+  EXPECT_EQ(ticks, (Times{200, 400}));
+  EXPECT_FALSE(w.tmrPause().enabled());
+}
+
+TEST_F(WaitsTest, ZeroAndNegativeWaitsEndAtOnce) {
+  for (short ms : {short(0), short(-1), short(-32768)}) w.Pause(ms);
+  EXPECT_EQ(loop.now(), 0);
+  EXPECT_EQ(loop.waits(), 0);
+  for (std::int32_t ms : {0, -5}) {
+    w.StartGpTimer(ms);
+    EXPECT_FALSE(w.GpTimerEnabled()) << ms;
+  }
+}
+
+TEST(Waits, GpTimerIsCappedAt65535AndThenDisablesItself) {
+  for (auto [asked, ends] : {std::pair<std::int32_t, std::int64_t>{1, 1}, {65534, 65534}, {65535, 65535},
+                             {65536, 65535}, {100000, 65535}}) {
+    VirtualEventLoop loop;
+    Waits w(loop);
+    w.StartGpTimer(asked);
+    ASSERT_TRUE(w.GpTimerEnabled());
+    EXPECT_EQ(w.GpTimer().interval(), ends);
+    loop.runUntil([&] { return !w.GpTimerEnabled(); });
+    EXPECT_EQ(loop.now(), ends) << asked;
+  }
+}
+
+TEST_F(WaitsTest, RestartingGpTimerCountsFromTheRestart) {
+  w.StartGpTimer(100);
+  loop.advance(80);
+  w.StartGpTimer(100);
+  loop.runUntil([&] { return !w.GpTimerEnabled(); });
+  EXPECT_EQ(loop.now(), 180);
+}
+
 class TransportTest : public LinkTest {
  protected:
   Transport& t() { return link().transport(); }
   LinkState& s() { return link().state(); }
-  void connect() {
+  // Connected, awaiting `awaited`; `reply` answers every send after `delayMs`.
+  void connect(short awaited, std::function<void(std::string_view)> reply = {}) {
     sock.connect();
     loop.runUntil([&] { return sock.state() == Socket::Connected; });
+    s().AwaitedPrompt = awaited;
+    sock.onSend = std::move(reply);
   }
   // A fresh state awaiting prompt `awaited`, with an empty buffer.
   void await(short awaited) {
@@ -42,24 +104,16 @@ TEST_F(TransportTest, EveryPromptFoundAtEverySplitPoint) {
   }
 }
 
-TEST_F(TransportTest, OnlyTheExactUpperCasePromptCounts) {
-  struct Row {
-    short awaited;
-    std::string text;
-    bool complete;
-  };
-  for (const Row& r : {Row{2, "ok>", false}, Row{2, "Ok>", false}, Row{2, "OK", false},
-                       Row{2, "message body says OK> here\r\nmore", true},
-                       Row{1, "logon>", false}, Row{1, "LOGON>", true},
-                       Row{4, "nomore>", false}, Row{4, "!/ics213!", false},
-                       Row{5, "quiting>", false}, Row{5, "QUITING>", true},
-                       Row{0, "LOGON> OK> NOMORE> QUITING> !/ICS213!", false},
-                       Row{3, "LOGON> OK> NOMORE> QUITING> !/ICS213!", false},
-                       Row{2, "LOGON>", false}, Row{1, "OK>", false}}) {
-    await(r.awaited);
-    t().ScanReply(r.text);
-    EXPECT_EQ(s().ReplyComplete, r.complete) << r.awaited << " " << r.text;
-    EXPECT_EQ(s().ReceiveBuffer, r.text);
+// Only the awaited prompt, exactly and in upper case; the text is kept either way.
+TEST_F(TransportTest, OtherPromptsAndOtherCasesDoNotCount) {
+  const std::string all = "LOGON> OK> NOMORE> QUITING> !/ICS213!";
+  for (const auto& [awaited, text] : {std::pair<short, std::string>{2, "ok>"}, {2, "Ok>"}, {2, "OK"}, {1, "logon>"},
+                                      {4, "nomore>"}, {4, "!/ics213!"}, {5, "quiting>"}, {0, all}, {3, all},
+                                      {2, "LOGON>"}, {1, "OK>"}}) {
+    await(awaited);
+    t().ScanReply(text);
+    EXPECT_FALSE(s().ReplyComplete) << awaited << " " << text;
+    EXPECT_EQ(s().ReceiveBuffer, text);
   }
 }
 
@@ -85,8 +139,7 @@ TEST_F(TransportTest, ChangingTheAwaitedPromptSearchesTextAlreadyReceived) {
 }
 
 TEST_F(TransportTest, WinSendPutsTheLineWithCrLfAndDiscardsEarlierText) {
-  connect();
-  s().AwaitedPrompt = 2;
+  connect(2);
   sock.deliver("OK> stale\r\n");
   loop.advance(1);
   EXPECT_EQ(s().ReceiveBuffer, "OK> stale\r\n");
@@ -100,73 +153,56 @@ TEST_F(TransportTest, WinSendPutsTheLineWithCrLfAndDiscardsEarlierText) {
 }
 
 TEST_F(TransportTest, WinSendGivesUpAfterTimeOutWithoutAPrompt) {
-  connect();
+  connect(2, [&](std::string_view) { sock.deliver("ok>\r\n", 5); });
   const std::int64_t start = loop.now();
-  s().AwaitedPrompt = 2;
-  sock.onSend = [&](std::string_view) { sock.deliver("ok>\r\n", 5); };
   t().WinSend("<!LOGON!>X");
   EXPECT_FALSE(s().ReplyComplete);
   EXPECT_EQ(loop.now() - start, 3000);
-  EXPECT_TRUE(log.has("WinSend: No reply within 3000 ms"));
+  EXPECT_EQ(log.lines, (Lines{"WinSend: No reply within 3000 ms"}));
 }
 
 // Lost while waiting, and then sent on the closed socket: each ends at once, incomplete.
 TEST_F(TransportTest, WinSendEndsWhenTheConnectionIsLostOrClosed) {
-  connect();
-  s().AwaitedPrompt = 2;
-  sock.onSend = [&](std::string_view) { sock.peerClose(40); };
+  connect(2, [&](std::string_view) { sock.peerClose(40); });
   t().WinSend("<!REG!>");
   EXPECT_FALSE(s().ReplyComplete);
   EXPECT_LT(loop.now(), 100);
-  EXPECT_EQ(log.lines, (std::vector<std::string>{"WinSend: Lost Telnet connection"}));
+  EXPECT_EQ(log.lines, (Lines{"WinSend: Lost Telnet connection"}));
   sock.close();
   s().ReplyComplete = true;
   t().WinSend("QUIT");
   EXPECT_FALSE(s().ReplyComplete);
-  EXPECT_EQ(log.lines, (std::vector<std::string>(2, "WinSend: Lost Telnet connection")));
+  EXPECT_EQ(log.lines, (Lines(2, "WinSend: Lost Telnet connection")));
 }
 
 TEST_F(TransportTest, AFloodWithoutThePromptFailsWithBoundedMemory) {
-  connect();
-  s().AwaitedPrompt = 2;
   const std::string chunk(64 * 1024, 'x');
   std::function<void()> flood = [&] {
     sock.deliver(chunk);
     loop.post(flood, 1);
   };
-  sock.onSend = [&](std::string_view) { flood(); };
+  connect(2, [&](std::string_view) { flood(); });
   t().WinSend("<!LOGON!>X");
   EXPECT_FALSE(s().ReplyComplete);
   EXPECT_EQ(s().ReceiveBuffer.size(), Transport::kMaxReceiveBuffer);
   ASSERT_EQ(log.lines.size(), 1u);
-  EXPECT_EQ(log.lines[0].rfind("ScanReply: Reply too long", 0), 0u);
+  EXPECT_TRUE(log.lines[0].starts_with("ScanReply: Reply too long"));
   sock.close();  // stops the flood
 }
 
+// Pieces of 75 are shown by the link test; here the edges.
 TEST_F(TransportTest, GetBufferCutsPieces) {
-  std::string s160;
-  for (int i = 0; i < 160; ++i) s160 += static_cast<char>('0' + i % 10);
-  struct Row {
-    std::int32_t size;
-    std::string in, piece, rest;
-  };
-  for (const Row& r : {Row{75, s160, s160.substr(0, 75), s160.substr(75)},
-                       Row{75, s160.substr(150), s160.substr(150), ""}, Row{75, "", "", ""},
-                       Row{0, "abc", "", "abc"}, Row{3, "abc", "abc", ""}}) {
-    std::string in = r.in;
-    EXPECT_EQ(t().GetBuffer(r.size, in), r.piece) << r.size << " of " << r.in.size();
-    EXPECT_EQ(in, r.rest);
+  for (const auto& [size, in, piece, rest] :
+       {std::tuple<std::int32_t, std::string, std::string, std::string>{75, "", "", ""}, {0, "abc", "", "abc"},
+        {3, "abc", "abc", ""}, {-1, "abc", "", "abc"}}) {
+    if (size < 0) dialogs.expectMessage("GetBuffer: String Error 5, ");
+    std::string text = in;
+    EXPECT_EQ(t().GetBuffer(size, text), piece) << size << " of " << in;
+    EXPECT_EQ(text, rest);
   }
-}
-
-TEST_F(TransportTest, GetBufferWithNegativeSizeShowsItsBoxAndKeepsTheText) {
-  dialogs.expectMessage("GetBuffer: String Error 5, ");
-  std::string in = "abc";
-  EXPECT_EQ(t().GetBuffer(-1, in), "");
-  EXPECT_EQ(in, "abc");
   ASSERT_EQ(dialogs.shown.size(), 1u);
   EXPECT_EQ(dialogs.shown[0].caption, "GetBuffer Error");
-  EXPECT_EQ(dialogs.shown[0].text.substr(dialogs.shown[0].text.size() - 2), "\r\n");
+  EXPECT_TRUE(dialogs.shown[0].text.ends_with("\r\n"));
 }
 
 }  // namespace
