@@ -1,13 +1,10 @@
-// Typing into the real window: the field events as the keyboard and mouse raise them, the
-// route box's capitals, the defaults button and the settings file, the clipboard commands
-// and inserting a text file.
+// Typing into the real window: field events, route capitals, defaults, clipboard, File > Open.
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
 #include <QClipboard>
 #include <QTextCursor>
-#include <fstream>
 
 #include "WindowFixture.h"
 
@@ -23,11 +20,10 @@ class FieldEntryTest : public WindowTest {
     QTest::mouseClick(w, Qt::LeftButton, {}, QPoint(4, 4));
     QApplication::processEvents();
   }
-  std::string Selected(int i) const { return win->selectedText(i); }
 };
 
-TEST_F(FieldEntryTest, FocusSelectsLineFieldsAndLeavingFromSignsTheMessage) {
-  startWith(QuickSettings());
+TEST_F(FieldEntryTest, FocusSelectsLineFieldsLeavingFromSignsRouteTakesCapitals) {
+  start();
   click("cmdNew");
   type(4, "Water");
   type(6, "Need water");
@@ -36,30 +32,24 @@ TEST_F(FieldEntryTest, FocusSelectsLineFieldsAndLeavingFromSignsTheMessage) {
 
   // A click would put the cursor at the click; the subject still comes fully selected.
   clickInto(4);
-  EXPECT_EQ(Selected(4), "Water");
+  EXPECT_EQ(win->selectedText(4), "Water");
   clickInto(6);
-  EXPECT_EQ(Selected(6), "");
+  EXPECT_EQ(win->selectedText(6), "");
 
   // Leaving From signs with From and its position, trimmed, the empty position included.
   clickInto(2);
   type(2, "  Planning ");
   clickInto(4);
-  EXPECT_EQ(fieldText(7), "Planning");
-  EXPECT_EQ(fieldText(8), "");
+  EXPECT_EQ(Texts({7, 8}), (Names{"Planning", ""}));
   clickInto(3);
   type(3, "Lead ");
   clickInto(9);
-  EXPECT_EQ(fieldText(7), "Planning");
-  EXPECT_EQ(fieldText(8), "Lead");
+  EXPECT_EQ(Texts({7, 8}), (Names{"Planning", "Lead"}));
   // Leaving any other field leaves the signature alone.
   win->setText(7, "Edited");
   clickInto(4);
   EXPECT_EQ(fieldText(7), "Edited");
-}
 
-TEST_F(FieldEntryTest, RouteBoxTakesCapitals) {
-  startWith(QuickSettings());
-  click("cmdNew");
   QWidget* route = find("txtDefaultToRoute");
   win->setText(kRouteBox, "");
   route->setFocus(Qt::MouseFocusReason);
@@ -70,32 +60,26 @@ TEST_F(FieldEntryTest, RouteBoxTakesCapitals) {
 }
 
 TEST_F(FieldEntryTest, SetFieldsAsDefaultEmptiesAnEmptiedDefault) {
-  startWith(WithDefaults());
+  start(WithDefaults());
   click("cmdNew");
   ASSERT_EQ(fieldText(1), "Chief");
   win->setText(1, "");
   win->setText(0, "  Medical ");
   click("cmdSetFieldsAsDefault");
 
-  const Settings onDisk = ReadSettings(dataPath + "/velnor.ini");
-  EXPECT_EQ(onDisk.DefToPos, "");
-  EXPECT_EQ(onDisk.DefTo, "Medical");
-  EXPECT_EQ(onDisk.DefFr, "Planning");
-  EXPECT_EQ(onDisk.DefFrPos, "Lead");
-  EXPECT_EQ(onDisk.IcdName, "Ridge Fire");
-  EXPECT_EQ(win->settings().DefToPos, "");
+  const Settings d = ReadSettings(dataPath + "/velnor.ini");
+  EXPECT_EQ((Names{d.DefTo, d.DefToPos, d.DefFr, d.DefFrPos, d.IcdName}),
+            (Names{"Medical", "", "Planning", "Lead", "Ridge Fire"}));
 
   click("cmdSave");
   click("cmdClose");
   click("cmdNew");
-  EXPECT_EQ(fieldText(0), "Medical");
-  EXPECT_EQ(fieldText(1), "");
-  EXPECT_EQ(fieldText(2), "Planning");
+  EXPECT_EQ(Texts({0, 1, 2}), (Names{"Medical", "", "Planning"}));
   EXPECT_EQ(FocusName(), "txtField_1");  // the first empty field
 }
 
 TEST_F(FieldEntryTest, ClipboardCommandsFollowTheFocus) {
-  startWith(QuickSettings());
+  start();
   click("cmdNew");
   type(4, "Water");
   click("cmdSave");
@@ -126,11 +110,10 @@ TEST_F(FieldEntryTest, ClipboardCommandsFollowTheFocus) {
 }
 
 TEST_F(FieldEntryTest, OpenInsertsAtTheCursorOfTheBodyBeingWritten) {
-  WriteIni(QuickSettings());
   const auto n = StoreRecord(4, 2, 1, "Road closed");
   start();
   const std::string file = tmp.file("note.txt");
-  std::ofstream(file, std::ios::binary) << "one\r\ntwo";
+  WriteFileAtomically(file, "one\r\ntwo", "test");
 
   click("cmdBrowse");
   click("cmdReply");
@@ -164,7 +147,7 @@ TEST_F(FieldEntryTest, OpenInsertsAtTheCursorOfTheBodyBeingWritten) {
 }
 
 TEST_F(FieldEntryTest, UnreadableFileIsReportedAndTheFormStaysAsItWas) {
-  startWith(QuickSettings());
+  start();
   click("cmdNew");
   type(6, "Body");
   click("cmdSave");

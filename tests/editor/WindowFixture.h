@@ -1,7 +1,5 @@
 #pragma once
-// The real main window, offscreen, over a temporary APPDATA: scripted dialogs, a fixed
-// clock, a recording sound, the Qt event loop and socket. start() runs the whole start-up
-// against a port where nothing listens (or the simulator), answering the identifier.
+// The real main window offscreen over a temporary APPDATA, with scripted dialogs and a fixed clock.
 #include <gtest/gtest.h>
 
 #include <QAction>
@@ -13,13 +11,12 @@
 #include <QTcpServer>
 #include <QTest>
 #include <filesystem>
-#include <fstream>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "app/Settings.h"
+#include "core/AtomicFile.h"
 #include "core/Clock.h"
 #include "core/DateTime.h"
 #include "core/EventLog.h"
@@ -29,6 +26,7 @@
 #include "platform/qt/QtSocket.h"
 #include "print/qt/QtPrinterSystem.h"
 #include "store/IcsMsg.h"
+#include "tests/sim/SimHarness.h"
 #include "tests/support/ScriptedDialogs.h"
 #include "tests/support/TempDir.h"
 
@@ -60,12 +58,7 @@ inline const Names kIdle{"cmdNew", "cmdBrowse"};
 inline const Names kEditing{"mnuPrint", "mnuSave", "mnuOpen", "cmdSend", "cmdSave", "cmdDelete", "cmdClose",
                             "cmdSetFieldsAsDefault"};
 
-inline std::string Slurp(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream ss;
-  ss << in.rdbuf();
-  return ss.str();
-}
+inline std::string Slurp(const std::string& path) { return ReadWholeFile(path, "test"); }
 
 // A plain record of the given status, origin and kind.
 inline MsgRecord Sample(short status, short origin, short kind, const std::string& subj) {
@@ -84,6 +77,15 @@ inline MsgRecord Sample(short status, short origin, short kind, const std::strin
   return r;
 }
 
+// Another station logs on to the simulator, hands in the texts and quits.
+inline void HandIn(int port, const std::string& station, const Names& texts) {
+  SimClient c(port);
+  ASSERT_EQ(c.ask("<!REG!>", "LOGON>"), "LOGON>");
+  ASSERT_EQ(c.ask("<!LOGON!>" + station, "OK>"), "OK>");
+  for (const std::string& text : texts) ASSERT_EQ(c.ask(text, "OK>"), "OK>");
+  ASSERT_EQ(c.ask("QUIT", "QUITING>"), "QUITING>");
+}
+
 // A port on loopback where nothing listens.
 inline int DeadPort() {
   QTcpServer s;
@@ -95,33 +97,23 @@ inline int DeadPort() {
 
 class WindowTest : public ::testing::Test {
  protected:
-  WindowTest()
-      : clock(ToOleDate({2026, 11, 19, 14, 5, 9})),
-        appData(tmp.path() + "/appdata"),
-        dataPath(appData + "/velnor") {
+  WindowTest() : clock(ToOleDate({2026, 11, 19, 14, 5, 9})), appData(tmp.path() + "/appdata") {
     printers.setPrinterLister([] { return QStringList{}; });
+    std::filesystem::create_directories(appData);  // it exists on any desktop; below it is ours
   }
   ~WindowTest() override {
-    if (win) {
-      win->hide();
-      win.reset();
-    }
+    if (win) win->hide();
   }
 
   FileLib::Environment Env() const {
-    FileLib::Environment env;
     const std::string exeDir = tmp.path() + "/bin/velnor";
     const std::string app = appData;
-    env.exeDir = [exeDir] { return exeDir; };
-    env.getenv = [app](const char* key) -> std::optional<std::string> {
-      if (std::string(key) == "APPDATA") return app;
-      return std::nullopt;
-    };
-    return env;
+    return {[exeDir] { return exeDir; },
+            [app](const char* key) { return std::string(key) == "APPDATA" ? std::optional(app) : std::nullopt; }};
   }
 
   // Settings for a quick start-up: short waits, the given Pmdirect port (default: a dead one).
-  Settings QuickSettings(int port = DeadPort()) const {
+  static Settings QuickSettings(int port = DeadPort()) {
     Settings s;
     s.Port = std::to_string(port);
     s.TimeOut = "2000";
@@ -130,7 +122,7 @@ class WindowTest : public ::testing::Test {
     return s;
   }
   // Quick settings with the incident and the To/From defaults filled in.
-  Settings WithDefaults() const {
+  static Settings WithDefaults() {
     Settings s = QuickSettings();
     s.IcdName = "Ridge Fire";
     s.DefTo = "Logistics";
@@ -140,14 +132,13 @@ class WindowTest : public ::testing::Test {
     return s;
   }
 
-  void WriteIni(const Settings& s) {
-    std::filesystem::create_directories(dataPath);
-    WriteSettings(dataPath + "/velnor.ini", s);
-  }
-
-  // Builds the window and runs start-up; the identifier prompt is answered with `id`.
-  void start(std::optional<std::string> id = "k1abc") {
-    std::filesystem::create_directories(appData);  // the user's application-data folder exists
+  // Writes the settings file (none: a first start), builds the window and runs start-up,
+  // answering the identifier prompt with `id`.
+  void start(std::optional<Settings> s = QuickSettings(), std::optional<std::string> id = "k1abc") {
+    if (s) {
+      std::filesystem::create_directories(dataPath);
+      WriteSettings(dataPath + "/velnor.ini", *s);
+    }
     win = std::make_unique<FrmMessage>(
         FrmMessageDeps{dialogs, sound, clock, eventLog, loop, socket, printers, Env()});
     dialogs.expectInput("Enter your Identifier (i.e.: name, callsign, etc)", std::move(id));
@@ -155,10 +146,6 @@ class WindowTest : public ::testing::Test {
     win->activateWindow();
     QApplication::setActiveWindow(win.get());
     ed = win->editor();
-  }
-  void startWith(const Settings& s, std::optional<std::string> id = "k1abc") {
-    WriteIni(s);
-    start(std::move(id));
   }
 
   template <class W = QWidget>
@@ -174,6 +161,11 @@ class WindowTest : public ::testing::Test {
   }
   QWidget* field(int i) const { return find(("txtField_" + std::to_string(i)).c_str()); }
   std::string fieldText(int i) const { return win->text(i); }
+  Names Texts(std::initializer_list<int> boxes) const {
+    Names out;
+    for (int i : boxes) out.push_back(win->text(i));
+    return out;
+  }
   void type(int i, const char* text) const { QTest::keyClicks(field(i), text); }
   void trigger(const char* action) const {
     auto* a = win->findChild<QAction*>(action);
@@ -182,30 +174,31 @@ class WindowTest : public ::testing::Test {
   }
 
   // The commands enabled now, as their names, in the order of the Command enum.
-  std::vector<std::string> Enabled() const {
+  Names Enabled() const {
     static const char* names[] = {"mnuPrint", "mnuSave", "mnuOpen", "cmdNew", "cmdSend", "cmdSave", "cmdDelete",
                                   "cmdClose", "cmdBrowse", "cmdBLeft", "cmdBRight", "cmdEdit", "cmdReply",
                                   "cmdSetFieldsAsDefault"};
-    std::vector<std::string> out;
+    Names out;
     for (int c = 0; c < kCommandCount; ++c) {
       if (win->commandEnabled(static_cast<Command>(c))) out.push_back(names[c]);
     }
     return out;
   }
-  // 'E' editable, 'L' locked, per field 0..13.
-  std::string FieldStates() const {
-    std::string out;
-    // A field can be typed in only when it is enabled and not read-only.
+  // Mode, edit state, 'E'ditable or 'L'ocked per field 0..13 (typing needs enabled and not
+  // read-only), and " route" when the routing frame is enabled.
+  std::string State() const {
+    std::string out = ed->EditorMode() + " " + std::to_string(ed->EditState()) + " ";
     for (int i = 0; i < kFieldCount; ++i) out += win->readOnly(i) || !field(i)->isEnabled() ? 'L' : 'E';
-    return out;
+    const bool route = find("txtDefaultToRoute")->isEnabled() && find("chkKeepLocal")->isEnabled();
+    return route ? out + " route" : out;
   }
   std::string FocusName() const { return win->focusWidget() ? win->focusWidget()->objectName().toStdString() : ""; }
-  bool RoutingEnabled() const { return find("txtDefaultToRoute")->isEnabled() && find("chkKeepLocal")->isEnabled(); }
   std::string MsgInfo() const { return find<QLabel>("lblMsgInfo")->text().toStdString(); }
   std::string BrowsePtr() const { return find<QLabel>("lblBrowsePtr")->text().toStdString(); }
 
   // A record put straight into the store, as another program or the decoder would.
   std::int32_t StoreRecord(short status, short origin, short kind, const std::string& subj) {
+    std::filesystem::create_directories(dataPath);
     IcsMsg s(dataPath, eventLog);
     s.rec() = Sample(status, origin, kind, subj);
     return s.NewMsg();
@@ -227,7 +220,7 @@ class WindowTest : public ::testing::Test {
   QtSocket socket;
   QtPrinterSystem printers;
   std::string appData;
-  std::string dataPath;
+  std::string dataPath = appData + "/velnor";
   std::unique_ptr<FrmMessage> win;
   MessageEditor* ed = nullptr;
 };
