@@ -78,37 +78,6 @@ TEST_F(FieldEntryTest, SetFieldsAsDefaultEmptiesAnEmptiedDefault) {
   EXPECT_EQ(FocusName(), "txtField_1");  // the first empty field
 }
 
-TEST_F(FieldEntryTest, ClipboardCommandsFollowTheFocus) {
-  start();
-  click("cmdNew");
-  type(4, "Water");
-  click("cmdSave");
-  click("cmdEdit");
-  QClipboard* cb = QApplication::clipboard();
-
-  cb->setText("stale");
-  button("cmdNew")->setFocus(Qt::MouseFocusReason);
-  trigger("mnuCopy");
-  EXPECT_EQ(cb->text().toStdString(), "");
-
-  field(4)->setFocus(Qt::MouseFocusReason);
-  find<QLineEdit>("txtField_4")->setSelection(1, 3);  // "ate"
-  trigger("mnuCopy");
-  EXPECT_EQ(cb->text().toStdString(), "ate");
-  EXPECT_EQ(fieldText(4), "Water");
-
-  trigger("MnuCut");
-  EXPECT_EQ(cb->text().toStdString(), "ate");
-  EXPECT_EQ(fieldText(4), "Wr");
-  EXPECT_TRUE(ed->MessageSaved());  // Cut leaves the saved flag alone
-
-  find<QLineEdit>("txtField_4")->setCursorPosition(2);
-  cb->setText("\xC3\xA9t\xC3\xA9");  // station text is single-byte: é survives as one character
-  trigger("mnuPaste");
-  EXPECT_EQ(fieldText(4), "Wr\xE9t\xE9");
-  EXPECT_FALSE(ed->MessageSaved());
-}
-
 TEST_F(FieldEntryTest, OpenInsertsAtTheCursorOfTheBodyBeingWritten) {
   const auto n = StoreRecord(4, 2, 1, "Road closed");
   start();
@@ -125,10 +94,9 @@ TEST_F(FieldEntryTest, OpenInsertsAtTheCursorOfTheBodyBeingWritten) {
   dialogs.expectFile("Select the destination file name", file);
   trigger("mnuOpen");
   EXPECT_EQ(fieldText(10), "Aone\r\ntwoB");
-  EXPECT_EQ(fieldText(6), "Line one\r\nLine two");
-  EXPECT_EQ(dialogs.lastFileRequest.initialDir, dataPath);
-  EXPECT_EQ(dialogs.lastFileRequest.defaultExt, "txt");
-  EXPECT_EQ(dialogs.lastFileRequest.filterIndex, 2);
+  const FileDialogRequest& asked = dialogs.lastFileRequest;
+  EXPECT_EQ((Names{asked.initialDir, asked.defaultExt, std::to_string(asked.filterIndex)}),
+            (Names{dataPath, "txt", "2"}));
   EXPECT_FALSE(ed->MessageSaved());
 
   // The cursor after a line break counts it as CR LF; a selection follows the insert.
@@ -142,28 +110,48 @@ TEST_F(FieldEntryTest, OpenInsertsAtTheCursorOfTheBodyBeingWritten) {
 
   click("cmdSave");
   const MsgRecord saved = Stored(n);
-  EXPECT_EQ(saved.Reply(), "Aone\r\none\r\ntwotwoB");
-  EXPECT_EQ(saved.Msg(), "Line one\r\nLine two");
+  EXPECT_EQ((Names{saved.Reply(), saved.Msg()}), (Names{"Aone\r\none\r\ntwotwoB", "Line one\r\nLine two"}));
 }
 
-TEST_F(FieldEntryTest, UnreadableFileIsReportedAndTheFormStaysAsItWas) {
+TEST_F(FieldEntryTest, ClipboardFollowsTheFocusAndAFileThatCannotBeReadChangesNothing) {
   start();
   click("cmdNew");
+  type(4, "Water");
   type(6, "Body");
   click("cmdSave");
   click("cmdEdit");
-  ASSERT_TRUE(ed->MessageSaved());
+  QClipboard* cb = QApplication::clipboard();
+  cb->setText("stale");
+  button("cmdNew")->setFocus(Qt::MouseFocusReason);
+  trigger("mnuCopy");
+  EXPECT_EQ(cb->text().toStdString(), "");
 
-  // A socket is there but opens for nobody, root included.
+  auto* subject = find<QLineEdit>("txtField_4");
+  subject->setFocus(Qt::MouseFocusReason);
+  subject->setSelection(1, 3);  // "ate"
+  trigger("mnuCopy");
+  EXPECT_EQ(cb->text().toStdString(), "ate");
+  EXPECT_EQ(fieldText(4), "Water");
+  trigger("MnuCut");
+  EXPECT_EQ(cb->text().toStdString(), "ate");
+  EXPECT_EQ(fieldText(4), "Wr");
+  EXPECT_TRUE(ed->MessageSaved());  // Cut leaves the saved flag alone
+  subject->setCursorPosition(2);
+  cb->setText("\xC3\xA9t\xC3\xA9");  // station text is single-byte: é survives as one character
+  trigger("mnuPaste");
+  EXPECT_EQ(fieldText(4), "Wr\xE9t\xE9");
+  EXPECT_FALSE(ed->MessageSaved());
+
+  click("cmdSave");
+  click("cmdEdit");
+  // A socket is there but opens for nobody, root included; a folder opens but cannot be read.
   const std::string sock = tmp.file("s.sock");
   const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
   ASSERT_GE(fd, 0);
   sockaddr_un addr{};
   addr.sun_family = AF_UNIX;
-  ASSERT_LT(sock.size(), sizeof addr.sun_path);
-  std::copy(sock.begin(), sock.end(), addr.sun_path);
+  sock.copy(addr.sun_path, sizeof addr.sun_path - 1);
   ASSERT_EQ(::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr), 0);
-
   const std::string dir = tmp.file("folder.txt");
   std::filesystem::create_directories(dir);
   for (const std::string& path : {sock, dir}) {

@@ -14,35 +14,14 @@ namespace {
 
 // The global file as this version writes it, with the given printer and number of copies.
 std::string GloText(const std::string& printer, const std::string& copies) {
-  std::string text;
-  for (const std::string& line : Names{"[GENERAL VARIABLES]",
-                                      "Version=" + ProgramVersion(),
-                                      "UseGlobalMsgNum=1",
-                                      "ProfSave=1",
-                                      "ParentVer=",
-                                      "",
-                                      "[LOCAL PRINTER]",
-                                      "PrinterName=" + printer,
-                                      "PtrOrient=1",
-                                      "PtrCopies=" + copies,
-                                      "PtrDuplex=1",
-                                      "FolderLabels=Folder 1|Folder 2|Folder 3|Folder 4|Folder 5",
-                                      "LstFontSize=9",
-                                      "",
-                                      "[START PREFERENCES]",
-                                      "RunPrgmOnStart=0",
-                                      "RunPrgmName="}) {
-    text += line + "\r\n";
-  }
-  return text;
+  return "[GENERAL VARIABLES]\r\nVersion=" + ProgramVersion() +
+         "\r\nUseGlobalMsgNum=1\r\nProfSave=1\r\nParentVer=\r\n\r\n" +
+         "[LOCAL PRINTER]\r\nPrinterName=" + printer + "\r\nPtrOrient=1\r\nPtrCopies=" + copies +
+         "\r\nPtrDuplex=1\r\nFolderLabels=Folder 1|Folder 2|Folder 3|Folder 4|Folder 5\r\nLstFontSize=9\r\n\r\n" +
+         "[START PREFERENCES]\r\nRunPrgmOnStart=0\r\nRunPrgmName=\r\n";
 }
 
-class GlobalFileTest : public WindowTest {
- protected:
-  std::string glo() const { return dataPath + "/Pellmoor.glo"; }
-};
-
-TEST_F(GlobalFileTest, FirstStartOnCleanDataDirectoryAndCurrentGlobalFileLeftAlone) {
+TEST_F(WindowTest, FirstStartOnCleanDataDirectoryThenGlobalFileRewrittenOnlyForAnotherVersion) {
   start(std::nullopt);
   for (const char* sub : {"archive", "reports", "logs", "scripts", "docs", "bbs.d", "tnc.d", "msg.d", "addr.d",
                           "usr.d", "spool"}) {
@@ -55,27 +34,24 @@ TEST_F(GlobalFileTest, FirstStartOnCleanDataDirectoryAndCurrentGlobalFileLeftAlo
   EXPECT_EQ(win->status(), "Velnor Ready");
   EXPECT_EQ(State(), "MAIN 0 LLLLLLLLLLLLLL");
   EXPECT_EQ(Enabled(), kIdle);
-
-  EXPECT_EQ(Slurp(glo()), GloText(printers.CurrentDeviceName(), "1"));
+  const std::string glo = dataPath + "/Pellmoor.glo";
+  EXPECT_EQ(Slurp(glo), GloText(printers.CurrentDeviceName(), "1"));
 
   // Same version, nothing changed: shutdown must not rewrite what Pellmoor added since.
-  AppendToFile(glo(), "Pellmoor=was here\r\n", "test");
-  const std::string before = Slurp(glo());
+  AppendToFile(glo, "Pellmoor=was here\r\n", "test");
+  const std::string before = Slurp(glo);
   EXPECT_TRUE(win->close());
   win.reset();
-  EXPECT_EQ(Slurp(glo()), before);
-}
+  EXPECT_EQ(Slurp(glo), before);
 
-TEST_F(GlobalFileTest, OtherVersionIsRewrittenOnlyAtShutdown) {
+  // Another version's file is read at start-up and rewritten, unknown keys dropped, at shutdown.
   const std::string old =
       "[GENERAL VARIABLES]\r\nVersion=0.9.1\r\nPtrCopies=3\r\nPrinterName = Shack laser\r\nUnknownKey=x\r\n";
-  std::filesystem::create_directories(dataPath);
-  WriteFileAtomically(glo(), old, "test");
+  WriteFileAtomically(glo, old, "test");
   start();
-  EXPECT_EQ(Slurp(glo()), old);  // read, not yet written
-
+  EXPECT_EQ(Slurp(glo), old);
   EXPECT_TRUE(win->close());
-  EXPECT_EQ(Slurp(glo()), GloText(" Shack laser", "3"));  // the unknown key is gone
+  EXPECT_EQ(Slurp(glo), GloText(" Shack laser", "3"));
 }
 
 // Velnor against pmdirect-sim, with "EOC" as a second station speaking over a raw socket.
@@ -83,32 +59,14 @@ class PictureTest : public WindowTest {
  protected:
   PictureTest() : sim(tmp.file("spool"), tmp.file("transcript")) {}
 
-  Settings StationSettings() const {
-    Settings s = QuickSettings(sim.port());
-    s.IcdName = "Ridge Fire";
-    s.DefTo = "EOC";
-    s.DefToPos = "Duty Officer";
-    s.DefFr = "Division A";
-    s.DefFrPos = "Supervisor";
-    s.DEFDEST = "EOC";
-    return s;
-  }
-
   // EOC answers our station's message 1 with a reply addressed to K1ABC.
   void EocReplies() {
-    MsgRecord r;
-    r.setKind(2);
+    MsgRecord r = Sample(0, 0, 2, "Water tender");
     r.setMsgNo(1);
-    r.setIcdName("Ridge Fire");
-    r.setTo("Division A");
-    r.setToPos("Supervisor");
-    r.setFr("EOC");
-    r.setFrPos("Duty Officer");
-    r.setSubj("Water tender");
     r.setMsgDate(ToOleDate({2026, 11, 19, 13, 50, 0}));
     r.setMsg("Need one water tender at gate 3.");
     r.setSign("J. Ortiz");
-    r.setSignPos("Supervisor");
+    r.setSignPos("Lead");
     r.setReply("Tender 41 on its way, ETA 14:30.");
     r.setRepSign("M. Chen");
     r.setRepPos("Duty Officer");
@@ -133,10 +91,10 @@ class PictureTest : public WindowTest {
       QWidget* w = i < kFieldCount ? field(i) : find("txtDefaultToRoute");
       ASSERT_NE(w, nullptr) << i;
       const QRect r(w->mapTo(win.get(), QPoint(0, 0)), w->size());
-      EXPECT_TRUE(area.contains(r)) << when << ": field " << i << " at " << r.x() << "," << r.y() << " "
-                                    << r.width() << "x" << r.height();
-      EXPECT_GE(r.height(), w->fontMetrics().height()) << when << ": field " << i;
-      EXPECT_GE(r.width(), 8 * w->fontMetrics().averageCharWidth()) << when << ": field " << i;
+      SCOPED_TRACE(std::string(when) + ": field " + std::to_string(i));
+      EXPECT_TRUE(area.contains(r)) << r.x() << "," << r.y() << " " << r.width() << "x" << r.height();
+      EXPECT_GE(r.height(), w->fontMetrics().height());
+      EXPECT_GE(r.width(), 8 * w->fontMetrics().averageCharWidth());
     }
     // The long check box caption wraps instead of being cut off.
     auto* keep = find<QLabel>("lblKeepLocal");
@@ -154,7 +112,10 @@ class PictureTest : public WindowTest {
 };
 
 TEST_F(PictureTest, SendCollectsTheReplyOnAFormThatFitsSmallScreenAndGrowsOnLargeOne) {
-  start(StationSettings());
+  Settings s = WithDefaults();
+  s.Port = std::to_string(sim.port());
+  s.DEFDEST = "EOC";
+  start(s);
   EXPECT_NE(Slurp(win->LogFile()).find("Link Test to Pmdirect... passed\r\n"), std::string::npos);
   EXPECT_EQ(find<QLabel>("NetState")->text().toStdString(), "Disconnected");
   fitTo(1024, 768);
