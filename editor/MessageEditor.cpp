@@ -54,6 +54,24 @@ void MessageEditor::EnableCommands(std::initializer_list<Command> commands) {
   for (Command c : commands) m_view.setCommandEnabled(c, true);
 }
 
+void MessageEditor::OnlyCommands(std::initializer_list<Command> commands) {
+  DisableAllCommands();
+  EnableCommands(commands);
+}
+
+void MessageEditor::LockForm() {
+  SetMessageFieldsEditable(false);
+  SetReplyFieldsEditable(false);
+  SetRoutingEnabled(false);
+}
+
+void MessageEditor::ShowEmptyForm() {
+  OnlyCommands({Command::cmdNew, Command::cmdBrowse});
+  ClearForm();
+  LockForm();
+  m_view.setMsgInfo("");
+}
+
 void MessageEditor::SetMessageFieldsEditable(bool on) {
   for (int i = kMsgFirst; i <= kMsgLast; ++i) {
     m_view.setReadOnly(i, !on);
@@ -93,16 +111,13 @@ void MessageEditor::StartupBegin() {
   m_editorMode = "STARTUP";
   m_editState = 0;
   DisableAllCommands();
-  SetMessageFieldsEditable(false);
-  SetReplyFieldsEditable(false);
-  SetRoutingEnabled(false);
+  LockForm();
   m_messageSaved = true;
 }
 
 void MessageEditor::StartupEnd() {
   m_editorMode = "MAIN";
-  DisableAllCommands();
-  EnableCommands({Command::cmdNew, Command::cmdBrowse});
+  OnlyCommands({Command::cmdNew, Command::cmdBrowse});
   m_view.setMsgInfo("");
 }
 
@@ -305,9 +320,8 @@ void MessageEditor::cmdNew_Click() {
   Trap("cmdNew_Click", [&] {
     m_editorMode = "NEW";
     m_editState = 2;
-    DisableAllCommands();
-    EnableCommands({Command::mnuPrint, Command::mnuSave, Command::mnuOpen, Command::cmdSend, Command::cmdSave,
-                    Command::cmdDelete, Command::cmdClose, Command::cmdSetFieldsAsDefault});
+    OnlyCommands({Command::mnuPrint, Command::mnuSave, Command::mnuOpen, Command::cmdSend, Command::cmdSave,
+                  Command::cmdDelete, Command::cmdClose, Command::cmdSetFieldsAsDefault});
     ClearForm();
     PrepareNewMessage();
     SetMessageFieldsEditable(true);
@@ -321,9 +335,8 @@ void MessageEditor::cmdEdit_Click() {
   Trap("cmdEdit_Click", [&] {
     m_editorMode = "EDIT";
     m_editState = 2;
-    DisableAllCommands();
-    EnableCommands({Command::mnuPrint, Command::mnuSave, Command::mnuOpen, Command::cmdSend, Command::cmdSave,
-                    Command::cmdDelete, Command::cmdClose, Command::cmdSetFieldsAsDefault});
+    OnlyCommands({Command::mnuPrint, Command::mnuSave, Command::mnuOpen, Command::cmdSend, Command::cmdSave,
+                  Command::cmdDelete, Command::cmdClose, Command::cmdSetFieldsAsDefault});
     const short kind = m_rec.rec().Kind();
     if (kind == 1) {
       SetMessageFieldsEditable(true);
@@ -342,9 +355,8 @@ void MessageEditor::cmdReply_Click() {
   Trap("cmdReply_Click", [&] {
     m_editorMode = "REPLY";
     m_editState = 2;
-    DisableAllCommands();
-    EnableCommands({Command::mnuPrint, Command::mnuSave, Command::mnuOpen, Command::cmdSend, Command::cmdSave,
-                    Command::cmdDelete, Command::cmdClose});
+    OnlyCommands({Command::mnuPrint, Command::mnuSave, Command::mnuOpen, Command::cmdSend, Command::cmdSave,
+                  Command::cmdDelete, Command::cmdClose});
     SetMessageFieldsEditable(false);
     SetReplyFieldsEditable(true);
     SetRoutingEnabled(true);
@@ -358,12 +370,9 @@ void MessageEditor::cmdSave_Click() {
     m_editorMode = "SAVE";
     m_editState = 1;
     SaveForm();
-    DisableAllCommands();
-    EnableCommands({Command::mnuPrint, Command::cmdNew, Command::cmdDelete, Command::cmdClose, Command::cmdBrowse,
-                    Command::cmdEdit});
-    SetMessageFieldsEditable(false);
-    SetReplyFieldsEditable(false);
-    SetRoutingEnabled(false);
+    OnlyCommands({Command::mnuPrint, Command::cmdNew, Command::cmdDelete, Command::cmdClose, Command::cmdBrowse,
+                  Command::cmdEdit});
+    LockForm();
   });
 }
 
@@ -376,9 +385,7 @@ void MessageEditor::cmdSend_Click() {
     DisableAllCommands();
     m_view.setCommandEnabled(Command::cmdEdit, true);
     m_view.focusCommand(Command::cmdEdit);
-    SetMessageFieldsEditable(false);
-    SetReplyFieldsEditable(false);
-    SetRoutingEnabled(false);
+    LockForm();
     m_rec.rec().setStatus(2);
     m_rec.Update(m_currentMsgNo);
     RefreshMsgInfo();
@@ -400,13 +407,7 @@ void MessageEditor::cmdDelete_Click() {
     m_editorMode = "DELETE";
     m_editState = 0;
     DeleteCurrentMessage();
-    DisableAllCommands();
-    EnableCommands({Command::cmdNew, Command::cmdBrowse});
-    ClearForm();
-    SetMessageFieldsEditable(false);
-    SetReplyFieldsEditable(false);
-    SetRoutingEnabled(false);
-    m_view.setMsgInfo("");
+    ShowEmptyForm();
     m_view.setStatus("Velnor Ready");
   });
 }
@@ -420,23 +421,14 @@ void MessageEditor::cmdClose_Click() {
       return;
     }
     m_editState = 0;
-    DisableAllCommands();
-    EnableCommands({Command::cmdNew, Command::cmdBrowse});
-    ClearForm();
-    SetMessageFieldsEditable(false);
-    SetReplyFieldsEditable(false);
-    SetRoutingEnabled(false);
-    m_view.setMsgInfo("");
+    ShowEmptyForm();
   });
 }
 
 void MessageEditor::OpenFromNotice(std::int32_t number) {
   Trap("OpenFromNotice", [&] {
-    DisableAllCommands();
-    EnableCommands({Command::mnuPrint, Command::cmdNew, Command::cmdDelete, Command::cmdClose, Command::cmdBrowse});
-    SetMessageFieldsEditable(false);
-    SetReplyFieldsEditable(false);
-    SetRoutingEnabled(false);
+    OnlyCommands({Command::mnuPrint, Command::cmdNew, Command::cmdDelete, Command::cmdClose, Command::cmdBrowse});
+    LockForm();
     m_editState = 1;
     ShowMessage(number);
   });
@@ -448,9 +440,7 @@ void MessageEditor::cmdBrowse_Click() {
   Trap("cmdBrowse_Click", [&] {
     m_editorMode = "BROWSE";
     ClearForm();
-    SetMessageFieldsEditable(false);
-    SetReplyFieldsEditable(false);
-    SetRoutingEnabled(false);
+    LockForm();
     StartBrowse();
   });
 }
@@ -477,21 +467,14 @@ void MessageEditor::SetBrowsePtrLabel() {
 void MessageEditor::StartBrowse() {
   BuildBrowseList();
   if (BrowseCount() < 1) {
-    DisableAllCommands();
-    EnableCommands({Command::cmdNew, Command::cmdBrowse});
-    ClearForm();
-    SetMessageFieldsEditable(false);
-    SetReplyFieldsEditable(false);
-    SetRoutingEnabled(false);
-    m_view.setMsgInfo("");
+    ShowEmptyForm();
     m_editState = 0;
     m_view.setStatus("No messages found");
     return;
   }
   m_editState = 1;
-  DisableAllCommands();
-  EnableCommands({Command::mnuPrint, Command::cmdNew, Command::cmdDelete, Command::cmdClose, Command::cmdBrowse,
-                  Command::cmdBRight, Command::cmdEdit});
+  OnlyCommands({Command::mnuPrint, Command::cmdNew, Command::cmdDelete, Command::cmdClose, Command::cmdBrowse,
+                Command::cmdBRight, Command::cmdEdit});
   m_view.setCommandEnabled(Command::cmdBLeft, false);
   if (m_ctx.settings.STARTBROWSE == 0) {
     ShowMessage(BrowseMsgNo());

@@ -115,6 +115,12 @@ class MessageEditor {
 
  private:
   void EnableCommands(std::initializer_list<Command> commands);
+  // Exactly these commands available, the rest off.
+  void OnlyCommands(std::initializer_list<Command> commands);
+  // Message, reply and routing fields all read-only.
+  void LockForm();
+  // The cleared, locked form with only New and Browse.
+  void ShowEmptyForm();
   void FocusRule();
   void SetBrowsePtrLabel();
   std::string DateTimePattern() const;
