@@ -9,12 +9,14 @@
 #include "core/VError.h"
 #include "tests/support/ScriptedDialogs.h"
 #include "tests/support/TempDir.h"
+#include "tests/support/Thrown.h"
 
 namespace velnor {
 namespace {
 
 using testing::ScriptedDialogs;
 using testing::TempDir;
+using testing::Thrown;
 namespace fs = std::filesystem;
 
 const char* const kSubdirs[] = {"archive", "reports", "logs",   "scripts", "docs", "bbs.d",
@@ -22,18 +24,6 @@ const char* const kSubdirs[] = {"archive", "reports", "logs",   "scripts", "docs
 
 void WriteBytes(const std::string& path, const std::string& bytes) {
   std::ofstream(path, std::ios::binary) << bytes;
-}
-
-// Runs op, which must throw a VError, and returns that error.
-template <typename F>
-VError Thrown(F op) {
-  try {
-    op();
-  } catch (const VError& e) {
-    return e;
-  }
-  ADD_FAILURE() << "no VError";
-  return VError(0, "", "");
 }
 
 // A program folder "<tmp>/prog/Velnor" and an application-data folder "<tmp>/appdata".

@@ -12,6 +12,7 @@
 
 #include "core/EventLog.h"
 #include "core/VError.h"
+#include "tests/support/Thrown.h"
 #include "store/MsgRecord.h"
 #include "tests/support/TempDir.h"
 
@@ -76,18 +77,6 @@ inline std::vector<std::int32_t> NumbersIn(const std::string& bytes) {
   std::vector<std::int32_t> out;
   for (std::size_t at = kRecLen; at + kRecLen <= bytes.size(); at += kRecLen) out.push_back(GetI32(bytes, at));
   return out;
-}
-
-// Runs op, which must throw a VError, and returns that error.
-template <typename F>
-VError Thrown(F op) {
-  try {
-    op();
-  } catch (const VError& e) {
-    return e;
-  }
-  ADD_FAILURE() << "no VError";
-  return VError(0, "", "");
 }
 
 // Runs body in a child process; the child's exit code is 0 when body returned normally.
