@@ -70,8 +70,9 @@ bool FrmMessage::Form_Load() {
   m_editor->StartupBegin();
 
   // 5-6: Pellmoor's global file needs the data directory and our version for its defaults.
+  // Pellmoor can print only on a system printer, never on our own PDF output.
   m_pmGlobal = std::make_unique<PmGlobal>(m_dataPath, ProgramVersion(), m_deps.eventLog,
-                                          [this] { return m_deps.printers.CurrentDeviceName(); });
+                                          [this] { return m_deps.printers.CurrentSystemPrinterName(); });
 
   m_link = std::make_unique<PmLink>(m_deps.loop, m_deps.socket, m_settings, *this, *m_sessionLog, dialogs,
                                     StoreOutbox(m_dataPath, m_deps.eventLog));
