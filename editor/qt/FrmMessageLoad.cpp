@@ -251,7 +251,6 @@ void FrmMessage::mnuPrintSetup_Click() {
 void FrmMessage::mnuProperties_Click() {
   Guard("mnuProperties_Click", [&] {
     if (!m_editor) return;
-    const short srTime = m_settings.SRTime;
     PropertiesHooks hooks;
     hooks.dialogs = &m_deps.dialogs;
     hooks.clock = &m_deps.clock;
@@ -261,7 +260,8 @@ void FrmMessage::mnuProperties_Click() {
     hooks.dataPath = m_dataPath;
     ShowProperties(this, m_settings, hooks);
     WriteSettings(m_settingsFile, m_settings);
-    if (m_settings.SRTime != srTime && m_link) m_link->StartSRTimer();
+    // Against the interval the schedule runs on, not the one the dialog opened with.
+    if (m_link && m_settings.SRTime != m_link->SRTimeStarted()) m_link->StartSRTimer();
   });
 }
 
