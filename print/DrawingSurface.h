@@ -13,6 +13,16 @@ constexpr Colour Rgb(unsigned r, unsigned g, unsigned b) {
   return static_cast<Colour>((r & 0xFFu) | ((g & 0xFFu) << 8) | ((b & 0xFFu) << 16));
 }
 
+// The part of a drawing that must be on the paper, in the drawing's millimetres, from its
+// origin down to `bottom`. A printer surface centres the span from left to right across
+// the printable area and shrinks the whole drawing, about its top, only where the content
+// would not fit otherwise; so the same page serves Letter, A4 or a sheet turned sideways.
+struct PageContent {
+  double left = 0;
+  double right = 0;
+  double bottom = 0;
+};
+
 class DrawingSurface {
  public:
   virtual ~DrawingSurface() = default;

@@ -19,6 +19,8 @@ constexpr double kTop = 20;
 constexpr double kBottom = 255;
 constexpr double kMiddle = 100;
 constexpr double kBodyX = 13;
+// What must reach the paper: the frame across, and down to below the footer line.
+constexpr PageContent kFormContent{kLeft, kRight, 260};
 
 constexpr const char* kArial = "Arial";
 constexpr const char* kCourier = "Courier New";
@@ -39,7 +41,8 @@ void BodyLine(DrawingSurface& s, const std::string& line) {
 }
 
 // A line longer than the box is re-flowed word by word; every word keeps one blank after
-// it, and a word longer than a whole line stands alone rather than being cut.
+// it, and a word longer than a whole line stands alone rather than being cut. A line of
+// blanks only still takes its place on the page, as an empty line.
 void WrapLine(DrawingSurface& s, std::string_view line) {
   std::string out;
   while (!line.empty()) {
@@ -52,7 +55,7 @@ void WrapLine(DrawingSurface& s, std::string_view line) {
     out += word;
     out += ' ';
   }
-  if (!out.empty()) BodyLine(s, out);
+  BodyLine(s, out);
 }
 
 void Body(DrawingSurface& s, double firstY, const std::string& body) {
@@ -99,7 +102,7 @@ void IcsPrint::PrintIcs(const std::string& iTo, const std::string& iToPos,
   m_RepPos = iRepPos;
   m_RepDate = iRepDate;
 
-  std::unique_ptr<DrawingSurface> surface = m_printers.OpenSurface();
+  std::unique_ptr<DrawingSurface> surface = m_printers.OpenSurface(kFormContent);
   DrawIcsForm(*surface);
   surface->endDocument();
 }

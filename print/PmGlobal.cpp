@@ -48,6 +48,14 @@ bool FileExists(const std::string& path) {
   return ::stat(path.c_str(), &st) == 0;
 }
 
+// An existing file that no one may write by its permission bits, or that we may not write.
+// The bits are read here because a superuser's open() writes a read-only file all the same.
+bool WriteProtected(const std::string& path) {
+  struct stat st {};
+  if (::stat(path.c_str(), &st) != 0) return false;
+  return (st.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0 || ::access(path.c_str(), W_OK) != 0;
+}
+
 }  // namespace
 
 PmGlobal::PmGlobal(const std::string& dataPath, std::string programVersion, EventLog& log,
@@ -214,8 +222,11 @@ void PmGlobal::GLOWrite() {
   bool complete = true;
   try {
     // Steps 101 and 102 (delete the old file) are left out: the rename at 105 replaces it.
+    // A file the operator has made read-only stays as it is, though the rename could
+    // replace it.
     m_step = 103;
     try {
+      if (WriteProtected(m_fileName)) throw ErrnoError(EACCES, "PmGlobal:GLOWrite");
       fd = ::open(tmp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
       if (fd < 0) throw ErrnoError(errno, "PmGlobal:GLOWrite");
     } catch (...) {

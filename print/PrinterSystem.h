@@ -3,7 +3,9 @@
 // printer with its orientation and copies, the print dialog, and a page to draw on.
 //
 // The current printer starts as the system's default and changes only through ShowPrinter,
-// SetPrinterByName and MakeCurrent; nothing of it is written to any file.
+// SetPrinterByName and MakeCurrent; nothing of it is written to any file. Besides the
+// system's printers the list may hold printers of the program's own (output to a PDF
+// file), so there is always a current printer to print on.
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -32,8 +34,11 @@ class PrinterSystem {
   // Makes the installed printer at that index (of InstalledPrinters) current.
   virtual void MakeCurrent(std::size_t index) = 0;
 
-  // The current printer. CurrentDeviceName throws when there is none.
+  // The current printer.
   virtual std::string CurrentDeviceName() = 0;
+  // The current printer's device name as other programs on the station know it; throws
+  // when the current printer is one of the program's own, which they cannot print to.
+  virtual std::string CurrentSystemPrinterName() = 0;
   virtual short Orientation() = 0;
   virtual void SetOrientation(short orientation) = 0;
   virtual short Copies() = 0;
@@ -46,8 +51,8 @@ class PrinterSystem {
   // dialog fails; then nothing has changed.
   virtual bool ShowPrinter(std::uint32_t flags) = 0;
 
-  // Starts one page on the current printer.
-  virtual std::unique_ptr<DrawingSurface> OpenSurface() = 0;
+  // Starts one page on the current printer for a drawing whose content lies in `content`.
+  virtual std::unique_ptr<DrawingSurface> OpenSurface(const PageContent& content) = 0;
 
   // Makes the first installed printer whose device name equals name exactly (case
   // matters) current. False when none matches, for an empty name, or on any failure.

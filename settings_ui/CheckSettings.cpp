@@ -82,7 +82,8 @@ bool ParseInterval(const std::string& text, short& seconds) {
   return true;
 }
 
-bool CheckSettings(PropertiesState& st, Settings& settings, Dialogs& dialogs, const Clock& clock) {
+bool CheckSettings(PropertiesState& st, Settings& settings, Dialogs& dialogs, const Clock& clock,
+                   const std::function<void(const PropertiesState&)>& show) {
   bool ok = true;
   st.lblHint.clear();
 
@@ -125,6 +126,7 @@ bool CheckSettings(PropertiesState& st, Settings& settings, Dialogs& dialogs, co
     st.currentTab = kTabFormatting;
     st.focus = c.focus;
     st.lblHint = c.hint(clock.now());
+    if (show) show(st);
     dialogs.messageBox(c.message, kProgramTitle, MsgButtons::Ok, MsgIcon::None);
     ok = false;
   }

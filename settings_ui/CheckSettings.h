@@ -61,9 +61,12 @@ bool ParseInterval(const std::string& text, short& seconds);
 // Runs the checks in order (empty formats, empty server boxes, interval, date format,
 // time format), marking faults in `state` (yellow, "?" in an empty format, the tab of the
 // last fault, focus and hint for a format fault) and asking `dialogs` to show the format
-// messages. Whatever the verdict it stores POA, POAFile, KEEPLOCAL, DEFDEST and
-// STARTBROWSE into `settings`. True when nothing was wrong.
-bool CheckSettings(PropertiesState& state, Settings& settings, Dialogs& dialogs, const Clock& clock);
+// messages. Before each message, `show` puts the state so far on the form, so the
+// operator sees the marked box and its hint while reading it. Whatever the verdict it
+// stores POA, POAFile, KEEPLOCAL, DEFDEST and STARTBROWSE into `settings`. True when
+// nothing was wrong.
+bool CheckSettings(PropertiesState& state, Settings& settings, Dialogs& dialogs, const Clock& clock,
+                   const std::function<void(const PropertiesState&)>& show = {});
 
 // After a passed check: the formats as typed, the defaults trimmed, host, port and
 // time-out as typed, the interval as a number.

@@ -70,8 +70,9 @@ bool FrmMessage::Form_Load() {
   m_editor->StartupBegin();
 
   // 5-6: Pellmoor's global file needs the data directory and our version for its defaults.
+  // Pellmoor can print only on a system printer, never on our own PDF output.
   m_pmGlobal = std::make_unique<PmGlobal>(m_dataPath, ProgramVersion(), m_deps.eventLog,
-                                          [this] { return m_deps.printers.CurrentDeviceName(); });
+                                          [this] { return m_deps.printers.CurrentSystemPrinterName(); });
 
   m_link = std::make_unique<PmLink>(m_deps.loop, m_deps.socket, m_settings, *this, *m_sessionLog, dialogs,
                                     StoreOutbox(m_dataPath, m_deps.eventLog));
@@ -250,7 +251,6 @@ void FrmMessage::mnuPrintSetup_Click() {
 void FrmMessage::mnuProperties_Click() {
   Guard("mnuProperties_Click", [&] {
     if (!m_editor) return;
-    const short srTime = m_settings.SRTime;
     PropertiesHooks hooks;
     hooks.dialogs = &m_deps.dialogs;
     hooks.clock = &m_deps.clock;
@@ -260,7 +260,8 @@ void FrmMessage::mnuProperties_Click() {
     hooks.dataPath = m_dataPath;
     ShowProperties(this, m_settings, hooks);
     WriteSettings(m_settingsFile, m_settings);
-    if (m_settings.SRTime != srTime && m_link) m_link->StartSRTimer();
+    // Against the interval the schedule runs on, not the one the dialog opened with.
+    if (m_link && m_settings.SRTime != m_link->SRTimeStarted()) m_link->StartSRTimer();
   });
 }
 

@@ -4,6 +4,7 @@
 #include <QPrinter>
 #include <QRectF>
 #include <QStringList>
+#include <algorithm>
 #include <cmath>
 
 #include "core/Cp1252.h"
@@ -28,9 +29,10 @@ VError DrawError(const char* what) {
 
 }  // namespace
 
-QtPrinterSurface::QtPrinterSurface(QPrinter& printer) : m_printer(printer) {
+QtPrinterSurface::QtPrinterSurface(QPrinter& printer, const PageContent& content)
+    : m_printer(printer), m_content(content) {
   if (!m_painter.begin(&m_printer)) throw DrawError("cannot start the print job");
-  m_dotsPerMm = m_printer.resolution() / kMmPerInch;
+  setScaleMillimetres();
   m_font = m_painter.font();
 }
 
@@ -40,6 +42,14 @@ QtPrinterSurface::~QtPrinterSurface() {
 
 void QtPrinterSurface::setScaleMillimetres() {
   m_dotsPerMm = m_printer.resolution() / kMmPerInch;
+  // True size whenever it fits: a form is read and filed at the size it was designed for.
+  const QRectF area = m_printer.pageRect(QPrinter::Millimeter);
+  const double width = m_content.right - m_content.left;
+  m_scale = 1;
+  if (width > 0 && area.width() < width) m_scale = area.width() / width;
+  if (m_content.bottom > 0 && area.height() < m_content.bottom)
+    m_scale = std::min(m_scale, area.height() / m_content.bottom);
+  m_offsetX = ((area.width() - width * m_scale) / 2 - m_content.left * m_scale) * m_dotsPerMm;
 }
 
 void QtPrinterSurface::setLineWidth(int px) { m_lineWidth = px; }
@@ -47,12 +57,12 @@ void QtPrinterSurface::setLineWidth(int px) { m_lineWidth = px; }
 void QtPrinterSurface::drawLine(double x1, double y1, double x2, double y2, Colour colour) {
   if (!m_painter.isActive()) throw DrawError("the page is closed");
   m_painter.setPen(QPen(ToQColor(colour), m_lineWidth, Qt::SolidLine, Qt::SquareCap));
-  m_painter.drawLine(QPointF(dev(x1), dev(y1)), QPointF(dev(x2), dev(y2)));
+  m_painter.drawLine(QPointF(devX(x1), dev(y1)), QPointF(devX(x2), dev(y2)));
 }
 
 void QtPrinterSurface::fillBox(double x1, double y1, double x2, double y2, Colour colour) {
   if (!m_painter.isActive()) throw DrawError("the page is closed");
-  const QRectF box(QPointF(dev(x1), dev(y1)), QPointF(dev(x2), dev(y2)));
+  const QRectF box(QPointF(devX(x1), dev(y1)), QPointF(devX(x2), dev(y2)));
   m_painter.fillRect(box.normalized(), ToQColor(colour));
   m_painter.setPen(QPen(ToQColor(colour), m_lineWidth));
   m_painter.drawRect(box.normalized());
@@ -61,7 +71,7 @@ void QtPrinterSurface::fillBox(double x1, double y1, double x2, double y2, Colou
 void QtPrinterSurface::setFont(const std::string& name, int sizePt, bool bold) {
   if (sizePt <= 0) throw DrawError("invalid font size");
   QFont font(QString::fromStdString(Cp1252ToUtf8(name)));
-  font.setPointSizeF(sizePt);
+  font.setPointSizeF(sizePt * m_scale);
   font.setBold(bold);
   m_font = font;
 }
@@ -81,7 +91,7 @@ void QtPrinterSurface::printText(const std::string& text) {
   const QString qtext = QString::fromStdString(Cp1252ToUtf8(text));
   // Tabs jump to the next stop counted from where the text began; nothing is clipped, so
   // an over-long word runs on to the right.
-  const double start = dev(m_x);
+  const double start = devX(m_x);
   const double tab = dev(kTabStopMm);
   double x = start;
   const QStringList pieces = qtext.split(QLatin1Char('\t'));
@@ -95,7 +105,7 @@ void QtPrinterSurface::printText(const std::string& text) {
     x += width;
   }
   m_x = 0;
-  m_y += metrics.height() / m_dotsPerMm;
+  m_y += metrics.height() / (m_dotsPerMm * m_scale);
 }
 
 void QtPrinterSurface::endDocument() {

@@ -1,6 +1,8 @@
 #pragma once
-// A DrawingSurface on a QPrinter: millimetre coordinates from the top-left of the
-// printable area, fonts at their point size on the printer's own resolution.
+// A DrawingSurface on a QPrinter: millimetre coordinates from the top of the printable
+// area, fonts at their point size on the printer's own resolution. The drawing's content is
+// centred across the printable area and shrunk, never enlarged, only when the paper is too
+// small for it (PageContent).
 #include <QFont>
 #include <QPainter>
 #include <QPen>
@@ -14,7 +16,7 @@ namespace velnor {
 class QtPrinterSurface : public DrawingSurface {
  public:
   // Starts the job on printer; throws VError when the printer refuses it.
-  explicit QtPrinterSurface(QPrinter& printer);
+  QtPrinterSurface(QPrinter& printer, const PageContent& content);
   ~QtPrinterSurface() override;
 
   void setScaleMillimetres() override;
@@ -28,11 +30,16 @@ class QtPrinterSurface : public DrawingSurface {
   void endDocument() override;
 
  private:
-  double dev(double mm) const { return mm * m_dotsPerMm; }
+  // Device units of a length, and of a position across the page.
+  double dev(double mm) const { return mm * m_scale * m_dotsPerMm; }
+  double devX(double mm) const { return m_offsetX + dev(mm); }
 
   QPrinter& m_printer;
+  PageContent m_content;
   QPainter m_painter;
   double m_dotsPerMm = 1;
+  double m_scale = 1;
+  double m_offsetX = 0;  // device units
   int m_lineWidth = 1;
   QFont m_font;
   double m_x = 0;

@@ -1,9 +1,14 @@
 #include "print/qt/QtPrinterSystem.h"
 
 #include <QDir>
+#include <QLocale>
 #include <QPageLayout>
 #include <QPrintDialog>
 #include <QPrinterInfo>
+
+#if defined(__GLIBC__)
+#include <langinfo.h>
+#endif
 
 #include "core/Cp1252.h"
 #include "core/VError.h"
@@ -14,9 +19,6 @@ namespace velnor {
 namespace {
 
 std::string Station(const QString& s) { return Utf8ToCp1252(s.toStdString()); }
-QString FromStation(const std::string& s) { return QString::fromStdString(Cp1252ToUtf8(s)); }
-
-bool IsPdf(const std::string& name) { return name == QtPrinterSystem::kPdfPrinterName; }
 
 // Each setting on its own: a printer that refuses one still gets the rest.
 template <typename F>
@@ -27,74 +29,103 @@ void Try(F&& f) {
   }
 }
 
+// The paper of the operator's locale (LC_PAPER): A4 in most of the world, Letter in North
+// America. For output that has no printer, and no default paper, of its own.
+QPageSize LocalePaper() {
+#if defined(__GLIBC__)
+  // The C library hands these numbers back in the place of a text pointer.
+  union {
+    const char* text;
+    unsigned int mm;
+  } width{nl_langinfo(_NL_PAPER_WIDTH)}, height{nl_langinfo(_NL_PAPER_HEIGHT)};
+  if (width.mm > 0 && height.mm > 0 && width.mm < 10000 && height.mm < 10000)
+    return QPageSize(QSizeF(width.mm, height.mm), QPageSize::Millimeter, {}, QPageSize::FuzzyMatch);
+#endif
+  return QPageSize(QLocale().measurementSystem() == QLocale::ImperialUSSystem ? QPageSize::Letter
+                                                                              : QPageSize::A4);
+}
+
 }  // namespace
 
 QtPrinterSystem::QtPrinterSystem(QWidget* owner, QString pdfDirectory)
     : m_owner(owner),
-      m_runDialog([owner](QPrinter& p, std::uint32_t flags) {
-        return RunQtPrintDialog(owner, p, flags);
-      }) {
+      // The owner is looked up when the dialog opens: the main window is made after us.
+      m_runDialog([this](QPrinter& p, std::uint32_t flags) { return RunQtPrintDialog(m_owner, p, flags); }) {
   if (pdfDirectory.isEmpty()) pdfDirectory = QDir::homePath();
-  m_pdfFile = QDir(pdfDirectory).filePath(QStringLiteral("ICS213.pdf"));
-  const QString def = QPrinterInfo::defaultPrinterName();
-  const QStringList names = systemPrinters();
-  const QString first = names.contains(def) ? def : (names.isEmpty() ? QString() : names.front());
-  m_currentName = first.isEmpty() ? std::string(kPdfPrinterName) : Station(first);
-  m_printer = makePrinter(FromStation(m_currentName));
+  m_pdf = std::make_unique<QPrinter>(QPrinter::HighResolution);
+  m_pdf->setOutputFormat(QPrinter::PdfFormat);
+  m_pdf->setOutputFileName(QDir(pdfDirectory).filePath(QStringLiteral("ICS213.pdf")));
+  // Thin ruled lines stay visible at this resolution (they are given in device pixels).
+  m_pdf->setResolution(300);
+  m_pdf->setPageSize(LocalePaper());
+  setPrinterLister({});
 }
 
 QtPrinterSystem::~QtPrinterSystem() = default;
 
 void QtPrinterSystem::setPrinterLister(PrinterLister lister) {
   m_listPrinters = std::move(lister);
-  const QStringList names = systemPrinters();
-  m_currentName = names.isEmpty() ? std::string(kPdfPrinterName) : Station(names.front());
-  m_printer = makePrinter(FromStation(m_currentName));
+  m_system.clear();
+  m_printer = nullptr;
+  const QString def = m_listPrinters ? QString() : QPrinterInfo::defaultPrinterName();
+  const QList<SystemPrinter> printers = systemPrinters();
+  std::size_t start = 0;
+  for (qsizetype i = 0; i < printers.size(); ++i)
+    if (printers[i].name == def) start = static_cast<std::size_t>(i);
+  MakeCurrent(start);  // the PDF printer when there is no other
 }
 
-QStringList QtPrinterSystem::systemPrinters() const {
-  return m_listPrinters ? m_listPrinters() : QPrinterInfo::availablePrinterNames();
-}
-
-std::unique_ptr<QPrinter> QtPrinterSystem::makePrinter(const QString& name) const {
-  auto printer = std::make_unique<QPrinter>(QPrinter::HighResolution);
-  if (IsPdf(Station(name))) {
-    printer->setOutputFormat(QPrinter::PdfFormat);
-    printer->setOutputFileName(m_pdfFile);
-    // Thin ruled lines stay visible at this resolution (they are given in device pixels).
-    printer->setResolution(300);
-  } else {
-    printer->setPrinterName(name);
-  }
-  printer->setPageSize(QPageSize(QPageSize::Letter));
-  return printer;
+QList<QtPrinterSystem::SystemPrinter> QtPrinterSystem::systemPrinters() const {
+  if (m_listPrinters) return m_listPrinters();
+  QList<SystemPrinter> out;
+  for (const QPrinterInfo& info : QPrinterInfo::availablePrinters())
+    out.push_back({info.printerName(), info.defaultPageSize()});
+  return out;
 }
 
 QPrinter& QtPrinterSystem::current() {
-  if (!m_printer) throw VError(kErrInvalidCall, "PmPrintLib", "No printer is installed");
+  if (!m_printer) throw VError(kErrInvalidCall, "PmPrintLib", "No printer is current");
   return *m_printer;
 }
 
 std::vector<std::string> QtPrinterSystem::InstalledPrinters() {
   std::vector<std::string> out;
-  for (const QString& n : systemPrinters()) out.push_back(Station(n));
+  for (const SystemPrinter& p : systemPrinters()) out.push_back(Station(p.name));
   out.emplace_back(kPdfPrinterName);
   return out;
 }
 
 void QtPrinterSystem::MakeCurrent(std::size_t index) {
-  const std::vector<std::string> names = InstalledPrinters();
-  if (index >= names.size()) throw VError(kErrInvalidCall, "PmPrintLib", "No such printer");
-  // The PDF printer keeps the file the operator named last time.
-  const QString pdfFile = m_printer && IsPdf(m_currentName) ? m_printer->outputFileName() : m_pdfFile;
-  m_pdfFile = pdfFile;
-  m_printer = makePrinter(FromStation(names[index]));
-  m_currentName = names[index];
+  const QList<SystemPrinter> printers = systemPrinters();
+  const auto count = static_cast<std::size_t>(printers.size());
+  if (index > count) throw VError(kErrInvalidCall, "PmPrintLib", "No such printer");
+  if (index == count) {
+    m_printer = m_pdf.get();
+    m_currentName = kPdfPrinterName;
+    m_currentIsPdf = true;
+    return;
+  }
+  const SystemPrinter& chosen = printers[static_cast<qsizetype>(index)];
+  const std::string name = Station(chosen.name);
+  std::unique_ptr<QPrinter>& printer = m_system[name];
+  if (!printer) {
+    printer = std::make_unique<QPrinter>(QPrinter::HighResolution);
+    printer->setPrinterName(chosen.name);
+    printer->setPageSize(chosen.defaultPageSize.isValid() ? chosen.defaultPageSize : LocalePaper());
+  }
+  m_printer = printer.get();
+  m_currentName = name;
+  m_currentIsPdf = false;
 }
 
 std::string QtPrinterSystem::CurrentDeviceName() {
   current();
   return m_currentName;
+}
+
+std::string QtPrinterSystem::CurrentSystemPrinterName() {
+  if (m_currentIsPdf) throw VError(kErrInvalidCall, "PmPrintLib", "No printer is installed");
+  return CurrentDeviceName();
 }
 
 short QtPrinterSystem::Orientation() {
@@ -144,10 +175,10 @@ bool QtPrinterSystem::ShowPrinter(std::uint32_t flags) {
 
   const bool pdf = request.outputFormat() == QPrinter::PdfFormat;
   const std::string chosen = pdf ? std::string(kPdfPrinterName) : Station(request.printerName());
-  if (chosen != m_currentName) {
+  if (pdf != m_currentIsPdf || chosen != m_currentName) {
     const std::vector<std::string> names = InstalledPrinters();
     for (std::size_t i = 0; i < names.size(); ++i)
-      if (names[i] == chosen) Try([&] { MakeCurrent(i); });
+      if (names[i] == chosen && (i + 1 == names.size()) == pdf) Try([&] { MakeCurrent(i); });
   }
   if (!m_printer) return true;
   QPrinter& cur = *m_printer;
@@ -165,8 +196,8 @@ bool QtPrinterSystem::ShowPrinter(std::uint32_t flags) {
   return true;
 }
 
-std::unique_ptr<DrawingSurface> QtPrinterSystem::OpenSurface() {
-  return std::make_unique<QtPrinterSurface>(current());
+std::unique_ptr<DrawingSurface> QtPrinterSystem::OpenSurface(const PageContent& content) {
+  return std::make_unique<QtPrinterSurface>(current(), content);
 }
 
 bool QtPrinterSystem::RunQtPrintDialog(QWidget* owner, QPrinter& printer, std::uint32_t flags) {

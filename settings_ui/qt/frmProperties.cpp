@@ -87,6 +87,10 @@ frmProperties::frmProperties(QWidget* owner, Settings& settings, PropertiesHooks
                          txtDefualtToRoute}) {
     box->installEventFilter(this);
   }
+  // A box keeps its fault mark until the operator changes its text: moving through it with
+  // Tab, the arrows, Home or End leaves the mark where the fault is.
+  for (QLineEdit* box : {txtFormat[0], txtFormat[1], txtServer[0], txtServer[1], txtServer[2], txtServer[3]})
+    connect(box, &QLineEdit::textEdited, this, [this, box] { setYellow(box, false); });
 
   connect(cmdOK, &QPushButton::clicked, this, [this] { cmdOK_Click(); });
   connect(cmdCancel, &QPushButton::clicked, this, [this] { reject(); });
@@ -274,7 +278,8 @@ void frmProperties::setYellow(QLineEdit* box, bool yellow) {
 
 void frmProperties::cmdOK_Click() {
   PropertiesState st = readState();
-  const bool passed = CheckSettings(st, m_settings, *m_hooks.dialogs, *m_hooks.clock);
+  const bool passed = CheckSettings(st, m_settings, *m_hooks.dialogs, *m_hooks.clock,
+                                    [this](const PropertiesState& s) { showState(s); });
   showState(st);
   if (!passed) return;
   StoreProperties(st, m_settings);
@@ -311,10 +316,7 @@ void frmProperties::cmdTest_Click() {
 bool frmProperties::eventFilter(QObject* watched, QEvent* event) {
   auto* box = qobject_cast<QLineEdit*>(watched);
   if (box == nullptr) return QDialog::eventFilter(watched, event);
-  const bool checked = box == txtFormat[0] || box == txtFormat[1] || box == txtServer[0] || box == txtServer[1] ||
-                       box == txtServer[2] || box == txtServer[3];
   if (event->type() == QEvent::KeyPress) {
-    if (checked) setYellow(box, false);
     if (box == txtDefualtToRoute) {
       auto* key = static_cast<QKeyEvent*>(event);
       const QString typed = key->text();

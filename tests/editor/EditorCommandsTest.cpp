@@ -7,7 +7,7 @@
 namespace velnor::testing {
 namespace {
 
-TEST_F(WindowTest, FailedLinkTestAndIdentifierPromptAtStartAndFromTheMenu) {
+TEST_F(WindowTest, FailedLinkTestAndIdentifierPromptAtStartThenTheSetupMenu) {
   Settings s = QuickSettings();
   s.LoginName = "W1XYZ";
   start(s, std::nullopt);  // cancelled at start-up: the old value stays
@@ -27,6 +27,39 @@ TEST_F(WindowTest, FailedLinkTestAndIdentifierPromptAtStartAndFromTheMenu) {
   trigger("mnuIdentifier");
   EXPECT_EQ(dialogs.lastInputPreset, " KD0ABC/P ");
   EXPECT_EQ(win->settings().LoginName, " KD0ABC/P ");
+
+  // Properties: the settings file is rewritten however the dialog closes, and the schedule
+  // restarts (its count of seconds back to 0) when the interval is not the one it runs on.
+  const auto properties = [this](const char* interval) {  // none: Cancel
+    QTimer::singleShot(0, [interval] {
+      QWidget* d = QApplication::activeModalWidget();
+      ASSERT_NE(d, nullptr);
+      if (interval) d->findChild<QLineEdit*>("txtServer_3")->setText(interval);
+      d->findChild<QPushButton*>(interval ? "cmdOK" : "cmdCancel")->click();
+    });
+    trigger("mnuProperties");
+  };
+  PmLink& link = *win->link();
+  const auto runFor = [&link](int seconds) {
+    for (int i = 0; i < seconds; ++i) link.ClockTick();
+  };
+  const std::string ini = dataPath + "/velnor.ini";
+  WriteFileAtomically(ini, "overwritten\r\n", "test");
+  runFor(100);
+  properties(nullptr);
+  EXPECT_EQ(Slurp(ini), SettingsFileText(win->settings()));
+  EXPECT_GE(link.SRCounter(), 100);
+  win->settings().SRTime = 120;  // not what the schedule was started with
+  properties(nullptr);
+  EXPECT_LT(link.SRCounter(), 100);
+  EXPECT_EQ(link.SRTimeStarted(), 120);
+  runFor(100);
+  properties("120");
+  EXPECT_GE(link.SRCounter(), 100);
+  properties("300");
+  EXPECT_LT(link.SRCounter(), 100);
+  EXPECT_EQ(link.SRTimeStarted(), 300);
+  EXPECT_EQ(ReadSettings(ini).SRTime, 300);
 }
 
 TEST_F(WindowTest, NewWithAllDefaultsFocusesSubjectAndCreatesDraft) {

@@ -98,7 +98,7 @@ inline int DeadPort() {
 class WindowTest : public ::testing::Test {
  protected:
   WindowTest() : clock(ToOleDate({2026, 11, 19, 14, 5, 9})), appData(tmp.path() + "/appdata") {
-    printers.setPrinterLister([] { return QStringList{}; });
+    printers.setPrinterLister([] { return QList<QtPrinterSystem::SystemPrinter>{}; });
     std::filesystem::create_directories(appData);  // it exists on any desktop; below it is ours
   }
   ~WindowTest() override {

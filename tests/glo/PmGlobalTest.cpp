@@ -147,20 +147,39 @@ TEST(PmGlobalFile, BadValuesLogStep3AndKeepTheirValue) {
   EXPECT_EQ(glo.Step(), 3);
 }
 
-TEST(PmGlobalFile, UncreatableFileLogs103ThenEach104AndGivesUp) {
-  Glo g;
-  const std::string missing = g.dir.file("gone");
-  std::vector<std::string> expected;
-  {
-    PmGlobal glo(missing, kVersion, g.log, Laser);
-    EXPECT_FALSE(glo.Changed());
-    g.file = missing + "/Pellmoor.glo";
-    expected.push_back(g.entry("GLOWrite", "53, No such file or directory", 103));
-    for (int i = 0; i < 17; ++i) expected.push_back(g.entry("GLOWrite", "52, Bad file name or number", 104));
-    EXPECT_EQ(g.log.entries, expected);
+// A file that cannot be made (its folder is gone), or that the operator has made read-only
+// (kept as it is, even where the rename could replace it, as under a superuser).
+TEST(PmGlobalFile, UnwritableFileLogs103ThenEach104AndGivesUp) {
+  for (const bool readOnly : {false, true}) {
+    SCOPED_TRACE(readOnly);
+    Glo g;
+    const std::string data = readOnly ? g.dir.path() : g.dir.file("gone");
+    const std::string old = "Version=0.9\r\nPrinterName=Mine\r\n";
+    if (readOnly) {
+      std::ofstream(g.file, std::ios::binary) << old;
+      fs::permissions(g.file, fs::perms::owner_read | fs::perms::group_read | fs::perms::others_read);
+    }
+    std::vector<std::string> expected;
+    {
+      PmGlobal glo(data, kVersion, g.log, Laser);
+      EXPECT_EQ(glo.Changed(), readOnly);  // another version: written at release
+      glo.Save();
+      EXPECT_FALSE(glo.Changed());
+      g.file = data + "/Pellmoor.glo";
+      const char* error = readOnly ? "70, Permission denied" : "53, No such file or directory";
+      expected.push_back(g.entry("GLOWrite", error, 103));
+      for (int i = 0; i < 17; ++i)
+        expected.push_back(g.entry("GLOWrite", "52, Bad file name or number", 104));
+      EXPECT_EQ(g.log.entries, expected);
+    }
+    EXPECT_EQ(g.log.entries.size(), 18u);  // release made no second attempt
+    if (readOnly) {
+      EXPECT_EQ(Read(g.file), old);
+      EXPECT_FALSE(fs::exists(g.file + ".new"));
+    } else {
+      EXPECT_FALSE(fs::exists(data));
+    }
   }
-  EXPECT_EQ(g.log.entries.size(), 18u);  // release made no second attempt
-  EXPECT_FALSE(fs::exists(missing));
 }
 
 TEST(PmGlobalFile, UnreadableFileIsLoggedAtStep2AndLeftAlone) {

@@ -133,6 +133,7 @@ TEST(IcsPrintBody, WrapsAt80Characters) {
       {"Exactly80KeepsBlanks", "  a" + Rep(' ', 10) + Rep('b', 67), {"  a" + Rep(' ', 10) + Rep('b', 67)}},
       {"Exactly80TrailingBlank", k80, {k80}},
       {"Over81TrailingBlanksOnly", k80 + " ", {k80}},
+      {"Over80BlanksOnlyStaysAnEmptyLine", Rep(' ', 81) + "\r\nb", {"", "b"}},
       {"Over81WrapsAtWord", Words(8) + " ab", {k80, "ab "}},
       {"WordFillsTo80ThenBlank", Rep('a', 39) + " " + Rep('b', 40) + " c", {Rep('a', 39) + " " + Rep('b', 40) + " ", "c "}},
       {"LongWordAloneNoEmptyLineBefore", kLong, {kLong + " "}},

@@ -41,10 +41,8 @@ class PrintCommand : public ::testing::Test {
   int fieldReads = 0;
 };
 
-TEST_F(PrintCommand, NoMessageLoadedOrNoPrinterEndsSilentlyBeforeAnyDialog) {
+TEST_F(PrintCommand, NoMessageLoadedEndsSilentlyBeforeAnyDialog) {
   Print(0);
-  printers.current = -1;
-  Print(7);
   EXPECT_TRUE(printers.dialogFlags.empty());
   EXPECT_EQ(printers.surfacesOpened, 0);
   EXPECT_TRUE(statuses.empty());
@@ -63,6 +61,9 @@ TEST_F(PrintCommand, CancelChangesNothing) {
 
 TEST_F(PrintCommand, PrintsAsTypedOnChosenPrinterThenRestoresThePreviousOne) {
   printers.dialog = [this](FakePrinters& p) {
+    // Settings changed on the way, then another printer picked: all for this page only.
+    p.SetOrientation(kOrientationPortrait);
+    p.SetCopies(5);
     p.MakeCurrent(1);
     p.SetCopies(3);
     fields[0] = "Edited, not saved";  // the texts are read after the dialog
@@ -78,7 +79,7 @@ TEST_F(PrintCommand, PrintsAsTypedOnChosenPrinterThenRestoresThePreviousOne) {
   EXPECT_TRUE(Printed("River Flood"));
 
   // The exact name wins over the one differing only in case; settings come back too.
-  EXPECT_EQ(printers.current, 0);
+  EXPECT_EQ(printers.current, 0u);
   EXPECT_EQ(printers.Orientation(), kOrientationLandscape);
   EXPECT_EQ(printers.Copies(), 2);
   EXPECT_EQ(printers.installed[1].copies, 3);
@@ -121,9 +122,9 @@ TEST(SetPrinterByName, ExactNameOnly) {
   p.installed = {{"Alpha"}, {"Beta"}, {"Beta"}};
   p.current = 0;
   for (const char* name : {"beta", "Beta ", ""}) EXPECT_FALSE(p.SetPrinterByName(name)) << name;
-  EXPECT_EQ(p.current, 0);
+  EXPECT_EQ(p.current, 0u);
   EXPECT_TRUE(p.SetPrinterByName("Beta"));
-  EXPECT_EQ(p.current, 1);  // the first of equal names
+  EXPECT_EQ(p.current, 1u);  // the first of equal names
 
   FakePrinters none;
   EXPECT_FALSE(none.SetPrinterByName("Alpha"));

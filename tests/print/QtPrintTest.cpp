@@ -1,12 +1,17 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
+#include <QDialog>
 #include <QFile>
 #include <QPageLayout>
 #include <QProcess>
 #include <QRegularExpression>
+#include <QTimer>
+#include <algorithm>
 
+#include "core/VError.h"
 #include "print/IcsPrint.h"
+#include "print/PrintCommand.h"
 #include "print/qt/QtPrinterSystem.h"
 #include "tests/support/TempDir.h"
 
@@ -14,70 +19,101 @@ namespace velnor {
 namespace {
 
 // The fields of a realistic message, as the editor would hand them over.
-struct Sample {
-  std::string To = "Logistics Section Chief", ToPos = "LSC", Fr = "Shelter Manager",
-              FrPos = "Lincoln School Caf\xE9", Subj = "Water and cots",
-              Date = "03/14/2024 10:05",
-              Msg = "The shelter at Lincoln School now houses 142 evacuees and expects about 60 more "
-                    "before nightfall as the river keeps rising.\r\n"
-                    "Request 200 gallons of drinking water and 75 cots, delivered to the east "
-                    "entrance on Maple Street.\r\n\r\n"
-                    "Contact: J. Rivera on the shelter net.",
-              Sign = "J. Rivera", SignPos = "Shelter Manager", IcdName = "Cedar River Flood 2024",
-              Reply = "Water is on its way on truck 12, ETA 13:00. Cots follow tomorrow morning from "
-                      "the county depot.",
-              RepSign = "K. Osei", RepPos = "LSC", RepDate = "03/14/2024 10:40";
-};
+const FormTexts kSample = {
+    "Logistics Section Chief", "LSC", "Shelter Manager", "Lincoln School Caf\xE9", "Water and cots",
+    "03/14/2024 10:05",
+    "The shelter at Lincoln School now houses 142 evacuees and expects about 60 more before nightfall as the "
+    "river keeps rising.\r\nRequest 200 gallons of drinking water and 75 cots, delivered to the east entrance "
+    "on Maple Street.\r\n\r\nContact: J. Rivera on the shelter net.",
+    "J. Rivera", "Shelter Manager", "Cedar River Flood 2024",
+    "Water is on its way on truck 12, ETA 13:00. Cots follow tomorrow morning from the county depot.",
+    "K. Osei", "LSC", "03/14/2024 10:40"};
 
-TEST(QtPrint, PdfPageReadsBackWithEveryText) {
-  testing::TempDir dir;
-  const QString path = QString::fromStdString(dir.path()) + "/page.pdf";
-  QtPrinterSystem printers(nullptr, QString::fromStdString(dir.path()));
-  printers.setPrinterLister([] { return QStringList{}; });
-  ASSERT_EQ(printers.CurrentDeviceName(), QtPrinterSystem::kPdfPrinterName);
-  printers.currentPrinter()->setOutputFileName(path);
+QString PdfToText(const QStringList& args) {
+  QProcess p;
+  p.start("pdftotext", args);
+  EXPECT_TRUE(p.waitForFinished(60000)) << "pdftotext did not finish";
+  EXPECT_EQ(p.exitCode(), 0) << p.readAllStandardError().toStdString();
+  return QString::fromUtf8(p.readAllStandardOutput());
+}
 
-  const Sample s;
-  IcsPrint form(printers, "1.0.0");
-  form.PrintIcs(s.To, s.ToPos, s.Fr, s.FrPos, s.Subj, s.Date, s.Msg, s.Sign, s.SignPos,
-                s.IcdName, s.Reply, s.RepSign, s.RepPos, s.RepDate);
-  ASSERT_TRUE(QFile::exists(path));
+constexpr double kPtPerMm = 72 / 25.4;
 
-  QProcess pdftotext;
-  pdftotext.start("pdftotext", {"-layout", path, "-"});
-  ASSERT_TRUE(pdftotext.waitForFinished(60000)) << "pdftotext did not finish";
-  ASSERT_EQ(pdftotext.exitCode(), 0) << pdftotext.readAllStandardError().toStdString();
-  const QString text = QString::fromUtf8(pdftotext.readAllStandardOutput());
-  // Body lines as the 80-character wrap cuts them.
-  for (const char* want :
-       {"GENERAL MESSAGE (ICS 213)", "INCIDENT NAME:", "Cedar River Flood 2024", "TO:",
-        "POSITION:", "Logistics Section Chief", "FROM:", "Shelter Manager", "Lincoln School Café", "SUBJECT:",
-        "DATE, TIME", "Water and cots", "03/14/2024 10:05", "MESSAGE:",
-        "The shelter at Lincoln School now houses 142 evacuees and expects about 60 more",
-        "before nightfall as the river keeps rising.",
-        "Request 200 gallons of drinking water and 75 cots, delivered to the east",
-        "entrance on Maple Street.", "Contact: J. Rivera on the shelter net.", "SIGNATURE:",
-        "J. Rivera", "REPLY:",
-        "Water is on its way on truck 12, ETA 13:00. Cots follow tomorrow morning from",
-        "the county depot.", "SIGNATURE, POSITION", "03/14/2024 10:40", "K. Osei, LSC",
-        "Ref: ICS 213, General Message, FEMA / NIMS Incident Command System forms",
-        "Created by: velnor.exe, v1.0.0"})
-    EXPECT_TRUE(text.contains(QString::fromUtf8(want))) << "missing: " << want << "\n"
-                                                        << text.toStdString();
-  EXPECT_FALSE(text.contains('\f' + QString("GENERAL"))) << "a second page";
-  // The footer stays on one line, inside the page.
-  EXPECT_TRUE(text.contains(QRegularExpression("Ref: ICS 213[^\n]*Created by: velnor.exe, v1.0.0")))
-      << text.toStdString();
+// Print setup picks the paper, then the print command prints the sample on the PDF printer.
+TEST(QtPrint, PageFitsA4AndLetterCentredAcrossAndThePaperChosenInSetupStays) {
+  for (const QPageSize::PageSizeId paper : {QPageSize::A4, QPageSize::Letter}) {
+    const QPageSize size(paper);
+    SCOPED_TRACE(size.name().toStdString());
+    testing::TempDir dir;
+    const QString path = QString::fromStdString(dir.path()) + "/page.pdf";
+    QtPrinterSystem printers(nullptr, QString::fromStdString(dir.path()));
+    printers.setPrinterLister([] { return QList<QtPrinterSystem::SystemPrinter>{}; });
+    ASSERT_EQ(printers.CurrentDeviceName(), QtPrinterSystem::kPdfPrinterName);
+    // Our own PDF output is no printer that Pellmoor could use.
+    EXPECT_THROW(printers.CurrentSystemPrinterName(), VError);
+    printers.setDialogRunner([&](QPrinter& p, std::uint32_t flags) {
+      if (flags == kPrintSetupFlags) {
+        p.setPageSize(size);
+        p.setOutputFileName(path);
+      }
+      return true;
+    });
+    PrintSetup(printers);
+    IcsPrint form(printers, "1.0.0");
+    PrintMessage(7, {form, printers, {}, [] { return kSample; }});
+    EXPECT_EQ(printers.currentPrinter()->pageLayout().pageSize().id(), paper);
+    ASSERT_TRUE(QFile::exists(path));
 
-  // A picture of the page for the documentation, when asked for.
-  const QByteArray keep = qgetenv("VELNOR_KEEP_PAGE");
-  if (!keep.isEmpty()) QFile::copy(path, QString::fromLocal8Bit(keep));
+    const QString text = PdfToText({"-layout", path, "-"});
+    // Body lines as the 80-character wrap cuts them.
+    for (const char* want :
+         {"GENERAL MESSAGE (ICS 213)", "INCIDENT NAME:", "Cedar River Flood 2024", "TO:", "POSITION:",
+          "Logistics Section Chief", "FROM:", "Shelter Manager", "Lincoln School Café", "SUBJECT:", "DATE, TIME",
+          "Water and cots", "03/14/2024 10:05", "MESSAGE:",
+          "The shelter at Lincoln School now houses 142 evacuees and expects about 60 more",
+          "before nightfall as the river keeps rising.",
+          "Request 200 gallons of drinking water and 75 cots, delivered to the east", "entrance on Maple Street.",
+          "Contact: J. Rivera on the shelter net.", "SIGNATURE:", "J. Rivera", "REPLY:",
+          "Water is on its way on truck 12, ETA 13:00. Cots follow tomorrow morning from", "the county depot.",
+          "SIGNATURE, POSITION", "03/14/2024 10:40", "K. Osei, LSC",
+          "Ref: ICS 213, General Message, FEMA / NIMS Incident Command System forms",
+          "Created by: velnor.exe, v1.0.0"})
+      EXPECT_TRUE(text.contains(QString::fromUtf8(want))) << "missing: " << want << "\n" << text.toStdString();
+    // The footer stays on one line.
+    EXPECT_TRUE(text.contains(QRegularExpression("Ref: ICS 213[^\n]*Created by: velnor.exe, v1.0.0")))
+        << text.toStdString();
+
+    // One page of the chosen paper; every word on it, and the frame (its captions 1 mm in)
+    // at the same distance from both edges of the sheet.
+    const QString boxes = PdfToText({"-bbox", path, "-"});
+    EXPECT_EQ(boxes.count("<page "), 1);
+    const QSizeF sheet = size.size(QPageSize::Point);
+    const auto page = QRegularExpression(R"re(<page width="([\d.]+)")re").match(boxes);
+    EXPECT_NEAR(page.captured(1).toDouble(), sheet.width(), 0.5);
+    const QRegularExpression word(R"re(<word xMin="([\d.]+)" yMin="[\d.]+" xMax="([\d.]+)" yMax="([\d.]+)">([^<]*)<)re");
+    double right = 0, bottom = 0, incident = -1;
+    for (const auto& m : word.globalMatch(boxes)) {
+      right = std::max(right, m.captured(2).toDouble());
+      bottom = std::max(bottom, m.captured(3).toDouble());
+      if (incident < 0 && m.captured(4) == "INCIDENT") incident = m.captured(1).toDouble();
+    }
+    EXPECT_LT(right, sheet.width());
+    EXPECT_LT(bottom, sheet.height());
+    EXPECT_NEAR(incident, ((sheet.width() / kPtPerMm - 185) / 2 + 1) * kPtPerMm, 1.0);
+
+    // A picture of the page for the documentation, when asked for.
+    const QByteArray keep = qgetenv("VELNOR_KEEP_PAGE");
+    if (!keep.isEmpty() && paper == QPageSize::A4) QFile::copy(path, QString::fromLocal8Bit(keep));
+  }
 }
 
 class QtPrinterChoice : public ::testing::Test {
  protected:
   QtPrinterChoice() {
-    printers.setPrinterLister([] { return QStringList{"Office Laser", "Radio Room"}; });
+    printers.setPrinterLister([] {
+      return QList<QtPrinterSystem::SystemPrinter>{{"Office Laser", QPageSize(QPageSize::Letter)},
+                                                    {"Radio Room", QPageSize(QPageSize::A4)}};
+    });
   }
   testing::TempDir dir;
   QtPrinterSystem printers{nullptr, QString::fromStdString(dir.path())};
@@ -86,10 +122,14 @@ class QtPrinterChoice : public ::testing::Test {
 TEST_F(QtPrinterChoice, PdfPrinterIsAlwaysListedLast) {
   EXPECT_EQ(printers.InstalledPrinters(),
             (std::vector<std::string>{"Office Laser", "Radio Room", "PDF file"}));
-  EXPECT_EQ(printers.CurrentDeviceName(), "Office Laser");
+  EXPECT_EQ(printers.CurrentSystemPrinterName(), "Office Laser");
+  // Each printer starts on its own default paper.
+  EXPECT_EQ(printers.currentPrinter()->pageLayout().pageSize().id(), QPageSize::Letter);
+  EXPECT_TRUE(printers.SetPrinterByName("Radio Room"));
+  EXPECT_EQ(printers.currentPrinter()->pageLayout().pageSize().id(), QPageSize::A4);
 
   QtPrinterSystem none(nullptr, QString::fromStdString(dir.path()));
-  none.setPrinterLister([] { return QStringList{}; });
+  none.setPrinterLister([] { return QList<QtPrinterSystem::SystemPrinter>{}; });
   EXPECT_EQ(none.InstalledPrinters(), std::vector<std::string>{"PDF file"});
   EXPECT_EQ(none.currentPrinter()->outputFormat(), QPrinter::PdfFormat);
   EXPECT_TRUE(none.currentPrinter()->outputFileName().startsWith(QString::fromStdString(dir.path())));
@@ -137,6 +177,23 @@ TEST_F(QtPrinterChoice, DialogStartsFromCurrentAndItsChoiceIsApplied) {
   // Back on the PDF printer, the file named in the dialog is kept.
   EXPECT_TRUE(printers.SetPrinterByName("PDF file"));
   EXPECT_EQ(printers.currentPrinter()->outputFileName(), pdf);
+}
+
+TEST_F(QtPrinterChoice, PrintAndSetupDialogsOpenOverTheOwnerWindow) {
+  QWidget owner;
+  owner.show();
+  printers.setOwner(&owner);  // after construction, as the main window is made after the printers
+  for (const std::uint32_t flags : {kPrintDialogFlags, kPrintSetupFlags}) {
+    QWidget* parent = nullptr;
+    QTimer::singleShot(0, [&] {
+      auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+      ASSERT_NE(dialog, nullptr);
+      parent = dialog->parentWidget();
+      dialog->reject();
+    });
+    EXPECT_FALSE(printers.ShowPrinter(flags));
+    EXPECT_EQ(parent, &owner) << flags;
+  }
 }
 
 }  // namespace

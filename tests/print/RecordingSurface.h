@@ -49,7 +49,9 @@ class RecordingSurface : public DrawingSurface {
   long m_calls = 0;
 };
 
-// Installed printers with their own orientation and copies; the dialog is a script.
+// Installed printers with their own orientation and copies, then the program's own PDF
+// printer, as on the real system: there is always a current printer, the PDF one when no
+// other is installed. The dialog is a script.
 class FakePrinters : public PrinterSystem {
  public:
   struct Printer {
@@ -57,8 +59,9 @@ class FakePrinters : public PrinterSystem {
     short orientation = kOrientationPortrait;
     short copies = 1;
   };
-  std::vector<Printer> installed;
-  long current = -1;  // none
+  std::vector<Printer> installed;  // the system's printers
+  Printer pdf{"PDF file"};
+  std::size_t current = 0;  // in InstalledPrinters(): the first, or the PDF printer
   std::vector<std::uint32_t> dialogFlags;
   std::function<bool(FakePrinters&)> dialog = [](FakePrinters&) { return false; };
   std::vector<std::string> ops;
@@ -69,14 +72,18 @@ class FakePrinters : public PrinterSystem {
   std::vector<std::string> InstalledPrinters() override {
     std::vector<std::string> names;
     for (const Printer& p : installed) names.push_back(p.name);
+    names.push_back(pdf.name);
     return names;
   }
   void MakeCurrent(std::size_t index) override {
-    // A printer made current again starts from its default settings.
-    installed.at(index) = {installed.at(index).name};
-    current = static_cast<long>(index);
+    if (index > installed.size()) throw std::out_of_range("no such printer");
+    current = index;  // with the settings it had
   }
   std::string CurrentDeviceName() override { return cur().name; }
+  std::string CurrentSystemPrinterName() override {
+    if (current >= installed.size()) throw std::runtime_error("no printer installed");
+    return cur().name;
+  }
   short Orientation() override { return cur().orientation; }
   void SetOrientation(short o) override { cur().orientation = o; }
   short Copies() override { return cur().copies; }
@@ -85,15 +92,13 @@ class FakePrinters : public PrinterSystem {
     dialogFlags.push_back(flags);
     return dialog(*this);
   }
-  std::unique_ptr<DrawingSurface> OpenSurface() override {
+  std::unique_ptr<DrawingSurface> OpenSurface(const PageContent&) override {
     ++surfacesOpened;
     return std::make_unique<RecordingSurface>(ops, failAt, failEnd);
   }
 
-  Printer& cur() {
-    if (current < 0) throw std::runtime_error("no printer");
-    return installed[static_cast<std::size_t>(current)];
-  }
+  Printer& cur() { return cur(current); }
+  Printer& cur(std::size_t index) { return index < installed.size() ? installed[index] : pdf; }
 };
 
 }  // namespace velnor::test

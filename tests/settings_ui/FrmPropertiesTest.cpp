@@ -33,6 +33,16 @@ struct SilentSound : Sound {
   std::vector<std::string> played;
 };
 
+// Scripted answers; onMessage looks at the dialog as the operator sees it when a box appears.
+struct WatchedDialogs : ScriptedDialogs {
+  MsgAnswer messageBox(const std::string& text, const std::string& caption, MsgButtons buttons,
+                       MsgIcon icon) override {
+    if (onMessage) onMessage();
+    return ScriptedDialogs::messageBox(text, caption, buttons, icon);
+  }
+  std::function<void()> onMessage;
+};
+
 class PropertiesDialog : public ::testing::Test {
  protected:
   PropertiesDialog() {
@@ -100,7 +110,7 @@ class PropertiesDialog : public ::testing::Test {
 
   Settings settings;
   FixedClock clock{ToOleDate({2026, 11, 19, 14, 5, 9})};
-  ScriptedDialogs dialogs;
+  WatchedDialogs dialogs;
   SilentSound sound;
   bool linkWorks = true;  // otherwise the link test throws
   std::vector<std::string> linkTests;  // "host:port text" of each call
@@ -170,17 +180,21 @@ TEST_F(PropertiesDialog, EmptyFormatShowsQuestionMarkAndTypingRestoresTheColour)
   retype("txtFormat_1", QString());
   goToTab(kTabRoutes);
   dialogs.expectMessage("Invalid time format.  See Hint on form");
+  // The form shows the fault before the message asks the operator to look at it.
+  dialogs.onMessage = [this] {
+    EXPECT_EQ(tabs()->currentIndex(), kTabFormatting);
+    EXPECT_TRUE(hint().contains(QStringLiteral("hh:mm = 14:05"))) << hint().toStdString();
+    EXPECT_EQ(box("txtFormat_1")->text(), QStringLiteral("?"));
+    EXPECT_EQ(QApplication::focusWidget(), box("txtFormat_1"));
+    EXPECT_TRUE(yellow("txtFormat_1"));
+    EXPECT_FALSE(yellow("txtFormat_0"));
+  };
   click("cmdOK");
   EXPECT_TRUE(dlg->isVisible());
   ASSERT_EQ(dialogs.shown.size(), 1u);
   EXPECT_EQ(dialogs.shown[0].caption, "Velnor");
-  EXPECT_EQ(tabs()->currentIndex(), kTabFormatting);
-  EXPECT_TRUE(hint().contains(QStringLiteral("hh:mm = 14:05"))) << hint().toStdString();
-  EXPECT_EQ(box("txtFormat_1")->text(), QStringLiteral("?"));
-  EXPECT_EQ(QApplication::focusWidget(), box("txtFormat_1"));
   EXPECT_EQ(settings.TimeFormat, "hh:mm");
   EXPECT_TRUE(yellow("txtFormat_1"));
-  EXPECT_FALSE(yellow("txtFormat_0"));
   QTest::keyClick(box("txtFormat_1"), Qt::Key_Backspace);
   EXPECT_FALSE(yellow("txtFormat_1"));
 }
@@ -199,8 +213,11 @@ TEST_F(PropertiesDialog, IntervalBoundaryAndUnstorableTexts) {
     if (!passes) {
       EXPECT_TRUE(yellow("txtServer_3"));
       EXPECT_EQ(tabs()->currentIndex(), kTabRemoteAccess);
-      // The first key press clears the mark; the check alone puts it back.
-      QTest::keyClick(box("txtServer_3"), Qt::Key_End);
+      // Moving through the box keeps the mark; the first change to its text clears it.
+      for (const Qt::Key key : {Qt::Key_End, Qt::Key_Left, Qt::Key_Shift, Qt::Key_Tab})
+        QTest::keyClick(box("txtServer_3"), key);
+      EXPECT_TRUE(yellow("txtServer_3"));
+      QTest::keyClick(box("txtServer_3"), Qt::Key_5);
       EXPECT_FALSE(yellow("txtServer_3"));
     }
   }
@@ -212,13 +229,16 @@ TEST_F(PropertiesDialog, EmptyHostAndBadDateTogetherShowTheFormattingTab) {
   retype("txtFormat_0", QStringLiteral("yyyy_mm"), kTabFormatting);
   goToTab(kTabRoutes);
   dialogs.expectMessage("Invalid date format.  See hint on form");
+  dialogs.onMessage = [this] {
+    EXPECT_TRUE(yellow("txtServer_0"));
+    EXPECT_TRUE(yellow("txtFormat_0"));
+    EXPECT_EQ(tabs()->currentIndex(), kTabFormatting);
+    EXPECT_EQ(QApplication::focusWidget(), box("txtFormat_0"));
+    EXPECT_TRUE(hint().contains(QStringLiteral("dd-mmm-yyyy = 19-Nov-2026"))) << hint().toStdString();
+  };
   click("cmdOK");
   EXPECT_TRUE(dlg->isVisible());
-  EXPECT_TRUE(yellow("txtServer_0"));
   EXPECT_TRUE(yellow("txtFormat_0"));
-  EXPECT_EQ(tabs()->currentIndex(), kTabFormatting);
-  EXPECT_EQ(QApplication::focusWidget(), box("txtFormat_0"));
-  EXPECT_TRUE(hint().contains(QStringLiteral("dd-mmm-yyyy = 19-Nov-2026"))) << hint().toStdString();
   EXPECT_EQ(settings.HostName, "127.0.0.1");
   EXPECT_EQ(settings.DateFormat, "mm/dd/yyyy");
 }
