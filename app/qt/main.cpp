@@ -26,6 +26,7 @@ int main(int argc, char** argv) {
   velnor::FrmMessage window(velnor::FrmMessageDeps{dialogs, sound, clock, eventLog, loop, socket, printers,
                                                    velnor::FileLib::Environment::FromProcess()});
   dialogs.setOwner(&window);
-  if (!window.Form_Load()) return 1;
+  // Closed during start-up: ended by the operator, not by a failure.
+  if (!window.Form_Load()) return window.Unloaded() ? 0 : 1;
   return QApplication::exec();
 }
