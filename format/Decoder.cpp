@@ -185,6 +185,10 @@ std::int32_t StoreMsg(std::string_view text, short origin, const StoreMsgContext
   store.rec() = parsed.record;
   store.rec().setMsgNo(number);
 
+  ctx.sessionLog.WriteLog("StoreMsg...: Loading message titled: " + store.rec().Subj());
+  store.Update(number);
+
+  // Only now is it filed, and only now may the log say so.
   const std::string prefix = "StoreMsg...: Message " + std::to_string(number);
   for (const auto& bad : parsed.badDates) {
     ctx.sessionLog.WriteLog(prefix + ": " + bad.key + " value could not be read as a date: \"" +
@@ -194,8 +198,6 @@ std::int32_t StoreMsg(std::string_view text, short origin, const StoreMsgContext
     ctx.sessionLog.WriteLog(prefix +
                             " arrived incomplete (no \"!/ICS213!\"); filed as far as it came");
   }
-  ctx.sessionLog.WriteLog("StoreMsg...: Loading message titled: " + store.rec().Subj());
-  store.Update(number);
 
   ctx.notices.ShowNotice(NoticeText(store.rec()), number);
   return number;

@@ -6,6 +6,8 @@
 #include <memory>
 #include <string>
 
+#include "store/MsgRecord.h"
+
 namespace velnor {
 
 class EventLog;
@@ -19,10 +21,15 @@ class LinkHost {
   virtual std::string status() = 0;
   // Rebuilds the editor's message-information line after a record changed status.
   virtual void RefreshMsgInfo() = 0;
-  // The tagged text of stored message n (the encoder); throws VError on failure.
-  virtual std::string EncodeMsg(std::int32_t n) = 0;
-  // Files one received reply (the decoder, origin "received") and announces it.
-  virtual void StoreMsg(const std::string& text) = 0;
+  // The tagged text of a queued record, as the send step's walk found it (the encoder).
+  // A failure keeps the message queued.
+  virtual std::string EncodeMsg(const MsgRecord& rec) = 0;
+  // Files one received text (the decoder, origin "received"), announces it and returns
+  // its number; throws when it could not be filed.
+  virtual std::int32_t StoreMsg(const std::string& text) = 0;
+  // Tells the operator something that must not be missed, without waiting for an answer:
+  // the session goes on meanwhile.
+  virtual void Warn(const std::string& text) = 0;
 };
 
 // The send step's own cursor over the store, independent of the record the editor holds.
@@ -31,11 +38,11 @@ class Outbox {
   virtual ~Outbox() = default;
   virtual void ResetList() = 0;
   virtual bool GetList() = 0;  // next message record in file order; false at the end
-  virtual std::int32_t MsgNo() const = 0;
-  virtual short Status() const = 0;
-  virtual std::string Subj() const = 0;
-  // Sets the current record's status and writes it back under its number.
-  virtual void UpdateStatus(short status) = 0;
+  virtual const MsgRecord& Record() const = 0;  // the record GetList returned
+  // Sets that record's status and writes it back where the walk found it (not by its
+  // number, which another program may have given twice). False when the record has
+  // changed or gone since the walk read it: nothing is then written.
+  virtual bool UpdateStatus(short status) = 0;
 };
 
 using OutboxFactory = std::function<std::unique_ptr<Outbox>()>;

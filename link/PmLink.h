@@ -10,12 +10,19 @@
 //   each queued message (status 2),      wait for "OK>", then the record becomes
 //     its whole tagged text                status 3 ("Sent")
 //   "POP", again and again               each reply holding "!/ICS213!" is one message,
-//                                          filed as Unread; "NOMORE>" ends the loop
+//                                          kept on disk, then filed as Unread;
+//                                          "NOMORE>" ends the loop
 //   "QUIT"                               not waited for; "QUITING>" usually arrives in
 //                                          the pause before we close
 // Any step that fails closes the socket without "QUIT" and leaves
 // "Disconnecting, error during <step>" in the status panel; unsent messages stay queued.
 // Pausev milliseconds separate the steps so a slow Pmdirect keeps up.
+//
+// Pmdirect forgets a message once it has handed it out, so each received text is kept in
+// spool/incoming (IncomingSpool.h) until it is filed. A text that cannot be filed stays
+// there, the operator is told where, and retrieval stops: filing fails for every text
+// alike (a full store, a failing disk), so the rest are left with Pmdirect. Start-up
+// files what was left (FileKept).
 //
 // Every wait sleeps in the event loop, so the editor, the clock and socket data go on
 // meanwhile, and a Send click or schedule tick may arrive inside a session:
@@ -26,9 +33,11 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "app/SessionLog.h"
 #include "app/Settings.h"
+#include "link/IncomingSpool.h"
 #include "link/LinkHost.h"
 #include "link/Transport.h"
 #include "link/Waits.h"
@@ -41,8 +50,9 @@ namespace velnor {
 class PmLink {
  public:
   // Settings are read live: HostName, Port, TimeOut, Pausev, LoginName, SRTime.
-  PmLink(EventLoop& loop, Socket& WNS, const Settings& settings, LinkHost& host,
-         SessionLogWriter& log, Dialogs& dialogs, OutboxFactory outbox);
+  // dataPath: where received texts are kept until filed (spool/incoming).
+  PmLink(EventLoop& loop, Socket& WNS, const Settings& settings, LinkHost& host, SessionLogWriter& log,
+         Dialogs& dialogs, OutboxFactory outbox, const std::string& dataPath);
   ~PmLink();
   PmLink(const PmLink&) = delete;
   PmLink& operator=(const PmLink&) = delete;
@@ -61,6 +71,10 @@ class PmLink {
   short SRCounter() const { return m_SRCounter; }
   short SRTimeStarted() const { return m_SRTimeStarted; }
   Timer& tmrSRTimer() { return *m_tmrSRTimer; }
+
+  // Files the received texts an earlier run kept but could not file, oldest first, and
+  // logs each; stops at the first that still cannot be filed. Called at start-up.
+  void FileKept();
 
   // Link test: true when connected and the whole text was handed to the socket.
   bool PmdirectTest(std::string inString);
@@ -82,6 +96,12 @@ class PmLink {
   void RetrieveMessages(bool& ok);
   void QuitSession();
   void AbortSession(const std::string& step);
+  // Keeps, files and lets go of one received text; false when it could not be filed.
+  bool FileReceived(const std::string& text);
+  // Deletes the kept copy of message `number`, now filed; a failure is logged.
+  void LetGo(IncomingSpool::Kept& kept, std::int32_t number);
+  // Logs and shows "Message could not be stored: kept in <path>" for each path.
+  void TellKept(const std::vector<std::string>& paths);
   void status(const std::string& text) { m_host.setStatus("Status", text); }
   void netState(const std::string& text) { m_host.setStatus("NetState", text); }
   short pausev() const { return m_settings.Pausev; }
@@ -93,6 +113,7 @@ class PmLink {
   SessionLogWriter& m_log;
   Dialogs& m_dialogs;
   OutboxFactory m_outbox;
+  IncomingSpool m_spool;
   Waits m_waits;
   Transport m_transport;
   std::unique_ptr<Timer> m_tmrSRTimer;

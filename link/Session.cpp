@@ -1,4 +1,5 @@
 #include <exception>
+#include <optional>
 
 #include "core/StringLib.h"
 #include "core/VError.h"
@@ -6,10 +7,17 @@
 
 namespace velnor {
 
-PmLink::PmLink(EventLoop& loop, Socket& WNS, const Settings& settings, LinkHost& host,
-               SessionLogWriter& log, Dialogs& dialogs, OutboxFactory outbox)
-    : m_WNS(WNS), m_settings(settings), m_host(host), m_log(log), m_dialogs(dialogs),
-      m_outbox(std::move(outbox)), m_waits(loop), m_transport(loop, WNS, settings, log, dialogs),
+PmLink::PmLink(EventLoop& loop, Socket& WNS, const Settings& settings, LinkHost& host, SessionLogWriter& log,
+               Dialogs& dialogs, OutboxFactory outbox, const std::string& dataPath)
+    : m_WNS(WNS),
+      m_settings(settings),
+      m_host(host),
+      m_log(log),
+      m_dialogs(dialogs),
+      m_outbox(std::move(outbox)),
+      m_spool(dataPath),
+      m_waits(loop),
+      m_transport(loop, WNS, settings, log, dialogs),
       m_tmrSRTimer(loop.createTimer()) {
   m_tmrSRTimer->onTick = [this] { tmrSRTimer_Timer(); };
 }
@@ -159,14 +167,16 @@ void PmLink::SendMessages(bool& ok) {
     state().AwaitedPrompt = 2;
     cursor->ResetList();
     while (cursor->GetList()) {
-      if (cursor->Status() != 2) continue;
+      // The record as the walk found it: its number may not be unique in a store that
+      // another program wrote, so nothing below looks it up by number again.
+      const MsgRecord& rec = cursor->Record();
+      if (rec.Status() != 2) continue;
       state().ReplyComplete = false;
-      const std::int32_t n = cursor->MsgNo();
-      const std::string num = std::to_string(n);
+      const std::string num = std::to_string(rec.MsgNo());
       status("Sending message # " + num + "...");
-      m_OutgoingText = m_host.EncodeMsg(n);
+      m_OutgoingText = m_host.EncodeMsg(rec);
       Pause(pausev());
-      m_transport.WinSend(m_OutgoingText);
+      m_transport.WinSend(m_OutgoingText, ReplyWait::MessageTaken);
       if (!state().ReplyComplete) {
         status("SendMessages: Lost connection");
         m_log.WriteLog("SendMessages: Lost connection");
@@ -174,9 +184,12 @@ void PmLink::SendMessages(bool& ok) {
         return;
       }
       status("Sending message # " + num + "... sent");
-      cursor->UpdateStatus(3);
+      const bool updated = cursor->UpdateStatus(3);
       m_host.RefreshMsgInfo();
-      m_log.WriteLog("SendMessages: Sent No. " + num + " titled: " + Trim(cursor->Subj()));
+      m_log.WriteLog("SendMessages: Sent No. " + num + " titled: " + Trim(rec.Subj()));
+      if (!updated)
+        m_log.WriteLog("SendMessages: No. " + num +
+                       " was changed by another program while it was sent; its status stays");
     }
     ok = true;
   } catch (const VError& e) {
@@ -204,16 +217,76 @@ void PmLink::RetrieveMessages(bool& ok) {
     }
     if (s.MessageEndSeen) {
       m_log.WriteLog("Incoming Message...");
-      try {
-        m_host.StoreMsg(s.ReceiveBuffer);
-      } catch (const std::exception& e) {
-        m_log.WriteLog(std::string("RetrieveMessages: ") + e.what());
-      }
+      if (!FileReceived(s.ReceiveBuffer)) return;
     }
   } while (!s.NoMoreSeen);
   status("End of Message Retrieval");
   Pause(pausev());
   ok = true;
+}
+
+bool PmLink::FileReceived(const std::string& text) {
+  std::optional<IncomingSpool::Kept> kept;
+  try {
+    kept.emplace(m_spool.Keep(text));
+  } catch (const std::exception& e) {
+    m_log.WriteLog("Incoming message could not be kept in " + m_spool.dir() + ": " + e.what());
+  }
+  std::int32_t number = 0;
+  try {
+    number = m_host.StoreMsg(text);
+  } catch (const std::exception& e) {
+    m_log.WriteLog(std::string("RetrieveMessages: ") + e.what());
+    if (kept) {
+      TellKept({kept->path()});
+    } else {
+      // Kept nowhere on disk: the operator's window is the last place left for the text.
+      const std::string line = "Message could not be stored nor kept in " + m_spool.dir();
+      m_log.WriteLog(line);
+      m_host.Warn(line + "; its text:\r\n\r\n" + text);
+    }
+    return false;
+  }
+  if (kept) LetGo(*kept, number);
+  return true;
+}
+
+void PmLink::LetGo(IncomingSpool::Kept& kept, std::int32_t number) {
+  try {
+    kept.Remove();
+  } catch (const std::exception& e) {
+    m_log.WriteLog("Message " + std::to_string(number) + " is filed, but its copy " + kept.path() +
+                   " could not be deleted (" + e.what() + "): delete it, or start-up files it again");
+  }
+}
+
+void PmLink::TellKept(const std::vector<std::string>& paths) {
+  std::string text;
+  for (const std::string& path : paths) {
+    const std::string line = "Message could not be stored: kept in " + path;
+    m_log.WriteLog(line);
+    text += (text.empty() ? "" : "\r\n") + line;
+  }
+  m_host.Warn(text);
+}
+
+void PmLink::FileKept() {
+  std::vector<std::string> notFiled;
+  for (IncomingSpool::Leftover& l : m_spool.Leftovers()) {
+    // After one failure the rest are not tried: they would fail alike.
+    if (notFiled.empty()) {
+      try {
+        const std::int32_t n = m_host.StoreMsg(l.text);
+        m_log.WriteLog("Kept incoming message filed as No. " + std::to_string(n) + ": " + l.kept.path());
+        LetGo(l.kept, n);
+        continue;
+      } catch (const std::exception& e) {
+        m_log.WriteLog(std::string("FileKept: ") + e.what());
+      }
+    }
+    notFiled.push_back(l.kept.path());
+  }
+  if (!notFiled.empty()) TellKept(notFiled);
 }
 
 void PmLink::QuitSession() {

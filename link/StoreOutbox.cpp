@@ -9,17 +9,20 @@ class IcsMsgOutbox : public Outbox {
  public:
   IcsMsgOutbox(const std::string& dataPath, EventLog& log) : m_msg(dataPath, log) {}
   void ResetList() override { m_msg.ResetList(); }
-  bool GetList() override { return m_msg.GetList(); }
-  std::int32_t MsgNo() const override { return m_msg.rec().MsgNo(); }
-  short Status() const override { return m_msg.rec().Status(); }
-  std::string Subj() const override { return m_msg.rec().Subj(); }
-  void UpdateStatus(short status) override {
+  bool GetList() override {
+    if (!m_msg.GetList()) return false;
+    m_listed = m_msg.rec();
+    return true;
+  }
+  const MsgRecord& Record() const override { return m_msg.rec(); }
+  bool UpdateStatus(short status) override {
     m_msg.rec().setStatus(status);
-    m_msg.Update(m_msg.rec().MsgNo());
+    return m_msg.UpdateListed(m_listed);
   }
 
  private:
   IcsMsg m_msg;
+  MsgRecord m_listed;  // as read, before any change
 };
 
 }  // namespace

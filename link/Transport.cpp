@@ -1,5 +1,6 @@
 #include "link/Transport.h"
 
+#include <algorithm>
 #include <exception>
 #include <utility>
 
@@ -15,6 +16,9 @@ constexpr std::array<std::string_view, 5> kPromptText = {"LOGON>", "OK>", "!/ICS
 // The reply wait when TimeOut is unusable; the connect step has already refused such a
 // value, so this only guards the link test and direct callers.
 constexpr std::int32_t kDefaultReplyMs = 5000;
+constexpr std::int64_t kMessageTakenMinMs = 120000;
+constexpr std::int64_t kMessageTakenTimeOuts = 10;
+constexpr std::int64_t kMaxTimerMs = 65535;
 
 }  // namespace
 
@@ -29,11 +33,27 @@ Transport::Transport(EventLoop& loop, Socket& wns, const Settings& settings, Ses
                      Dialogs& dialogs)
     : m_loop(loop), m_wns(wns), m_settings(settings), m_log(log), m_dialogs(dialogs),
       m_replyDeadline(loop.createTimer()) {
-  m_replyDeadline->onTick = [this] { m_replyDeadline->setEnabled(false); };
+  m_replyDeadline->onTick = [this] { armDeadline(m_deadlineLeft); };
   m_wns.onDataArrival = [this] { WNS_DataArrival(); };
 }
 
 Transport::~Transport() { m_wns.onDataArrival = nullptr; }
+
+void Transport::armDeadline(std::int64_t ms) {
+  m_replyDeadline->setEnabled(false);
+  if (ms <= 0) return;
+  const std::int64_t step = std::min(ms, kMaxTimerMs);
+  m_deadlineLeft = ms - step;
+  m_replyDeadline->setInterval(static_cast<int>(step));
+  m_replyDeadline->setEnabled(true);
+}
+
+std::int64_t Transport::ReplyBoundMs(ReplyWait wait) const {
+  std::int32_t timeOut = kDefaultReplyMs;
+  if (!ParseSettingNumber(m_settings.TimeOut, timeOut)) timeOut = kDefaultReplyMs;
+  if (wait == ReplyWait::Prompt) return timeOut;
+  return std::max(kMessageTakenMinMs, kMessageTakenTimeOuts * std::int64_t{timeOut});
+}
 
 void Transport::clearReceived() {
   m_state.ReceiveBuffer.clear();
@@ -104,7 +124,7 @@ void Transport::WNS_DataArrival() {
   }
 }
 
-void Transport::WinSend(const std::string& TxString) {
+void Transport::WinSend(const std::string& TxString, ReplyWait wait) {
   clearReceived();
   try {
     m_wns.send(TxString + "\r\n");
@@ -121,13 +141,8 @@ void Transport::WinSend(const std::string& TxString) {
     return;
   }
 
-  std::int32_t bound = kDefaultReplyMs;
-  if (!ParseSettingNumber(m_settings.TimeOut, bound)) bound = kDefaultReplyMs;
-  m_replyDeadline->setEnabled(false);
-  if (bound > 0) {
-    m_replyDeadline->setInterval(static_cast<int>(bound > 65535 ? 65535 : bound));
-    m_replyDeadline->setEnabled(true);
-  }
+  const std::int64_t bound = ReplyBoundMs(wait);
+  armDeadline(bound);
   while (!m_state.ReplyComplete) {
     if (m_overflow) break;
     if (m_wns.state() != Socket::Connected) {

@@ -15,9 +15,12 @@
 // text (plus a prompt's length - 1 of overlap) is searched, so a flood costs linear time.
 //
 // WinSend's wait ends when the reply is complete, when the socket leaves the connected
-// state, when TimeOut milliseconds pass, or when the peer sends more than
-// kMaxReceiveBuffer bytes without the prompt. Every end but the first leaves
-// ReplyComplete false, so the caller fails its step as on a lost connection.
+// state, when its bound passes, or when the peer sends more than kMaxReceiveBuffer bytes
+// without the prompt. Every end but the first leaves ReplyComplete false, so the caller
+// fails its step as on a lost connection. The bound is TimeOut milliseconds for a prompt;
+// for the "OK>" that takes a message it is 120 s or 10 x TimeOut, whichever is longer: a
+// Pmdirect busy on the radio may be slow to take it, and giving up early would leave the
+// message queued, to be sent again at the next session.
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -46,6 +49,9 @@ struct LinkState {
 // TimeOut and Port are kept as text; both must be whole decimal numbers.
 bool ParseSettingNumber(const std::string& text, std::int32_t& out);
 
+// What WinSend waits for, which decides how long it waits.
+enum class ReplyWait { Prompt, MessageTaken };
+
 class Transport {
  public:
   static constexpr std::size_t kMaxReceiveBuffer = 4u << 20;
@@ -62,7 +68,7 @@ class Transport {
 
   void WNS_DataArrival();
   void ScanReply(std::string_view text);
-  void WinSend(const std::string& TxString);
+  void WinSend(const std::string& TxString, ReplyWait wait = ReplyWait::Prompt);
   // Cuts the first Size characters off inString and returns them.
   std::string GetBuffer(std::int32_t Size, std::string& inString);
 
@@ -73,6 +79,10 @@ class Transport {
   enum Prompt { kLogon, kOk, kEndTag, kNoMore, kQuiting, kPromptCount };
   bool found(Prompt p);
   void clearReceived();
+  // How long WinSend waits, in ms, with the current TimeOut.
+  std::int64_t ReplyBoundMs(ReplyWait wait) const;
+  // Arms the reply deadline; bounds past the longest timer interval run in several steps.
+  void armDeadline(std::int64_t ms);
 
   EventLoop& m_loop;
   Socket& m_wns;
@@ -81,6 +91,7 @@ class Transport {
   Dialogs& m_dialogs;
   LinkState m_state;
   std::unique_ptr<Timer> m_replyDeadline;
+  std::int64_t m_deadlineLeft = 0;  // ms still to run after the current interval
   // Per prompt: found in ReceiveBuffer, and how far the buffer has been searched for it.
   std::array<bool, kPromptCount> m_found{};
   std::array<std::size_t, kPromptCount> m_searched{};

@@ -306,6 +306,27 @@ void IcsMsg::Update(std::int32_t number) {
   }
 }
 
+bool IcsMsg::UpdateListed(const MsgRecord& listed) {
+  const std::string source = "PmMsg:UpdateListed";
+  try {
+    StoreFile f(m_storeFile, m_header);
+    const std::int64_t n = f.recCount();
+    const auto holdsListed = [&](std::int64_t at) {
+      f.readRecords(at, 1, m_scan.image().data(), source);
+      return m_scan.image() == listed.image();
+    };
+    std::int64_t at = m_listPos >= 2 && m_listPos <= n && holdsListed(m_listPos) ? m_listPos : 0;
+    for (std::int64_t r = 2; at == 0 && r <= n; ++r) {
+      if (r != m_listPos && holdsListed(r)) at = r;
+    }
+    if (at == 0) return false;
+    f.writeRecord(at, m_current.image().data(), source);
+    return true;
+  } catch (...) {
+    rethrow("UpdateListed");
+  }
+}
+
 void IcsMsg::DeleteOne(std::int32_t number) {
   const std::string source = "PmMsg:DeleteOne";
   const std::string tmp = m_dataPath + "/IcsData.tmp";

@@ -50,7 +50,7 @@
 // A GetList served from the block cannot fail where the locked way would only on
 // conditions that do not concern the contents (no free descriptors, a read-only remount).
 //
-// Load/Add/Update/GetList/DeleteOne write an event-log entry "<description> in
+// Load/Add/Update/UpdateListed/GetList/DeleteOne write an event-log entry "<description> in
 // PmMsg:<Op>" on failure and rethrow VError with source "PmMsg:<Op>".
 #include <cstdint>
 #include <functional>
@@ -78,6 +78,13 @@ class IcsMsg {
   void Add();
   short NewMsg();  // throws VError(kErrOverflow) past 32767, after storing
   void Update(std::int32_t number);
+  // Writes the current record over the record the last GetList returned, found by its
+  // place in the file rather than its number: a store written by another program may hold
+  // one number twice, and Update would then write over the first of them. `listed` is
+  // that record as GetList returned it. If another process has moved it since (a
+  // DeleteOne before it), the first record still equal to it is written instead; false,
+  // and nothing written, when the store no longer holds it.
+  bool UpdateListed(const MsgRecord& listed);
   void DeleteOne(std::int32_t number);
   void ResetList();
   bool GetList();

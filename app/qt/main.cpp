@@ -27,6 +27,7 @@ int main(int argc, char** argv) {
                                                    velnor::FileLib::Environment::FromProcess()});
   dialogs.setOwner(&window);
   printers.setOwner(&window);
-  if (!window.Form_Load()) return 1;
+  // Closed during start-up: ended by the operator, not by a failure.
+  if (!window.Form_Load()) return window.Unloaded() ? 0 : 1;
   return QApplication::exec();
 }

@@ -47,19 +47,16 @@ class NoDialogs : public Dialogs {
 
 class Host : public LinkHost {
  public:
-  Host(std::string dataPath, EventLog& log, const Settings& s) : m_dataPath(std::move(dataPath)), m_log(log), m_s(s) {}
+  explicit Host(const Settings& s) : m_s(s) {}
   void setStatus(const std::string& key, const std::string& text) override { panels[key] = text; }
   std::string status() override { return panels["Status"]; }
   void RefreshMsgInfo() override {}
-  std::string EncodeMsg(std::int32_t n) override {
-    return velnor::EncodeMsg(m_dataPath, m_log, n, Trim(m_s.LoginName));
-  }
-  void StoreMsg(const std::string&) override {}
+  std::string EncodeMsg(const MsgRecord& rec) override { return EncodeRecord(rec, Trim(m_s.LoginName)); }
+  std::int32_t StoreMsg(const std::string&) override { return 0; }
+  void Warn(const std::string& text) override { std::fprintf(stderr, "warning: %s\n", text.c_str()); }
   std::map<std::string, std::string> panels;
 
  private:
-  std::string m_dataPath;
-  EventLog& m_log;
   const Settings& m_s;
 };
 
@@ -76,11 +73,12 @@ double wallSeconds() {
 }
 
 struct Station {
-  explicit Station(int port, const std::string& dir) : dataPath(dir), host(dir, events, settings) {
+  explicit Station(int port, const std::string& dir) : dataPath(dir), host(settings) {
     settings.Port = std::to_string(port);
     settings.Pausev = 0;
     settings.LoginName = "ALPHA";
-    link = std::make_unique<PmLink>(loop, wns, settings, host, log, dialogs, StoreOutbox(dataPath, events));
+    link = std::make_unique<PmLink>(loop, wns, settings, host, log, dialogs, StoreOutbox(dataPath, events),
+                                    dataPath);
   }
   std::string dataPath;
   NullEventLog events;

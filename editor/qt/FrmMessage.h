@@ -5,6 +5,8 @@
 // link its status bar and codec (LinkHost) and opens a notice per received message
 // (NoticeSink).
 #include <QMainWindow>
+#include <QMessageBox>
+#include <QPointer>
 #include <array>
 #include <memory>
 #include <string>
@@ -57,8 +59,11 @@ class FrmMessage : public QMainWindow, public EditorView, public LinkHost, publi
   explicit FrmMessage(FrmMessageDeps deps, QWidget* parent = nullptr);
   ~FrmMessage() override;
 
-  // Start-up. False when the data directory cannot be found or made: the program ends.
+  // Start-up. False when the program is to end: the data directory cannot be found or
+  // made, or the window was closed before start-up was through (Unloaded()).
   bool Form_Load();
+  // The window has been closed, and with it the program.
+  bool Unloaded() const { return m_unloaded; }
 
   MessageEditor* editor() { return m_editor.get(); }
   PmLink* link() { return m_link.get(); }
@@ -102,8 +107,10 @@ class FrmMessage : public QMainWindow, public EditorView, public LinkHost, publi
   void setStatus(const std::string& panelKey, const std::string& text) override;
   std::string status() override;
   void RefreshMsgInfo() override;
-  std::string EncodeMsg(std::int32_t n) override;
-  void StoreMsg(const std::string& text) override;
+  std::string EncodeMsg(const MsgRecord& rec) override;
+  std::int32_t StoreMsg(const std::string& text) override;
+  // One box that does not wait; further warnings are added to it while it is open.
+  void Warn(const std::string& text) override;
 
   // NoticeSink: one notice window per received message.
   void ShowNotice(const std::string& text, std::int32_t number) override;
@@ -129,6 +136,8 @@ class FrmMessage : public QMainWindow, public EditorView, public LinkHost, publi
   void mnuProperties_Click();
   void mnuAbout_Click();
   void WriteLog(const std::string& line);
+  // Start-up cut short by the window's closing; the program ends.
+  bool StartupAbandoned();
   // Runs a window handler; a failure goes to the log and the "Status" panel.
   void Guard(const char* routine, const std::function<void()>& f);
 
@@ -159,7 +168,8 @@ class FrmMessage : public QMainWindow, public EditorView, public LinkHost, publi
   QLabel* m_panelCurrentTime = nullptr;
   QAction* m_mnuSaveAs = nullptr;
   QTimer* m_tmrClock = nullptr;
-  bool m_closing = false;
+  QPointer<QMessageBox> m_warning;
+  bool m_unloaded = false;
 };
 
 }  // namespace velnor

@@ -8,6 +8,7 @@
 
 #include "app/SessionLog.h"
 #include "core/Clock.h"
+#include "core/Cp1252.h"
 #include "core/DateTime.h"
 #include "core/VError.h"
 #include "editor/Trap.h"
@@ -37,6 +38,11 @@ void FrmMessage::Guard(const char* routine, const std::function<void()>& f) {
     WriteLog(text);
     setStatus(text);
   });
+}
+
+bool FrmMessage::StartupAbandoned() {
+  QApplication::restoreOverrideCursor();
+  return false;
 }
 
 bool FrmMessage::Form_Load() {
@@ -75,7 +81,7 @@ bool FrmMessage::Form_Load() {
                                           [this] { return m_deps.printers.CurrentSystemPrinterName(); });
 
   m_link = std::make_unique<PmLink>(m_deps.loop, m_deps.socket, m_settings, *this, *m_sessionLog, dialogs,
-                                    StoreOutbox(m_dataPath, m_deps.eventLog));
+                                    StoreOutbox(m_dataPath, m_deps.eventLog), m_dataPath);
 
   // 7-10: visible from here on, so the progress can be followed.
   setCaption(kProgramTitle);
@@ -97,20 +103,27 @@ bool FrmMessage::Form_Load() {
     setStatus("Settings file could not be written: " + e.description());
   }
 
-  // 12-15: the day's log.
+  // 12-15: the day's log. From here on every wait lets the operator close the window,
+  // which ends the program there and then.
   m_sessionLog->SetLogDirectory(SessionLog::ChooseLogDirectory(m_logsPath, m_dataPath));
   m_logFile = m_sessionLog->logFile();
   m_sessionLog->SetLoggingOn(true);
   m_link->Pause(50);
+  if (m_unloaded) return StartupAbandoned();
   m_sessionLog->SetupLog();
   if (!m_sessionLog->loggingOn()) {
     setStatus("Starting up logging... failed; continuing anyway");
     m_link->Pause(2000);
+    if (m_unloaded) return StartupAbandoned();
   }
 
   // 16-17: who is operating.
   m_editor->mnuIdentifier_Click();
+  if (m_unloaded) return StartupAbandoned();
   setCaption(m_editor->MainCaption());
+
+  // Texts an earlier run received but could not file.
+  m_link->FileKept();
 
   // 18-20: one whole session as the link test, then the schedule.
   setStatus("Link Test... ");
@@ -121,6 +134,7 @@ bool FrmMessage::Form_Load() {
   } catch (const std::exception& e) {
     WriteLog(std::string("Link Test: ") + e.what());
   }
+  if (m_unloaded) return StartupAbandoned();
   if (passed) {
     setStatus("Link Test... Passed");
     WriteLog("Link Test to Pmdirect... passed");
@@ -131,6 +145,7 @@ bool FrmMessage::Form_Load() {
     dialogs.beep();
     m_link->Pause(500);
   }
+  if (m_unloaded) return StartupAbandoned();
   m_link->StartSRTimer();
 
   // 21-22
@@ -175,6 +190,7 @@ void FrmMessage::closeEvent(QCloseEvent* event) {
   if (m_link) m_link->tmrSRTimer().setEnabled(false);
   // Writes "Pellmoor.glo" back if anything marked it changed.
   m_pmGlobal.reset();
+  m_unloaded = true;
   event->accept();
 }
 
@@ -199,13 +215,25 @@ void FrmMessage::RefreshMsgInfo() {
   if (m_editor) m_editor->RefreshMsgInfo();
 }
 
-std::string FrmMessage::EncodeMsg(std::int32_t n) {
-  return velnor::EncodeMsg(m_dataPath, m_deps.eventLog, n, m_settings.LoginName);
+std::string FrmMessage::EncodeMsg(const MsgRecord& rec) { return EncodeRecord(rec, m_settings.LoginName); }
+
+std::int32_t FrmMessage::StoreMsg(const std::string& t) {
+  StoreMsgContext ctx{m_dataPath, m_deps.eventLog, *m_sessionLog, *this, m_settings.DateFormat, m_settings.TimeFormat};
+  return velnor::StoreMsg(t, 2, ctx);
 }
 
-void FrmMessage::StoreMsg(const std::string& t) {
-  StoreMsgContext ctx{m_dataPath, m_deps.eventLog, *m_sessionLog, *this, m_settings.DateFormat, m_settings.TimeFormat};
-  velnor::StoreMsg(t, 2, ctx);
+void FrmMessage::Warn(const std::string& t) {
+  const QString text = QString::fromStdString(Cp1252ToUtf8(t)).replace("\r\n", "\n");
+  if (m_warning) {
+    m_warning->setText(m_warning->text() + "\n" + text);
+  } else {
+    m_warning = new QMessageBox(QMessageBox::Warning, kProgramTitle, text, QMessageBox::Ok, this);
+    m_warning->setObjectName("msgWarning");
+    m_warning->setAttribute(Qt::WA_DeleteOnClose);
+    m_warning->setWindowModality(Qt::NonModal);
+    m_warning->setTextInteractionFlags(Qt::TextSelectableByMouse);
+  }
+  m_warning->show();
 }
 
 // ---- notices ----

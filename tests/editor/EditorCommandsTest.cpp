@@ -225,5 +225,25 @@ TEST_F(WindowTest, ClosingDuringSessionIsRefused) {
   EXPECT_TRUE(win->close());
 }
 
+// File > Exit in the pause after the start-up link test ends start-up there, and with it
+// the program: no schedule goes on polling behind a closed window.
+TEST_F(WindowTest, ExitDuringTheStartUpPauseEndsTheProgram) {
+  std::filesystem::create_directories(dataPath);
+  WriteSettings(dataPath + "/velnor.ini", QuickSettings());
+  win = std::make_unique<FrmMessage>(
+      FrmMessageDeps{dialogs, sound, clock, eventLog, loop, socket, printers, Env()});
+  dialogs.expectInput("Enter your Identifier", "k1abc");
+  QTimer poll;  // the failed link test beeps, then pauses
+  QObject::connect(&poll, &QTimer::timeout, [&] {
+    if (dialogs.beeps == 1 && win->isVisible()) trigger("mnuExit");
+  });
+  poll.start(5);
+  EXPECT_FALSE(win->Form_Load());
+  EXPECT_TRUE(win->Unloaded());
+  EXPECT_FALSE(win->isVisible());
+  EXPECT_FALSE(win->link()->tmrSRTimer().enabled());
+  EXPECT_EQ(win->status(), "Link Test... Failed");
+}
+
 }  // namespace
 }  // namespace velnor::testing

@@ -13,6 +13,7 @@
 #include "link/PmLink.h"
 #include "tests/support/FakeSocket.h"
 #include "tests/support/ScriptedDialogs.h"
+#include "tests/support/TempDir.h"
 #include "tests/support/VirtualEventLoop.h"
 
 namespace velnor::testing {
@@ -34,16 +35,21 @@ class FakeHost : public LinkHost {
   }
   std::string status() override { return panels["Status"]; }
   void RefreshMsgInfo() override { ++refreshes; }
-  std::string EncodeMsg(std::int32_t n) override {
+  std::string EncodeMsg(const MsgRecord& rec) override {
     if (encodeFails) throw VError(kErrFileNotFound, "PmMsg:Load", "File not found");
-    return "!ICS213!\r\nMSGNO:" + std::to_string(n) + "\r\n!/ICS213!";
+    return "!ICS213!\r\nMSGNO:" + std::to_string(rec.MsgNo()) + "\r\n!/ICS213!";
   }
-  void StoreMsg(const std::string& text) override { filed.push_back(text); }
+  std::int32_t StoreMsg(const std::string& text) override {
+    filed.push_back(text);
+    return static_cast<std::int32_t>(filed.size());
+  }
+  void Warn(const std::string& text) override { warnings.push_back(text); }
   bool saw(const std::string& status) const { return std::ranges::find(statusHistory, status) != statusHistory.end(); }
 
   std::map<std::string, std::string> panels;
   Lines statusHistory;
   Lines filed;
+  Lines warnings;
   int refreshes = 0;
   bool encodeFails = false;
 };
@@ -78,16 +84,24 @@ class MemoryOutbox : public Outbox {
  public:
   explicit MemoryOutbox(std::vector<OutboxRecord>& recs) : m_recs(recs) {}
   void ResetList() override { m_pos = 0; }
-  bool GetList() override { return ++m_pos <= m_recs.size(); }
-  std::int32_t MsgNo() const override { return cur().msgNo; }
-  short Status() const override { return cur().status; }
-  std::string Subj() const override { return cur().subj; }
-  void UpdateStatus(short s) override { m_recs.at(m_pos - 1).status = s; }
+  bool GetList() override {
+    if (++m_pos > m_recs.size()) return false;
+    const OutboxRecord& r = m_recs[m_pos - 1];
+    m_cur.setMsgNo(r.msgNo);
+    m_cur.setStatus(r.status);
+    m_cur.setSubj(r.subj);
+    return true;
+  }
+  const MsgRecord& Record() const override { return m_cur; }
+  bool UpdateStatus(short s) override {
+    m_recs.at(m_pos - 1).status = s;
+    return true;
+  }
 
  private:
-  const OutboxRecord& cur() const { return m_recs.at(m_pos - 1); }
   std::vector<OutboxRecord>& m_recs;
   std::size_t m_pos = 0;
+  MsgRecord m_cur;
 };
 
 // Answers the dialogue like Pmdirect; `waiting` are handed out one per "POP".
@@ -98,6 +112,7 @@ struct FakePmdirect {
   std::string logonReply = "OK>\r\n";
   std::string msgReply = "OK>\r\n";
   std::int64_t delayMs = 3;
+  std::int64_t msgDelayMs = 3;  // before the "OK>" that takes a message
 
   explicit FakePmdirect(FakeSocket& s) : sock(s) {
     sock.onSend = [this](std::string_view sent) { answer(std::string(sent)); };
@@ -114,7 +129,7 @@ struct FakePmdirect {
       sock.deliver("QUITING>\r\n", delayMs);
       sock.peerClose(delayMs + 1);
     } else {
-      sock.deliver(msgReply, delayMs);
+      sock.deliver(msgReply, msgDelayMs);
     }
   }
 };
@@ -128,11 +143,13 @@ class LinkTest : public ::testing::Test {
   }
   PmLink& link() {
     if (!m_link)
-      m_link = std::make_unique<PmLink>(loop, sock, settings, host, log, dialogs,
-                                        [this] { return std::make_unique<MemoryOutbox>(outbox); });
+      m_link = std::make_unique<PmLink>(
+          loop, sock, settings, host, log, dialogs, [this] { return std::make_unique<MemoryOutbox>(outbox); },
+          dataDir.path());
     return *m_link;
   }
 
+  TempDir dataDir;
   VirtualEventLoop loop;
   FakeSocket sock{loop};
   Settings settings;

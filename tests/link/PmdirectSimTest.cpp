@@ -5,8 +5,10 @@
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTimer>
+#include <filesystem>
 #include <memory>
 
+#include "core/AtomicFile.h"
 #include "core/EventLog.h"
 #include "core/StringLib.h"
 #include "format/Decoder.h"
@@ -60,7 +62,8 @@ class Station : public FakeHost {
     settings.Port = std::to_string(port);
     settings.TimeOut = "3000";
     settings.Pausev = 0;
-    link = std::make_unique<PmLink>(loop, wns, settings, *this, log, dialogs, StoreOutbox(dir.path(), events));
+    link = std::make_unique<PmLink>(loop, wns, settings, *this, log, dialogs, StoreOutbox(dir.path(), events),
+                                    dir.path());
   }
   std::int32_t queue(const std::string& dest, const std::string& subj, const std::string& body) {
     IcsMsg m(dir.path(), events);
@@ -82,12 +85,13 @@ class Station : public FakeHost {
     while (m.GetList()) out.emplace_back(m.rec().Status(), Trim(m.rec().Subj()));
     return out;
   }
-  std::string EncodeMsg(std::int32_t n) override {
+  std::string EncodeMsg(const MsgRecord& rec) override { return EncodeRecord(rec, Trim(settings.LoginName)); }
+  std::string EncodeMsg(std::int32_t n) {
     return velnor::EncodeMsg(dir.path(), events, n, Trim(settings.LoginName));
   }
-  void StoreMsg(const std::string& text) override {
+  std::int32_t StoreMsg(const std::string& text) override {
     StoreMsgContext ctx{dir.path(), events, log, notices, settings.DateFormat, settings.TimeFormat};
-    velnor::StoreMsg(text, 2, ctx);
+    return velnor::StoreMsg(text, 2, ctx);
   }
 
   TempDir dir;
@@ -127,6 +131,73 @@ TEST(PmdirectSim, TwoStationsExchangeMessagesWithExactBytesOnTheWire) {
   // The last "QUIT" may still be on its way into the transcript.
   for (int i = 0; i < 50 && sim.received() != expected; ++i) bravo.link->Pause(20);
   EXPECT_EQ(sim.received(), expected);
+}
+
+// Another program gave one number twice: the waiting record is the one sent and marked,
+// the other is left as it was, and the next session sends nothing.
+TEST(PmdirectSim, ANumberGivenTwiceSendsAndMarksTheWaitingRecord) {
+  Sim sim;
+  Station alpha("ALPHA", sim.port);
+  const std::int32_t n = alpha.queue("BRAVO", "Waiting", "send me");
+  IcsMsg m(alpha.dir.path(), alpha.events);
+  ASSERT_TRUE(m.Load(n));
+  const MsgRecord waiting = m.rec();
+  m.rec().setStatus(3);
+  m.rec().setSubj("Sent before");
+  m.Update(n);
+  m.rec() = waiting;
+  m.Add();
+  EXPECT_TRUE(alpha.link->SeqPmdirect());
+  EXPECT_TRUE(alpha.link->SeqPmdirect());
+  EXPECT_EQ(alpha.records(), (Records{{3, "Sent before"}, {3, "Waiting"}}));
+  const std::string session = "<!REG!>\r\n<!LOGON!>ALPHA\r\n";
+  const std::string expected =
+      session + alpha.EncodeMsg(waiting) + "\r\nPOP\r\nQUIT\r\n" + session + "POP\r\nQUIT\r\n";
+  for (int i = 0; i < 50 && sim.received() != expected; ++i) alpha.link->Pause(20);
+  EXPECT_EQ(sim.received(), expected);
+}
+
+// Pmdirect forgets what it has handed out. A text the store cannot take (its numbers are
+// used up) stays on disk, the operator is told where, retrieval stops so the rest wait at
+// Pmdirect, and start-up files it once the store can take it.
+TEST(PmdirectSim, AMessageTheStoreCannotTakeIsKeptAndFiledAtStartUp) {
+  Sim sim;
+  Station alpha("ALPHA", sim.port), bravo("BRAVO", sim.port);
+  const std::string water = alpha.EncodeMsg(alpha.queue("BRAVO", "Water", "one"));
+  alpha.queue("BRAVO", "Fuel", "two");
+  ASSERT_TRUE(alpha.link->SeqPmdirect());
+  MsgRecord header;
+  header.setMsgNo(32767);
+  header.setTo("[ics213!.]");
+  WriteFileAtomically(
+      bravo.dir.file("velnor.odb"),
+      std::string(reinterpret_cast<const char*>(header.image().data()), header.image().size()), "test");
+
+  bravo.panels["Status"] = "kept";
+  bravo.link->RunSession();
+  std::vector<std::string> kept;
+  for (const auto& e : std::filesystem::directory_iterator(bravo.dir.file("spool/incoming")))
+    kept.push_back(e.path().string());
+  ASSERT_EQ(kept.size(), 1u);
+  EXPECT_EQ(ReadWholeFile(kept[0], "test").find(water), 0u);
+  const std::string told = "Message could not be stored: kept in " + kept[0];
+  ExpectFailed(bravo, bravo.log, *bravo.link,
+               {"Disconnecting... ",
+                {"Incoming Message...", "RetrieveMessages: Overflow", told},
+                "Retrieving messages"});
+  EXPECT_FALSE(bravo.saw("End of Message Retrieval"));
+  EXPECT_EQ(bravo.warnings, Lines{told});
+  EXPECT_TRUE(bravo.notices.shown.empty());
+
+  std::filesystem::remove(bravo.dir.file("velnor.odb"));
+  bravo.log.lines.clear();
+  bravo.link->FileKept();
+  EXPECT_EQ(bravo.log.lines, (Lines{"StoreMsg...: Loading message titled: Water",
+                                    "Kept incoming message filed as No. 1: " + kept[0]}));
+  EXPECT_FALSE(std::filesystem::exists(kept[0]));
+  EXPECT_TRUE(bravo.link->SeqPmdirect());
+  EXPECT_EQ(bravo.records(), (Records{{4, "Water"}, {4, "Fuel"}}));
+  EXPECT_EQ(bravo.notices.shown.size(), 2u);
 }
 
 TEST(PmdirectSim, SplitPromptsStillCompleteTheSession) {

@@ -71,6 +71,31 @@ TEST_F(IcsMsgTest, UpdateReplacesOnlyTheFirstMatchingRecord) {
   EXPECT_EQ(ReadFile(store()), expected.replace(3 * kRecLen, kRecLen, ImageOf(m.rec())));
 }
 
+// Where the walk found it, whatever its number; where a DeleteOne elsewhere moved it; and
+// nowhere once it has changed.
+TEST_F(IcsMsgTest, UpdateListedWritesTheRecordTheWalkFound) {
+  WriteFile(store(), HeaderRecord(4) + MessageRecord(1) + MessageRecord(3, "first three") +
+                         MessageRecord(3, "second three") + MessageRecord(4));
+  std::string expected = ReadFile(store());
+  IcsMsg m(dir.path(), log);
+  m.ResetList();
+  for (int i = 0; i < 3; ++i) ASSERT_TRUE(m.GetList());
+  MsgRecord listed = m.rec();
+  m.rec().setStatus(3);
+  ASSERT_TRUE(m.UpdateListed(listed));
+  EXPECT_EQ(ReadFile(store()), expected.replace(3 * kRecLen, kRecLen, ImageOf(m.rec())));
+
+  IcsMsg(dir.path(), log).DeleteOne(1);
+  listed = m.rec();
+  m.rec().setStatus(5);
+  ASSERT_TRUE(m.UpdateListed(listed));
+  expected.erase(kRecLen, kRecLen);
+  EXPECT_EQ(ReadFile(store()), expected.replace(2 * kRecLen, kRecLen, ImageOf(m.rec())));
+
+  EXPECT_FALSE(m.UpdateListed(listed));
+  EXPECT_EQ(ReadFile(store()), expected);
+}
+
 TEST_F(IcsMsgTest, DeleteOneDropsEveryCopyAndKeepsTheCounter) {
   make(4, {1, 2, 3, 3, 4});
   IcsMsg m(dir.path(), log);
