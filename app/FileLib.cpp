@@ -18,24 +18,26 @@ namespace {
 
 bool StartsWith(const std::string& s, std::string_view prefix) { return s.compare(0, prefix.size(), prefix) == 0; }
 
-// Logs the failure and raises it again as the caller's FileLib:<proc> failure.
+// Logs the failure and raises it again as this procedure's FileLib:<proc> failure. Each
+// procedure a failure passes through logs it and adds its own step, so the entries trace
+// the calls from where it happened outwards.
 [[noreturn]] void Fail(EventLog& log, const std::string& proc, int step) {
   const std::string source = "FileLib:" + proc;
-  long number = kErrInvalidCall;
+  long number = kErrInvalidCall + kUserErrorBase;
   std::string description = "Unexpected failure";
   try {
     throw;
   } catch (const VError& e) {
-    if (StartsWith(e.source(), "FileLib:")) throw;  // already logged where it happened
-    number = e.number();
     description = e.description();
+    // A failure raised by another procedure here already carries the user-error base.
+    number = StartsWith(e.source(), "FileLib:") ? e.number() : e.number() + kUserErrorBase;
   } catch (const std::exception& e) {
     description = e.what();
   } catch (...) {
   }
   const std::string stepText = ", Step = " + std::to_string(step);
   log.writeError(description + " " + source + stepText);
-  throw VError(number + kUserErrorBase, source, description + stepText);
+  throw VError(number, source, description + stepText);
 }
 
 std::optional<std::string> NonEmpty(const Environment& env, const char* name) {

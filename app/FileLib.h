@@ -14,8 +14,10 @@
 // Failures: DirExists, IsFile and MakeDir never throw (any failure is "no"). The other
 // procedures write "<description> FileLib:<Proc>, Step = <n>" to the event log and throw
 // VError(number - 2147221504, "FileLib:<Proc>", "<description>, Step = <n>"). A failure
-// already raised by another FileLib procedure passes through unchanged, so it is logged
-// and numbered once. GetDirName and GetFileName cannot fail.
+// raised by another FileLib procedure is logged and raised again the same way, its
+// number kept (it has the base already): DefineDataPath over an unreadable
+// "Pellmoor.conf" logs "... FileLib:GetPathFromConf, Step = 2" and then
+// "..., Step = 2 FileLib:DefineDataPath, Step = 1". GetDirName and GetFileName cannot fail.
 #include <functional>
 #include <optional>
 #include <string>

@@ -46,7 +46,7 @@ bool ApplySetting(Settings& s, std::string_view key, std::string_view value) {
   for (const auto& k : kInt) {
     if (key == k.name) {
       short v = 0;
-      if (ParseInt16(value, v)) s.*k.member = v;
+      if (NumberToInt16(value, v)) s.*k.member = v;
       return true;
     }
   }

@@ -1,6 +1,8 @@
 #include "core/StringLib.h"
 
 #include <cerrno>
+#include <charconv>
+#include <cmath>
 #include <cstdlib>
 #include <limits>
 
@@ -76,6 +78,50 @@ bool ParseInt32(std::string_view s, long& out) {
 bool ParseInt16(std::string_view s, short& out) {
   long v = 0;
   if (!ParseInt32(s, v) || v < -32768 || v > 32767) return false;
+  out = static_cast<short>(v);
+  return true;
+}
+
+namespace {
+
+bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+
+// Skips digits from i; returns how many.
+std::size_t SkipDigits(std::string_view s, std::size_t& i) {
+  const std::size_t from = i;
+  while (i < s.size() && IsDigit(s[i])) ++i;
+  return i - from;
+}
+
+}  // namespace
+
+bool NumberToInt16(std::string_view s, short& out) {
+  const std::size_t b = s.find_first_not_of(" \t");
+  if (b == std::string_view::npos) return false;
+  s = s.substr(b, s.find_last_not_of(" \t") - b + 1);
+  // The grammar is checked here, so that from_chars (which knows no locale) reads
+  // nothing else: no "inf", "nan" or hexadecimal.
+  std::size_t i = 0;
+  const bool negative = s[0] == '-';
+  if (s[0] == '+' || s[0] == '-') ++i;
+  const std::size_t mantissa = i;
+  std::size_t digits = SkipDigits(s, i);
+  if (i < s.size() && s[i] == '.') {
+    ++i;
+    digits += SkipDigits(s, i);
+  }
+  if (digits == 0) return false;
+  if (i < s.size() && (s[i] == 'e' || s[i] == 'E')) {
+    ++i;
+    if (i < s.size() && (s[i] == '+' || s[i] == '-')) ++i;
+    if (SkipDigits(s, i) == 0) return false;
+  }
+  if (i != s.size()) return false;
+  double v = 0;
+  const auto [end, ec] = std::from_chars(s.data() + mantissa, s.data() + s.size(), v);
+  if (ec != std::errc() || end != s.data() + s.size()) return false;
+  v = std::nearbyint(negative ? -v : v);  // to nearest, halves to even
+  if (!(v >= -32768.0 && v <= 32767.0)) return false;
   out = static_cast<short>(v);
   return true;
 }

@@ -34,4 +34,9 @@ std::string ToUpperAscii(std::string_view s);
 bool ParseInt16(std::string_view s, short& out);
 bool ParseInt32(std::string_view s, long& out);
 
+// A decimal number as the ordinary text-to-number conversion reads it ("120", "120.0",
+// "1e2", "-.5", blanks around), rounded to the nearest 16-bit integer, halves to even;
+// false when the text is not such a number or the result is out of range.
+bool NumberToInt16(std::string_view s, short& out);
+
 }  // namespace velnor

@@ -91,6 +91,7 @@ ParsedIncoming ParseIncoming(std::string_view text, short origin, std::string_vi
   std::string routeText;
   BodyText msg;
   BodyText reply;
+  bool msgSet = false;  // a field no line sets keeps its zero bytes
 
   auto appendToBlock = [&](std::string_view trimmed) {
     if (block == 1) msg.append(trimmed);
@@ -129,6 +130,7 @@ ParsedIncoming ParseIncoming(std::string_view text, short origin, std::string_vi
       rec.setMsgDate(ReadDate(value, "DATE", dateFormat, timeFormat, out));
     } else if (key == "MESSAGE") {
       msg.assign(value);
+      msgSet = true;
       block = 1;
     } else if (key == "REPLY") {
       reply.assign(value);
@@ -158,7 +160,7 @@ ParsedIncoming ParseIncoming(std::string_view text, short origin, std::string_vi
     }
   }
 
-  rec.setMsg(msg.text());
+  if (msgSet) rec.setMsg(msg.text());
   rec.setReply(reply.text());
   rec.setOrigin(origin);
   rec.setStatus(4);

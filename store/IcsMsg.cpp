@@ -84,6 +84,14 @@ std::int64_t RecCountFor(off_t size) {
 
 VError Overflow(const std::string& source) { return VError(kErrOverflow, source, "Overflow"); }
 
+// The header of a new store: the counter, the marker, zero bytes elsewhere.
+MsgRecord NewHeader(std::int32_t counter) {
+  MsgRecord header;
+  header.setMsgNo(counter);
+  header.setTo("[ics213!.]");
+  return header;
+}
+
 std::int32_t MsgNoOf(const unsigned char* rec) {
   const std::uint32_t v = static_cast<std::uint32_t>(rec[0]) | static_cast<std::uint32_t>(rec[1]) << 8 |
                           static_cast<std::uint32_t>(rec[2]) << 16 | static_cast<std::uint32_t>(rec[3]) << 24;
@@ -151,12 +159,14 @@ class StoreFile {
     m_size = locked.st_size;
     if (m_size == 0) {
       // InitHeader: a new store starts with counter 0 and the marker.
-      header.setMsgNo(0);
-      header.setTo("[ics213!.]");
+      header = NewHeader(0);
       writeRecord(1, header.image().data(), "PmMsg:InitHeader");
     }
-    m_recCount = RecCountFor(m_size);
+    recount();
   }
+
+  // The record count for the file's length now, as an operation that opened it anew sees it.
+  void recount() { m_recCount = RecCountFor(m_size); }
 
   int fd() const { return m_fd.get(); }
   std::int64_t recCount() const { return m_recCount; }
@@ -164,6 +174,7 @@ class StoreFile {
   // The file as fstat saw it under the lock, before this operation wrote anything.
   const struct stat& lockedStat() const { return m_locked; }
   bool wroteHeader() const { return m_locked.st_size == 0; }
+  off_t size() const { return m_size; }
 
   // Reads count records starting at record first (from 1); whatever lies past the end of
   // the file reads as zero bytes.
@@ -282,17 +293,25 @@ short IcsMsg::NewMsg() {
   f.readRecords(1, 1, m_header.image().data(), "PmMsg:ReadHeader");
   const std::int32_t counter = m_header.MsgNo();
   if (counter == 2147483647) throw Overflow("PmMsg:NewMsg");
+  // A file shorter than one record holds at most the start of a header whose writing never
+  // finished: it is completed as a new store's header, keeping whatever counter it shows.
+  if (f.size() < static_cast<off_t>(kRec)) m_header = NewHeader(counter);
   m_header.setMsgNo(counter + 1);
   f.writeRecord(1, m_header.image().data(), "PmMsg:WriteHeader");
   m_current.setMsgNo(counter + 1);
   m_current.setKeepLocal(0);
   try {
+    // Counted again after the header write, which may have made a short file one record
+    // long: the message goes after the header, never over it.
+    f.recount();
     f.grow();
     f.writeRecord(f.recCount(), m_current.image().data(), "PmMsg:Add");
   } catch (...) {
     rethrow("Add");
   }
-  if (counter + 1 > 32767) throw Overflow("PmMsg:NewMsg");
+  // Numbers run from 1 to 32767. A counter outside 0..32766 (used up, or negative in a
+  // damaged header) gives no number any record can be found by: stored, then refused.
+  if (counter < 0 || counter > 32766) throw Overflow("PmMsg:NewMsg");
   return static_cast<short>(counter + 1);
 }
 

@@ -16,7 +16,9 @@
 // store in one step: a crash at any instant leaves the old or the new store.
 //
 // Files whose length is not a multiple of 8822 are read with the last record padded with
-// zero bytes. The record count is length / 8822 rounded to nearest, halves to even.
+// zero bytes. The record count is length / 8822 rounded to nearest, halves to even. NewMsg
+// on a file shorter than one record writes a whole header (marker, the counter it found)
+// and appends after it.
 //
 // A ResetList/GetList walk reads ahead: GetList keeps a block of the records after the one
 // it returns, with the file's state (device, inode, size, mtime, ctime, mode, owner) as
@@ -76,7 +78,9 @@ class IcsMsg {
 
   bool Load(std::int32_t number);
   void Add();
-  short NewMsg();  // throws VError(kErrOverflow) past 32767, after storing
+  // Throws VError(kErrOverflow), after storing, when the counter it took was outside
+  // 0..32766: numbers run from 1 to 32767.
+  short NewMsg();
   void Update(std::int32_t number);
   // Writes the current record over the record the last GetList returned, found by its
   // place in the file rather than its number: a store written by another program may hold

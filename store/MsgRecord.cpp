@@ -62,7 +62,8 @@ void PutText(MsgRecord::Image& im, Field f, std::string_view v) {
   while (!v.empty() && v.front() == ' ') v.remove_prefix(1);
   while (!v.empty() && v.back() == ' ') v.remove_suffix(1);
   const std::size_t n = v.size() < f.width ? v.size() : f.width;
-  std::memcpy(im.data() + f.offset, v.data(), n);
+  // An empty view may have no data at all; memcpy must not be handed that null pointer.
+  if (n > 0) std::memcpy(im.data() + f.offset, v.data(), n);
   std::memset(im.data() + f.offset + n, ' ', f.width - n);
 }
 

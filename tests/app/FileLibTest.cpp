@@ -92,16 +92,21 @@ TEST(FileLibDataPath, ConfDatadirAnyCaseLastWinsValueUntrimmed) {
   EXPECT_EQ(FileLib::DataDirFromConfText(""), "");
 }
 
-TEST(FileLibDataPath, UnreadableConfIsLoggedOnceAndPassedOn) {
+// Each procedure the failure passes through logs it and raises it with its own source.
+TEST(FileLibDataPath, UnreadableConfIsLoggedByEachProcedureAndPassedOn) {
   Fixture f;
-  fs::create_directories(f.exeDir + "/Pellmoor.conf/x");  // not a file: fallback, no failure
+  const std::string conf = f.exeDir + "/Pellmoor.conf";
+  fs::create_directories(conf + "/x");  // not a file: fallback, no failure
   EXPECT_EQ(FileLib::DefineDataPath("Velnor", "Pellmoor.conf", f.env(), f.log), f.tmp.file("appdata/Velnor"));
-  const VError e = Thrown([&] { FileLib::GetPathFromConf(f.exeDir + "/Pellmoor.conf", f.log); });
-  EXPECT_EQ(e.source(), "FileLib:GetPathFromConf");
-  EXPECT_LT(e.number(), 0);
-  EXPECT_NE(e.description().find(", Step = 2"), std::string::npos);
-  ASSERT_EQ(f.log.entries.size(), 1u);
-  EXPECT_NE(f.log.entries[0].find(" FileLib:GetPathFromConf, Step = 2"), std::string::npos);
+  fs::remove_all(conf);
+  fs::create_symlink("/proc/self/mem", conf);  // a file whose first read fails
+  const VError e = Thrown([&] { FileLib::DefineDataPath("Velnor", "Pellmoor.conf", f.env(), f.log); });
+  EXPECT_EQ(std::tuple(e.number(), e.source(), e.description()),
+            std::tuple(kErrDeviceIO + FileLib::kUserErrorBase, "FileLib:DefineDataPath",
+                       "Input/output error, Step = 2, Step = 1"));
+  EXPECT_EQ(f.log.entries,
+            (std::vector<std::string>{"Input/output error FileLib:GetPathFromConf, Step = 2",
+                                      "Input/output error, Step = 2 FileLib:DefineDataPath, Step = 1"}));
 }
 
 // A data directory "<tmp>/data" checked with scripted dialogs.

@@ -137,9 +137,12 @@ TEST(SettingsReader, TextCases) {
 // A bad integer keeps the value it had, and the line after it is still read.
 TEST(SettingsReader, IntegerCases) {
   struct Case { const char* value; short expected; };
-  const Case cases[] = {{"90", 90},         {"  45 ", 45},   {"-7", -7},  {"32767", 32767},
-                        {"32768", 60},      {"-32768", -32768}, {"-32769", 60},
-                        {"99999999999999999999", 60}, {"abc", 60}, {"12x", 60}, {"", 60}};
+  const Case cases[] = {{"90", 90},    {"  45 ", 45},      {"-7", -7},     {"32767", 32767},
+                        {"32768", 60}, {"-32768", -32768}, {"-32769", 60}, {"99999999999999999999", 60},
+                        {"abc", 60},   {"12x", 60},        {"", 60},       {"120.0", 120},
+                        {"1e2", 100},  {" +1.5E1 ", 15},   {"2.5", 2},     {"3.5", 4},
+                        {"-.5", 0},    {"32767.5", 60},    {"1e", 60},     {".", 60},
+                        {"1e999", 60}, {"inf", 60},        {"0x10", 60}};
   for (const Case& c : cases) {
     const Settings s = Parsed("SRTime=" + std::string(c.value) + "\r\nDEFDEST=NEXT\r\n");
     EXPECT_EQ(s.SRTime, c.expected) << c.value;

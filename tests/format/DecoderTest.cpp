@@ -232,7 +232,11 @@ TEST_F(StoreMsgTest, FilesUnderNewNumbersAndAnnouncesEach) {
   EXPECT_EQ(notices.calls[1].text.rfind("New incoming REPLY... \r\nFROM:       B\r\n", 0), 0u);
   EXPECT_EQ(session.lines, (std::vector<std::string>{"StoreMsg...: Loading message titled: first",
                                                      "StoreMsg...: Loading message titled: second"}));
-  EXPECT_EQ(Filed().size(), 2u);
+  const auto filed = Filed();
+  ASSERT_EQ(filed.size(), 2u);
+  // No MESSAGE line: the body keeps the zero bytes of a field never set.
+  const MsgRecord::Image& im = filed[0].image();
+  EXPECT_EQ(std::string(im.begin() + 402, im.begin() + 4402), std::string(4000, '\0'));
 }
 
 TEST_F(StoreMsgTest, UnreadableDateIsLoggedWithNumberAndValue) {

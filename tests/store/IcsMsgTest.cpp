@@ -165,6 +165,29 @@ TEST_F(IcsMsgTest, PartialLastRecord) {
   EXPECT_EQ(ReadFile(store()).size(), 5 * kRecLen);
 }
 
+// A store cut short before its header was whole: New, Save, New, Save end with a whole
+// header (the counter it showed, the marker) and both messages after it.
+TEST_F(IcsMsgTest, NewMsgOnAStoreShorterThanOneRecord) {
+  const std::pair<std::string, std::int32_t> rows[] = {{std::string(100, '\0'), 0},
+                                                       {std::string(4411, '\0'), 0},
+                                                       {std::string(8821, '\0'), 0},
+                                                       {HeaderRecord(7).substr(0, 4412), 7}};
+  for (const auto& [bytes, counter] : rows) {
+    SCOPED_TRACE(bytes.size());
+    WriteFile(store(), bytes);
+    IcsMsg m(dir.path(), log);
+    std::string messages;
+    for (std::int32_t n : {counter + 1, counter + 2}) {
+      EXPECT_EQ(m.NewMsg(), n);
+      m.rec().setSubj("subject " + std::to_string(n));
+      m.rec().setStatus(6);
+      m.Update(n);
+      messages += MessageRecord(n);
+    }
+    EXPECT_EQ(ReadFile(store()), HeaderRecord(counter + 2) + messages);
+  }
+}
+
 TEST_F(IcsMsgTest, SixteenBitWalkLimits) {
   // Sparse files: 32767 and 32768 records without writing 290 MB.
   auto sized = [&](std::int64_t records, std::int32_t lastNo) {
@@ -193,7 +216,7 @@ TEST_F(IcsMsgTest, SixteenBitWalkLimits) {
   EXPECT_FALSE(m.Load(6));
 }
 
-TEST_F(IcsMsgTest, NewMsgPast32767StoresThenOverflows) {
+TEST_F(IcsMsgTest, NewMsgOutsideItsNumbersStoresThenOverflows) {
   make(32766, {32766});
   IcsMsg m(dir.path(), log);
   EXPECT_EQ(m.NewMsg(), 32767);
@@ -201,6 +224,12 @@ TEST_F(IcsMsgTest, NewMsgPast32767StoresThenOverflows) {
   const std::string bytes = ReadFile(store());
   EXPECT_EQ(GetI32(bytes, 0), 32768);
   EXPECT_EQ(NumbersIn(bytes), (Numbers{32766, 32767, 32768}));
+  // A negative counter (a damaged header) gives no number either, and never a wrapped one.
+  for (const std::int32_t counter : {-1, -40000}) {
+    make(counter, {});
+    EXPECT_EQ(Thrown([&] { m.NewMsg(); }).number(), kErrOverflow);
+    EXPECT_EQ(ReadFile(store()), HeaderRecord(counter + 1) + ImageOf(m.rec()));
+  }
   EXPECT_TRUE(log.entries.empty());  // NewMsg has no trap of its own
 }
 
