@@ -44,6 +44,9 @@ function(velnor_qt_library name)
   endif()
 endfunction()
 
+# Seconds any one test may run; the slowest take well under a minute.
+set(VELNOR_TEST_TIMEOUT 120)
+
 # A GoogleTest executable registered with CTest. Tests run headless.
 function(velnor_test name)
   cmake_parse_arguments(A "" "" "SOURCES;LIBS" ${ARGN})
@@ -60,7 +63,8 @@ function(velnor_test name)
   if(TARGET pmdirect-sim)
     add_dependencies(${name} pmdirect-sim)
   endif()
-  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60)
+  # A test that hangs fails on its own instead of holding the run for ctest's default.
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT ${VELNOR_TEST_TIMEOUT})
 endfunction()
 
 # Every subfolder of the current folder that has a CMakeLists.txt.
@@ -98,4 +102,5 @@ function(velnor_fuzz name)
     target_sources(${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests/support/StandaloneFuzzMain.cpp)
     add_test(NAME ${name} COMMAND ${name} ${seed_dir})
   endif()
+  set_tests_properties(${name} PROPERTIES TIMEOUT ${VELNOR_TEST_TIMEOUT})
 endfunction()
