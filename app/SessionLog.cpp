@@ -14,7 +14,7 @@
 namespace velnor {
 namespace {
 
-const std::string kRule(51, '-');
+constexpr std::size_t kRuleWidth = 51;
 
 // "<number>, <description>" of whatever was thrown.
 std::string ErrorText() {
@@ -46,8 +46,9 @@ void SessionLog::SetLogDirectory(const std::string& logDir) { m_logFile = LogFil
 
 void SessionLog::SetupLog() {
   try {
-    const std::string banner = kRule + "\r\n" + FormatDate(m_clock.now(), "dd-mmm-yy hh:mm:ss") + ": velnor v" +
-                               ProgramVersion() + "\r\n" + kRule + "\r\n";
+    const std::string rule(kRuleWidth, '-');
+    const std::string banner = rule + "\r\n" + FormatDate(m_clock.now(), "dd-mmm-yy hh:mm:ss") + ": velnor v" +
+                               ProgramVersion() + "\r\n" + rule + "\r\n";
     AppendToFile(m_logFile, banner, "SetupLog");
     m_loggingOn = true;
   } catch (...) {

@@ -49,6 +49,9 @@ function(velnor_qt_library name)
   endif()
 endfunction()
 
+# Seconds any one test may run; the slowest take well under a minute.
+set(VELNOR_TEST_TIMEOUT 120)
+
 # A GoogleTest executable registered with CTest. Tests run headless.
 function(velnor_test name)
   cmake_parse_arguments(A "" "" "SOURCES;LIBS" ${ARGN})
@@ -59,13 +62,16 @@ function(velnor_test name)
   # program are) is set by a static initialiser linked into each test, not through CTest
   # properties: that way a test binary run by hand behaves exactly as under CTest.
   target_sources(${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests/support/TestEnvironment.cpp)
+  # Its connect() must stand in for the C library's in every library of the process.
+  target_link_options(${name} PRIVATE -Wl,--export-dynamic-symbol=connect)
   target_compile_definitions(${name} PRIVATE
     VELNOR_SIM_BUILT="${CMAKE_BINARY_DIR}/velnor/pmdirect-sim"
     VELNOR_BIN_BUILT="${CMAKE_BINARY_DIR}/velnor/velnor")
   if(TARGET pmdirect-sim)
     add_dependencies(${name} pmdirect-sim)
   endif()
-  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60)
+  # A test that hangs fails on its own instead of holding the run for ctest's default.
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT ${VELNOR_TEST_TIMEOUT})
 endfunction()
 
 # Every subfolder of the current folder that has a CMakeLists.txt.
@@ -103,4 +109,5 @@ function(velnor_fuzz name)
     target_sources(${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests/support/StandaloneFuzzMain.cpp)
     add_test(NAME ${name} COMMAND ${name} ${seed_dir})
   endif()
+  set_tests_properties(${name} PROPERTIES TIMEOUT ${VELNOR_TEST_TIMEOUT})
 endfunction()

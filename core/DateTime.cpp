@@ -22,7 +22,7 @@ constexpr const char* kDayFull[7] = {"Sunday",   "Monday", "Tuesday", "Wednesday
                                      "Thursday", "Friday", "Saturday"};
 
 // Days since 1 Jan 1970 of a proleptic Gregorian date (Hinnant's algorithm).
-std::int64_t DaysFromCivil(std::int64_t y, int m, int d) {
+constexpr std::int64_t DaysFromCivil(std::int64_t y, int m, int d) {
   y -= m <= 2 ? 1 : 0;
   const std::int64_t era = (y >= 0 ? y : y - 399) / 400;
   const std::int64_t yoe = y - era * 400;
@@ -44,7 +44,8 @@ void CivilFromDays(std::int64_t z, int& year, int& month, int& day) {
   year = static_cast<int>(yoe + era * 400 + (month <= 2 ? 1 : 0));
 }
 
-const std::int64_t kOleEpoch = DaysFromCivil(1899, 12, 30);
+// Constant-initialised: other files' static initialisers build dates through it.
+constexpr std::int64_t kOleEpoch = DaysFromCivil(1899, 12, 30);
 
 bool IsLeap(int y) { return (y % 4 == 0 && y % 100 != 0) || y % 400 == 0; }
 

@@ -11,9 +11,9 @@ namespace velnor {
 namespace {
 
 // Instants built by hand, independently of ToOleDate.
-double At(double day, int h, int m, int s) { return day + (h * 3600 + m * 60 + s) / 86400.0; }
+constexpr double At(double day, int h, int m, int s) { return day + (h * 3600 + m * 60 + s) / 86400.0; }
 constexpr double kNov19 = 46345.0;
-const double kInstant = At(kNov19, 14, 5, 9);  // 19 Nov 2026 14:05:09
+constexpr double kInstant = At(kNov19, 14, 5, 9);  // 19 Nov 2026 14:05:09
 
 // -1.25 is 29 Dec 1899 06:00 (the time of day counts forward), not 28 Dec 18:00.
 TEST(OleDate, KnownDaysAndBackAgain) {

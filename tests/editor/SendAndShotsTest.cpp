@@ -8,6 +8,7 @@
 #include "editor/qt/FrmNewMsgPopup.h"
 #include "format/Encoder.h"
 #include "link/PmLink.h"
+#include "tests/support/DefaultPort.h"
 
 namespace velnor::testing {
 namespace {
@@ -22,7 +23,11 @@ std::string GloText(const std::string& printer, const std::string& copies) {
 }
 
 TEST_F(WindowTest, FirstStartOnCleanDataDirectoryThenGlobalFileRewrittenOnlyForAnotherVersion) {
-  start(std::nullopt);
+  {
+    DefaultPortRefusals refused;  // the default settings' link test, kept off this machine's server
+    start(std::nullopt);
+    EXPECT_GT(refused.count(), 0);
+  }
   for (const char* sub : {"archive", "reports", "logs", "scripts", "docs", "bbs.d", "tnc.d", "msg.d", "addr.d",
                           "usr.d", "spool"}) {
     EXPECT_TRUE(std::filesystem::is_directory(dataPath + "/" + sub)) << sub;

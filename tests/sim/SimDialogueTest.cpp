@@ -1,6 +1,7 @@
 // The simulator over loopback: the conversation, routing, the spool, the fault switches,
 // hostile input and the command line.
 #include <algorithm>
+#include <filesystem>
 #include <random>
 
 #include "SimHarness.h"
@@ -64,8 +65,9 @@ TEST_F(SimDialogue, RoutesByDestinationAndLocalGoesToAllOthers) {
   expectPops(*c, {direct, local, keep});  // arrival order kept
 }
 
-// Queues, the stations known to have logged on, and a message whose writing was cut off.
-TEST_F(SimDialogue, RestartLosesNothing) {
+// Queues, the stations known to have logged on, and a message whose writing was cut off;
+// an entry that cannot be read (here a folder) is set aside instead of blocking its queue.
+TEST_F(SimDialogue, RestartLosesNothingAndSetsAnUnreadableEntryAside) {
   start({"--drip", "20"});
   const std::string later = TaggedText("ALPHA", "DELTA", "for a station not yet on");
   const std::string slow = TaggedText("ALPHA", "BRAVO", "slow");
@@ -78,11 +80,15 @@ TEST_F(SimDialogue, RestartLosesNothing) {
     EXPECT_EQ(b->read(1), "!");  // hang up in the middle of the message
   }
   m_sim->stop();
+  const std::string bad = "/425241564F/0000000000000001.msg";  // BRAVO's, before "slow"
+  std::filesystem::create_directories(m_dir.file("spool/queue") + bad);
   start();  // same spool, no drip
   hand(*station("ECHO"), local);
   expectPops(*station("DELTA"), {later});
   expectPops(*station("BRAVO"), {slow, local});
   expectPops(*station("ALPHA"), {local});
+  EXPECT_TRUE(std::filesystem::is_directory(m_dir.file("spool/quarantine") + bad));
+  EXPECT_NE(m_sim->errors().find("set aside as " + m_dir.file("spool/quarantine") + bad), std::string::npos);
 }
 
 // Each switch that changes how prompts are written, over one whole conversation: what the
@@ -180,6 +186,9 @@ TEST(SimCommandLine, TakenPortAndBadOptionsExitWithOne) {
   std::string err;
   EXPECT_EQ(RunSimToEnd({"--port", port, "--spool", dir.file("spool")}, err), 1);
   EXPECT_NE(err.find("cannot listen on 127.0.0.1:" + port), std::string::npos) << err;
+  // Two simulators would number their messages over each other's.
+  EXPECT_EQ(RunSimToEnd({"--port", "0", "--spool", dir.file("spool")}, err), 1);
+  EXPECT_NE(err.find("in use by another pmdirect-sim"), std::string::npos) << err;
   for (const Strings& bad : {Strings{"--no-prompt", "HELLO>"}, Strings{"--port", "70000"}, Strings{"--drip"},
                             Strings{"--frobnicate"}})
     EXPECT_EQ(RunSimToEnd(bad, err), 1) << bad[0];

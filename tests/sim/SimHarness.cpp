@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -11,6 +12,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <numeric>
 #include <stdexcept>
 
@@ -26,7 +28,9 @@ bool readable(int fd) {
   return ::poll(&p, 1, kWaitMs) > 0;
 }
 
-// The simulator under test is the one VELNOR_SIM names (every test binary sets it).
+// The simulator under test is the one VELNOR_SIM names (every test binary sets it). It
+// writes only to the test's own descriptors and dies with the test: a simulator left
+// holding CTest's output would keep the whole run waiting.
 pid_t spawn(std::vector<std::string> args, int outFd, int errFd) {
   const char* sim = std::getenv("VELNOR_SIM");
   if (!sim) throw std::runtime_error("VELNOR_SIM is not set");
@@ -34,10 +38,13 @@ pid_t spawn(std::vector<std::string> args, int outFd, int errFd) {
   std::vector<char*> argv;
   for (auto& a : args) argv.push_back(a.data());
   argv.push_back(nullptr);
+  const pid_t parent = ::getpid();
   const pid_t pid = ::fork();
   if (pid == 0) {
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (::getppid() != parent) ::_exit(127);  // the test died before the line above
     ::dup2(outFd, 1);
-    if (errFd >= 0) ::dup2(errFd, 2);
+    ::dup2(errFd, 2);
     ::execv(argv[0], argv.data());
     ::_exit(127);
   }
@@ -72,20 +79,34 @@ std::string readPipe(int fd, bool firstLine) {
 
 }  // namespace
 
-SimProcess::SimProcess(const std::string& spool, const std::string& transcript, std::vector<std::string> extra) {
+SimProcess::SimProcess(const std::string& spool, const std::string& transcript,
+                       std::vector<std::string> extra)
+    : m_errFile(transcript + ".stderr") {
   std::vector<std::string> args = {"--port", "0", "--spool", spool, "--transcript", transcript};
   args.insert(args.end(), extra.begin(), extra.end());
   int out[2];
   if (::pipe2(out, O_CLOEXEC) != 0) throw std::runtime_error("pipe failed");
-  m_pid = spawn(args, out[1], -1);
+  const int err = ::open(m_errFile.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+  if (err < 0) {
+    ::close(out[0]);
+    ::close(out[1]);
+    throw std::runtime_error("cannot open " + m_errFile);
+  }
+  m_pid = spawn(args, out[1], err);
   ::close(out[1]);
+  ::close(err);
   m_line = readPipe(out[0], true);
   const std::string prefix = "pmdirect-sim listening on 127.0.0.1:";
   if (m_line.compare(0, prefix.size(), prefix) != 0) {
     stop();
-    throw std::runtime_error("simulator did not start: " + m_line);
+    throw std::runtime_error("simulator did not start: " + m_line + errors());
   }
   m_port = std::atoi(m_line.c_str() + prefix.size());
+}
+
+SimProcess::~SimProcess() {
+  stop();
+  if (::testing::Test::HasFailure()) std::fprintf(stderr, "pmdirect-sim said:\n%s", errors().c_str());
 }
 
 int SimProcess::stop() {
@@ -94,6 +115,11 @@ int SimProcess::stop() {
   const int status = reap(m_pid);
   m_pid = -1;
   return status;
+}
+
+std::string SimProcess::errors() const {
+  std::error_code ec;
+  return std::filesystem::exists(m_errFile, ec) ? ReadWholeFile(m_errFile, "test") : std::string();
 }
 
 int RunSimToEnd(const std::vector<std::string>& args, std::string& errText) {

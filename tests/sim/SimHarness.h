@@ -14,16 +14,19 @@ namespace velnor::testing {
 
 class SimProcess {
  public:
-  // $VELNOR_SIM --port 0 --spool spool --transcript transcript extra..., once listening.
+  // $VELNOR_SIM --port 0 --spool spool --transcript transcript extra..., once listening;
+  // its error output goes to transcript + ".stderr", shown when the test has failed.
   SimProcess(const std::string& spool, const std::string& transcript, std::vector<std::string> extra = {});
-  ~SimProcess() { stop(); }
+  ~SimProcess();
   SimProcess(const SimProcess&) = delete;
   SimProcess& operator=(const SimProcess&) = delete;
   int port() const { return m_port; }
   const std::string& listeningLine() const { return m_line; }
   int stop();  // SIGTERM and wait: the status as waitpid reports it, -1 on time-out
+  std::string errors() const;  // its error output so far
 
  private:
+  std::string m_errFile;
   pid_t m_pid = -1;
   int m_port = 0;
   std::string m_line;

@@ -1,6 +1,8 @@
 #pragma once
 // Store files built and read byte by byte, independently of IcsMsg; child-process helpers.
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -82,9 +84,13 @@ inline std::vector<std::int32_t> NumbersIn(const std::string& bytes) {
 // Runs body in a child process; the child's exit code is 0 when body returned normally.
 template <typename F>
 pid_t Spawn(F body) {
+  const pid_t parent = ::getpid();
   const pid_t pid = ::fork();
   if (pid == 0) {
-    ::alarm(60);  // a child stuck on a lock dies instead of hanging the run
+    // It shares the test's output, so it must not outlive the test; nor hang on a lock.
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (::getppid() != parent) ::_exit(4);
+    ::alarm(60);
     int code = 0;
     try {
       body();

@@ -1,6 +1,17 @@
 // Linked into every test executable: sets the environment the tests rely on before
-// main() runs, unless the caller already set it.
+// main() runs, unless the caller already set it, and keeps the tests off the default
+// Pmdirect port.
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
 #include <cstdlib>
+
+#include "tests/support/DefaultPort.h"
 
 namespace {
 
@@ -14,4 +25,38 @@ struct TestEnvironment {
 
 const TestEnvironment environment;
 
+std::atomic<int> g_expecting{0};
+std::atomic<int> g_refused{0};
+
+int PortOf(const sockaddr* a, socklen_t len) {
+  if (a && a->sa_family == AF_INET && len >= sizeof(sockaddr_in))
+    return ntohs(reinterpret_cast<const sockaddr_in*>(a)->sin_port);
+  if (a && a->sa_family == AF_INET6 && len >= sizeof(sockaddr_in6))
+    return ntohs(reinterpret_cast<const sockaddr_in6*>(a)->sin6_port);
+  return -1;
+}
+
 }  // namespace
+
+// Takes the C library's place for the whole process, Qt's sockets included. A guard that
+// listened on the port instead would miss exactly the case that matters: a server of this
+// machine already listening there.
+extern "C" int connect(int fd, const sockaddr* addr, socklen_t len) {
+  if (PortOf(addr, len) == velnor::testing::kDefaultPmdirectPort) {
+    ++g_refused;
+    if (g_expecting == 0)
+      ADD_FAILURE() << "connection to port " << velnor::testing::kDefaultPmdirectPort
+                    << " refused: a test may only reach a port it opened itself";
+    errno = ECONNREFUSED;
+    return -1;
+  }
+  return static_cast<int>(::syscall(SYS_connect, fd, addr, len));
+}
+
+namespace velnor::testing {
+
+DefaultPortRefusals::DefaultPortRefusals() : m_before(g_refused) { ++g_expecting; }
+DefaultPortRefusals::~DefaultPortRefusals() { --g_expecting; }
+int DefaultPortRefusals::count() const { return g_refused - m_before; }
+
+}  // namespace velnor::testing

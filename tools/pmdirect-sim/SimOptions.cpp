@@ -1,5 +1,8 @@
 #include "SimOptions.h"
 
+#include <pwd.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdlib>
 #include <string_view>
@@ -29,7 +32,8 @@ const char* UsageText() {
          "\n"
          "  --bind ADDR        address to listen on (default 127.0.0.1)\n"
          "  --port N           port (default 9334; 0 picks a free one)\n"
-         "  --spool DIR        where queued messages are kept (default $TMPDIR/pmdirect-sim-<port>)\n"
+         "  --spool DIR        where queued messages are kept\n"
+         "                     (default ${XDG_STATE_HOME:-~/.local/state}/pmdirect-sim/spool)\n"
          "  --transcript FILE  append every byte received and sent to FILE\n"
          "  --no-prompt P      never send prompt P (LOGON>, OK>, NOMORE> or QUITING>); repeatable\n"
          "  --drop-after N     close a connection when its message number N+1 arrives\n"
@@ -38,10 +42,18 @@ const char* UsageText() {
          "  --lower-case       send prompts in lower case\n";
 }
 
-std::string DefaultSpoolDir(int port) {
-  const char* tmp = std::getenv("TMPDIR");
-  std::string base = (tmp && *tmp) ? tmp : "/tmp";
-  return base + "/pmdirect-sim-" + std::to_string(port);
+std::string DefaultSpoolDir() {
+  // Waiting messages are state to keep across restarts and reboots, so not under /tmp;
+  // one folder whatever the port, so a restarted simulator finds what waited.
+  const char* state = std::getenv("XDG_STATE_HOME");
+  if (state && state[0] == '/') return std::string(state) + "/pmdirect-sim/spool";
+  const char* home = std::getenv("HOME");
+  if (!home || !*home) {
+    const passwd* pw = ::getpwuid(::getuid());
+    home = pw ? pw->pw_dir : nullptr;
+  }
+  if (!home || !*home) return {};
+  return std::string(home) + "/.local/state/pmdirect-sim/spool";
 }
 
 ParseResult ParseOptions(int argc, char** argv, SimOptions& opts, std::string& error) {

@@ -8,7 +8,7 @@ namespace velnor::sim {
 struct SimOptions {
   std::string bind = "127.0.0.1";
   int port = 9334;
-  std::string spool;       // empty: DefaultSpoolDir(port)
+  std::string spool;       // empty: DefaultSpoolDir()
   std::string transcript;  // empty: none
   std::set<std::string> noPrompt;  // prompts never sent
   long dropAfter = -1;             // -1: never
@@ -24,7 +24,8 @@ ParseResult ParseOptions(int argc, char** argv, SimOptions& opts, std::string& e
 
 const char* UsageText();
 
-// "<temp dir>/pmdirect-sim-<port>" where the temp dir is $TMPDIR or /tmp.
-std::string DefaultSpoolDir(int port);
+// "$XDG_STATE_HOME/pmdirect-sim/spool", or with no absolute XDG_STATE_HOME
+// "<home>/.local/state/pmdirect-sim/spool"; empty when there is no home either.
+std::string DefaultSpoolDir();
 
 }  // namespace velnor::sim

@@ -13,7 +13,6 @@
 #include <cstring>
 #include <vector>
 
-#include "core/AtomicFile.h"
 #include "core/VError.h"
 
 namespace velnor::sim {
@@ -274,22 +273,22 @@ void SimServer::accept(Conn& c, const std::string& text) {
 }
 
 void SimServer::pop(Conn& c) {
-  const Spool::Entry* e = c.station.empty() ? nullptr : m_spool->take(c.station, c.id);
-  if (!e) {
-    prompt(c, "NOMORE>");
-    return;
+  // A message that cannot be read is set aside, so the station still gets the ones after it.
+  while (const Spool::Entry* e = c.station.empty() ? nullptr : m_spool->take(c.station, c.id)) {
+    const std::uint64_t seq = e->seq;
+    const std::string path = e->path;
+    try {
+      queueBytes(c, Spool::read(*e), 0, c.station, seq);
+      return;
+    } catch (const VError& err) {
+      std::string where;
+      const std::string fate = m_spool->setAside(c.station, seq, where)
+                                   ? "set aside as " + where
+                                   : "skipped until restart, could not set it aside: " + where;
+      logLine("cannot read " + path + ": " + err.description() + "; " + fate);
+    }
   }
-  const std::uint64_t seq = e->seq;
-  std::string text;
-  try {
-    text = ReadWholeFile(e->path, "pmdirect-sim");
-  } catch (const VError& err) {
-    logLine("cannot read " + e->path + ": " + err.description());
-    m_spool->release(c.id);
-    prompt(c, "NOMORE>");
-    return;
-  }
-  queueBytes(c, text, 0, c.station, seq);
+  prompt(c, "NOMORE>");
 }
 
 void SimServer::prompt(Conn& c, const std::string& text) {

@@ -1,5 +1,9 @@
 #include "Spool.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -75,6 +79,18 @@ void makeDirs(const std::string& dir) {
   if (ec) throw VError(ec.value(), kSource, "cannot create " + dir + ": " + ec.message());
 }
 
+// Calls f(seq, path) for every "<SEQ>.msg" in dir. Half-written files (".msg.new") from a
+// crash are left alone.
+template <typename F>
+void forEachMessage(const fs::path& dir, std::error_code& ec, F f) {
+  for (const auto& file : fs::directory_iterator(dir, ec)) {
+    const std::string name = file.path().filename().string();
+    if (name.size() != 20 || name.substr(16) != ".msg") continue;
+    if (!std::all_of(name.begin(), name.begin() + 16, [](char c) { return c >= '0' && c <= '9'; })) continue;
+    f(std::stoull(name.substr(0, 16)), file.path().string());
+  }
+}
+
 }  // namespace
 
 std::string StationKey(std::string_view identifier) {
@@ -131,22 +147,35 @@ Spool::Spool(std::string dir) : m_dir(std::move(dir)) {
     std::string key;
     if (!stationDir.is_directory() || !fromHex(stationDir.path().filename().string(), key)) continue;
     auto& queue = m_queues[key];
-    for (const auto& file : fs::directory_iterator(stationDir.path(), ec)) {
-      const std::string name = file.path().filename().string();
-      // Half-written files (".msg.new") from a crash are left alone.
-      if (name.size() != 20 || name.substr(16) != ".msg") continue;
-      if (!std::all_of(name.begin(), name.begin() + 16, [](char c) { return c >= '0' && c <= '9'; }))
-        continue;
-      const std::uint64_t seq = std::stoull(name.substr(0, 16));
-      queue.push_back({seq, file.path().string(), 0});
+    forEachMessage(stationDir.path(), ec, [&](std::uint64_t seq, std::string path) {
+      queue.push_back({seq, std::move(path), 0});
       m_nextSeq = std::max(m_nextSeq, seq + 1);
-    }
+    });
     std::sort(queue.begin(), queue.end(), [](const Entry& a, const Entry& b) { return a.seq < b.seq; });
   }
   if (ec) throw VError(ec.value(), kSource, "cannot read " + m_dir + ": " + ec.message());
+  // A number set aside is never given again, so nothing in quarantine is overwritten.
+  std::error_code ignored;
+  for (const auto& stationDir : fs::directory_iterator(m_dir + "/quarantine", ignored))
+    forEachMessage(stationDir.path(), ignored,
+                   [&](std::uint64_t seq, const std::string&) { m_nextSeq = std::max(m_nextSeq, seq + 1); });
+  // Taken last, so that a failure above leaves no descriptor open.
+  m_lockFd = ::open((m_dir + "/lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+  if (m_lockFd < 0) throw ErrnoError(errno, kSource);
+  if (::flock(m_lockFd, LOCK_EX | LOCK_NB) != 0) {
+    const int err = errno;
+    ::close(m_lockFd);
+    if (err == EWOULDBLOCK)
+      throw VError(err, kSource, "in use by another pmdirect-sim; give this one a --spool DIR of its own");
+    throw ErrnoError(err, kSource);
+  }
 }
 
-std::string Spool::queueDir(const std::string& key) const { return m_dir + "/queue/" + toHex(key); }
+Spool::~Spool() { ::close(m_lockFd); }
+
+std::string Spool::queueDir(const std::string& key, const char* area) const {
+  return m_dir + "/" + area + "/" + toHex(key);
+}
 
 void Spool::addStation(const std::string& key) {
   if (key.empty() || m_stations.count(key)) return;
@@ -180,6 +209,30 @@ const Spool::Entry* Spool::take(const std::string& key, int conn) {
     }
   }
   return nullptr;
+}
+
+std::string Spool::read(const Entry& e) {
+  std::error_code ec;
+  if (!fs::is_regular_file(e.path, ec)) throw VError(EINVAL, kSource, "not a plain file");
+  return ReadWholeFile(e.path, kSource);
+}
+
+bool Spool::setAside(const std::string& key, std::uint64_t seq, std::string& where) {
+  auto& q = m_queues[key];
+  const auto e = std::find_if(q.begin(), q.end(), [&](const Entry& x) { return x.seq == seq; });
+  if (e == q.end()) {
+    where = "no longer waiting";
+    return false;
+  }
+  const std::string from = e->path;
+  q.erase(e);
+  const std::string dir = queueDir(key, "quarantine");
+  std::error_code ec;
+  fs::create_directories(dir, ec);
+  const std::string to = dir + "/" + fs::path(from).filename().string();
+  if (!ec) fs::rename(from, to, ec);
+  where = ec ? ec.message() : to;
+  return !ec;
 }
 
 void Spool::delivered(const std::string& key, std::uint64_t seq) {

@@ -53,8 +53,11 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "pmdirect-sim: %s\n", error.c_str());
     return 1;
   }
-  // Without --spool the folder is named after the port actually bound.
-  const std::string spoolDir = opts.spool.empty() ? DefaultSpoolDir(server.port()) : opts.spool;
+  const std::string spoolDir = opts.spool.empty() ? DefaultSpoolDir() : opts.spool;
+  if (spoolDir.empty()) {
+    std::fprintf(stderr, "pmdirect-sim: no home folder for the spool; give --spool DIR\n");
+    return 1;
+  }
   std::unique_ptr<Spool> spool;
   try {
     spool = std::make_unique<Spool>(spoolDir);
