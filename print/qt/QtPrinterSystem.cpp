@@ -29,15 +29,14 @@ void Try(F&& f) {
 
 }  // namespace
 
-QtPrinterSystem::QtPrinterSystem(QWidget* owner, QString pdfDirectory)
+QtPrinterSystem::QtPrinterSystem(QWidget* owner, QString pdfDirectory, PrinterLister lister)
     : m_owner(owner),
-      m_runDialog([owner](QPrinter& p, std::uint32_t flags) {
-        return RunQtPrintDialog(owner, p, flags);
-      }) {
+      m_runDialog([owner](QPrinter& p, std::uint32_t flags) { return RunQtPrintDialog(owner, p, flags); }),
+      m_listPrinters(std::move(lister)) {
   if (pdfDirectory.isEmpty()) pdfDirectory = QDir::homePath();
   m_pdfFile = QDir(pdfDirectory).filePath(QStringLiteral("ICS213.pdf"));
-  const QString def = QPrinterInfo::defaultPrinterName();
   const QStringList names = systemPrinters();
+  const QString def = m_listPrinters ? QString() : QPrinterInfo::defaultPrinterName();
   const QString first = names.contains(def) ? def : (names.isEmpty() ? QString() : names.front());
   m_currentName = first.isEmpty() ? std::string(kPdfPrinterName) : Station(first);
   m_printer = makePrinter(FromStation(m_currentName));

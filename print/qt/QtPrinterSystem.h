@@ -27,8 +27,10 @@ class QtPrinterSystem : public PrinterSystem {
   static constexpr const char* kPdfPrinterName = "PDF file";
 
   // owner: parent of the dialog (may be null). pdfDirectory: where the PDF printer's file
-  // goes unless the operator names another (UTF-8 path; empty = home directory).
-  explicit QtPrinterSystem(QWidget* owner = nullptr, QString pdfDirectory = {});
+  // goes unless the operator names another (UTF-8 path; empty = home directory). lister:
+  // the printers to offer instead of the system's; one that lists none makes the PDF
+  // printer current from the start.
+  explicit QtPrinterSystem(QWidget* owner = nullptr, QString pdfDirectory = {}, PrinterLister lister = {});
   ~QtPrinterSystem() override;
 
   void setDialogRunner(DialogRunner runner) { m_runDialog = std::move(runner); }
