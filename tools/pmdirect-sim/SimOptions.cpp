@@ -39,7 +39,10 @@ const char* UsageText() {
          "  --drop-after N     close a connection when its message number N+1 arrives\n"
          "  --split-prompts    send each prompt in two writes about 50 ms apart\n"
          "  --drip MS          send every reply one byte per MS milliseconds\n"
-         "  --lower-case       send prompts in lower case\n";
+         "  --lower-case       send prompts in lower case\n"
+         "  -h, --help         show this text and end\n"
+         "\n"
+         "SIGTERM or SIGINT (Ctrl+C) ends it cleanly, the spool flushed to the disk.\n";
 }
 
 bool IsLoopback(const std::string& address) {
