@@ -88,6 +88,7 @@ std::string AppDataDir(const Environment& env) {
 
 std::string DefineDataPath(const std::string& Name, const std::string& ConfName, const Environment& env,
                            EventLog& log) {
+  if (env.dataDir) return *env.dataDir;
   int step = 0;
   try {
     const std::string confPath = env.exeDir() + "/" + ConfName;

@@ -39,6 +39,9 @@ struct Environment {
   std::function<std::string()> exeDir;
   // An environment variable, nullopt when unset.
   std::function<std::optional<std::string>(const char*)> getenv;
+  // A data directory named on the command line (for training): it wins over Pellmoor.conf
+  // and the application-data folder.
+  std::optional<std::string> dataDir = std::nullopt;
 
   // The running process: /proc/self/exe and the real environment.
   static Environment FromProcess();
@@ -51,7 +54,8 @@ std::string WhereAmI(const Environment& env, EventLog& log);
 // Throws VError when none of them is available.
 std::string AppDataDir(const Environment& env);
 
-// The data directory: DATADIR of exeDir + "/" + confName, else AppDataDir + "/" + name.
+// The data directory: env.dataDir when set, else DATADIR of exeDir + "/" + confName, else
+// AppDataDir + "/" + name.
 std::string DefineDataPath(const std::string& Name, const std::string& ConfName, const Environment& env,
                            EventLog& log);
 

@@ -18,7 +18,22 @@ namespace {
 
 std::string RouteId(const std::string& route) { return route.substr(0, route.find(':')); }
 
+std::string DateTimePatternOf(const Settings& s) { return s.DateFormat + " " + s.TimeFormat; }
+
 }  // namespace
+
+FormTexts ShownTexts(const MsgRecord& r, const Settings& settings) {
+  const std::string pattern = DateTimePatternOf(settings);
+  FormTexts t{r.To(),  r.ToPos(), r.Fr(),      r.FrPos(),  r.Subj(), FormatDate(r.MsgDate(), pattern),
+              r.Msg(), r.Sign(),  r.SignPos(), r.IcdName()};
+  if (!r.Reply().empty() || !r.RepSign().empty()) {
+    t[10] = r.Reply();
+    t[11] = r.RepSign();
+    t[12] = r.RepPos();
+    t[13] = FormatDate(r.RepDate(), pattern);
+  }
+  return t;
+}
 
 MessageEditor::MessageEditor(EditorContext ctx)
     : m_ctx(std::move(ctx)), m_view(m_ctx.view), m_rec(m_ctx.dataPath, m_ctx.eventLog) {}
@@ -35,9 +50,7 @@ void MessageEditor::Trap(const char* routine, const std::function<void()>& f) {
   });
 }
 
-std::string MessageEditor::DateTimePattern() const {
-  return m_ctx.settings.DateFormat + " " + m_ctx.settings.TimeFormat;
-}
+std::string MessageEditor::DateTimePattern() const { return DateTimePatternOf(m_ctx.settings); }
 
 std::string MessageEditor::MainCaption() const {
   return std::string(kProgramTitle) + " (" + m_ctx.settings.LoginName + ")";
@@ -271,24 +284,8 @@ void MessageEditor::DeleteCurrentMessage() {
 void MessageEditor::ShowMessage(std::int32_t n) {
   m_rec.Load(n);
   const MsgRecord& r = m_rec.rec();
-  const std::string pattern = DateTimePattern();
-  m_view.setText(0, r.To());
-  m_view.setText(1, r.ToPos());
-  m_view.setText(2, r.Fr());
-  m_view.setText(3, r.FrPos());
-  m_view.setText(4, r.Subj());
-  m_view.setText(5, FormatDate(r.MsgDate(), pattern));
-  m_view.setText(6, r.Msg());
-  m_view.setText(7, r.Sign());
-  m_view.setText(8, r.SignPos());
-  m_view.setText(9, r.IcdName());
-  for (int i = kRepFirst; i <= kRepLast; ++i) m_view.setText(i, "");
-  if (!r.Reply().empty() || !r.RepSign().empty()) {
-    m_view.setText(10, r.Reply());
-    m_view.setText(11, r.RepSign());
-    m_view.setText(12, r.RepPos());
-    m_view.setText(13, FormatDate(r.RepDate(), pattern));
-  }
+  const FormTexts texts = ShownTexts(r, m_ctx.settings);
+  for (int i = 0; i < kFieldCount; ++i) m_view.setText(i, texts[static_cast<std::size_t>(i)]);
   m_currentMsgNo = n;
 
   if (r.Origin() == 2 && r.Kind() == 1) {

@@ -18,6 +18,7 @@
 
 #include "app/Settings.h"
 #include "editor/EditorView.h"
+#include "print/PrintCommand.h"
 #include "store/IcsMsg.h"
 
 namespace velnor {
@@ -136,5 +137,10 @@ class MessageEditor {
   std::vector<std::int32_t> m_browseList;
   short m_browsePtr = 0;
 };
+
+// What the form shows for a stored record, txtField(0) to txtField(13): the dates in the
+// operator's date and time formats, the reply boxes empty unless the record has a reply or
+// a reply signature. The printed page of a stored message is made from the same texts.
+FormTexts ShownTexts(const MsgRecord& r, const Settings& settings);
 
 }  // namespace velnor

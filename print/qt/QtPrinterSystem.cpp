@@ -47,7 +47,7 @@ QPageSize LocalePaper() {
 
 }  // namespace
 
-QtPrinterSystem::QtPrinterSystem(QWidget* owner, QString pdfDirectory)
+QtPrinterSystem::QtPrinterSystem(QWidget* owner, QString pdfDirectory, PrinterLister lister)
     : m_owner(owner),
       // The owner is looked up when the dialog opens: the main window is made after us.
       m_runDialog([this](QPrinter& p, std::uint32_t flags) { return RunQtPrintDialog(m_owner, p, flags); }) {
@@ -58,7 +58,7 @@ QtPrinterSystem::QtPrinterSystem(QWidget* owner, QString pdfDirectory)
   // Thin ruled lines stay visible at this resolution (they are given in device pixels).
   m_pdf->setResolution(300);
   m_pdf->setPageSize(LocalePaper());
-  setPrinterLister({});
+  setPrinterLister(std::move(lister));
 }
 
 QtPrinterSystem::~QtPrinterSystem() = default;

@@ -40,7 +40,8 @@ class QtPrinterSystem : public PrinterSystem {
 
   // owner: parent of the dialogs (may be null, and set later). pdfDirectory: where the PDF
   // printer's file goes unless the operator names another (UTF-8 path; empty = home).
-  explicit QtPrinterSystem(QWidget* owner = nullptr, QString pdfDirectory = {});
+  // lister: the printers to offer instead of the system's (see setPrinterLister).
+  explicit QtPrinterSystem(QWidget* owner = nullptr, QString pdfDirectory = {}, PrinterLister lister = {});
   ~QtPrinterSystem() override;
 
   // The print dialogs open over this window, as its children.

@@ -85,6 +85,9 @@ TEST(FileLibDataPath, ConfDatadirAnyCaseLastWinsValueUntrimmed) {
   Fixture f;
   EXPECT_EQ(f.conf("[GLOBAL]\r\n  datadir = /srv/pm \r\n"), " /srv/pm ");
   EXPECT_EQ(f.conf("DATADIR=/a\r\nInstance=2\r\nDataDir=/b/\r\n"), "/b/");
+  auto named = f.env();  // a directory named on the command line wins over DATADIR
+  named.dataDir = "/training";
+  EXPECT_EQ(FileLib::DefineDataPath("Velnor", "Pellmoor.conf", named, f.log), "/training");
   EXPECT_EQ(f.conf("DATADIR=/a\r\nDATADIR=\r\n"), f.tmp.file("appdata/Velnor"));  // empty -> fallback
   EXPECT_EQ(f.conf("OTHER=/x\r\n[DATADIR=/y\r\n"), f.tmp.file("appdata/Velnor"));
   EXPECT_EQ(FileLib::DataDirFromConfText("DATADIR=/a\nDATADIR=/b\n"), "/aDATADIR=/b");

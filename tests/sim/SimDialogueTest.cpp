@@ -179,16 +179,21 @@ TEST_F(SimFault, GarbageAndOversizedInputNeverStopTheServer) {
   EXPECT_NE(std::find(in.begin(), in.end(), test), in.end());
 }
 
-TEST(SimCommandLine, TakenPortAndBadOptionsExitWithOne) {
+TEST(SimCommandLine, TakenPortListenWarningAndBadOptionsExitWithOne) {
   TempDir dir;
   SimProcess first(dir.file("spool"), dir.file("transcript"));
   const std::string port = std::to_string(first.port());
   std::string err;
-  EXPECT_EQ(RunSimToEnd({"--port", port, "--spool", dir.file("spool")}, err), 1);
+  EXPECT_EQ(RunSimToEnd({"--listen", "127.0.0.1", "--port", port, "--spool", dir.file("spool")}, err), 1);
   EXPECT_NE(err.find("cannot listen on 127.0.0.1:" + port), std::string::npos) << err;
   // Two simulators would number their messages over each other's.
   EXPECT_EQ(RunSimToEnd({"--port", "0", "--spool", dir.file("spool")}, err), 1);
   EXPECT_NE(err.find("in use by another pmdirect-sim"), std::string::npos) << err;
+  EXPECT_EQ(err.find("warning"), std::string::npos) << err;
+  // Beyond loopback it warns first (this documentation address is no machine's, so it fails).
+  EXPECT_EQ(RunSimToEnd({"--listen", "192.0.2.1", "--port", "0", "--spool", dir.file("spool")}, err), 1);
+  EXPECT_NE(err.find("warning: --listen 192.0.2.1 reaches beyond this machine"), std::string::npos) << err;
+  EXPECT_NE(err.find("the Pmdirect dialogue has no authentication"), std::string::npos) << err;
   for (const Strings& bad : {Strings{"--no-prompt", "HELLO>"}, Strings{"--port", "70000"}, Strings{"--drip"},
                             Strings{"--frobnicate"}})
     EXPECT_EQ(RunSimToEnd(bad, err), 1) << bad[0];

@@ -1,5 +1,6 @@
 #include "SimOptions.h"
 
+#include <arpa/inet.h>
 #include <pwd.h>
 #include <unistd.h>
 
@@ -23,14 +24,16 @@ bool parseNumber(const char* text, long lo, long hi, long& out) {
 }  // namespace
 
 const char* UsageText() {
-  return "usage: pmdirect-sim [--bind ADDR] [--port N] [--spool DIR] [--transcript FILE]\n"
+  return "usage: pmdirect-sim [--listen ADDR] [--port N] [--spool DIR] [--transcript FILE]\n"
          "                    [--no-prompt PROMPT] [--drop-after N] [--split-prompts]\n"
          "                    [--drip MS] [--lower-case] [--help]\n"
          "\n"
          "A message server for Velnor exercises: stations log on, hand over ICS 213\n"
          "messages and collect the ones routed to them.\n"
          "\n"
-         "  --bind ADDR        address to listen on (default 127.0.0.1)\n"
+         "  --listen ADDR      address to listen on (default 127.0.0.1: this machine only);\n"
+         "                     stations log on without any password, see pmdirect-sim(1)\n"
+         "  --bind ADDR        the same as --listen\n"
          "  --port N           port (default 9334; 0 picks a free one)\n"
          "  --spool DIR        where queued messages are kept\n"
          "                     (default ${XDG_STATE_HOME:-~/.local/state}/pmdirect-sim/spool)\n"
@@ -39,7 +42,19 @@ const char* UsageText() {
          "  --drop-after N     close a connection when its message number N+1 arrives\n"
          "  --split-prompts    send each prompt in two writes about 50 ms apart\n"
          "  --drip MS          send every reply one byte per MS milliseconds\n"
-         "  --lower-case       send prompts in lower case\n";
+         "  --lower-case       send prompts in lower case\n"
+         "  -h, --help         show this text and end\n"
+         "\n"
+         "SIGTERM or SIGINT (Ctrl+C) ends it cleanly, the spool flushed to the disk.\n";
+}
+
+bool IsLoopback(const std::string& address) {
+  in_addr v4{};
+  in6_addr v6{};
+  if (inet_pton(AF_INET, address.c_str(), &v4) == 1) return (ntohl(v4.s_addr) >> 24) == 127;
+  if (inet_pton(AF_INET6, address.c_str(), &v6) != 1) return false;
+  if (IN6_IS_ADDR_LOOPBACK(&v6)) return true;
+  return IN6_IS_ADDR_V4MAPPED(&v6) && v6.s6_addr[12] == 127;
 }
 
 std::string DefaultSpoolDir() {
@@ -75,7 +90,7 @@ ParseResult ParseOptions(int argc, char** argv, SimOptions& opts, std::string& e
       opts.splitPrompts = true;
     } else if (arg == "--lower-case") {
       opts.lowerCase = true;
-    } else if (arg == "--bind") {
+    } else if (arg == "--listen" || arg == "--bind") {
       if (!needValue()) return ParseResult::Error;
       opts.bind = value;
     } else if (arg == "--port") {

@@ -6,7 +6,7 @@
 namespace velnor::sim {
 
 struct SimOptions {
-  std::string bind = "127.0.0.1";
+  std::string bind = "127.0.0.1";  // --listen
   int port = 9334;
   std::string spool;       // empty: DefaultSpoolDir()
   std::string transcript;  // empty: none
@@ -23,6 +23,9 @@ enum class ParseResult { Run, Help, Error };
 ParseResult ParseOptions(int argc, char** argv, SimOptions& opts, std::string& error);
 
 const char* UsageText();
+
+// True for a numeric address of this machine's loopback (127.0.0.0/8, ::1).
+bool IsLoopback(const std::string& address);
 
 // "$XDG_STATE_HOME/pmdirect-sim/spool", or with no absolute XDG_STATE_HOME
 // "<home>/.local/state/pmdirect-sim/spool"; empty when there is no home either.

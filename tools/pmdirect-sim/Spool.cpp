@@ -252,6 +252,25 @@ void Spool::release(int conn) {
       if (e.holder == conn) e.holder = 0;
 }
 
+void Spool::flush() const {
+  std::vector<std::string> paths{m_dir + "/stations"};
+  for (const auto& [key, q] : m_queues) {
+    for (const auto& e : q) paths.push_back(e.path);
+    paths.push_back(queueDir(key));  // also records the names of the files handed out
+  }
+  paths.push_back(m_dir + "/queue");
+  paths.push_back(m_dir);
+  for (const auto& path : paths) {
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0 && errno == ENOENT) continue;  // no station has logged on yet
+    if (fd < 0) throw ErrnoError(errno, kSource);
+    const int rc = ::fsync(fd);
+    const int err = errno;
+    ::close(fd);
+    if (rc != 0) throw ErrnoError(err, kSource);
+  }
+}
+
 std::size_t Spool::waiting(const std::string& key) const {
   auto it = m_queues.find(key);
   return it == m_queues.end() ? 0 : it->second.size();

@@ -72,6 +72,11 @@ class Spool {
 
   std::size_t waiting(const std::string& key) const;
 
+  // Puts every waiting message and the station list on the disk. The writes above leave
+  // that to the kernel, for speed; this runs once, when the simulator is stopped.
+  // Throws VError.
+  void flush() const;
+
  private:
   std::string queueDir(const std::string& key, const char* area = "queue") const;
 

@@ -37,6 +37,12 @@ int main(int argc, char** argv) {
     case ParseResult::Run:
       break;
   }
+  if (!IsLoopback(opts.bind))
+    std::fprintf(stderr,
+                 "pmdirect-sim: warning: --listen %s reaches beyond this machine, and the Pmdirect dialogue "
+                 "has no authentication: anyone who reaches this port can log on as any station and take "
+                 "its messages\n",
+                 opts.bind.c_str());
   if (::pipe2(g_stopPipe, O_CLOEXEC | O_NONBLOCK) != 0) {
     std::perror("pmdirect-sim: pipe");
     return 1;
@@ -69,5 +75,11 @@ int main(int argc, char** argv) {
   std::fflush(stdout);
   std::fprintf(stderr, "pmdirect-sim: spool %s\n", spoolDir.c_str());
   server.run(*spool, g_stopPipe[0]);
+  try {
+    spool->flush();
+  } catch (const velnor::VError& e) {
+    std::fprintf(stderr, "pmdirect-sim: spool %s: %s\n", spoolDir.c_str(), e.description().c_str());
+    return 1;
+  }
   return 0;
 }
