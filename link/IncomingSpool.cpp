@@ -18,7 +18,7 @@ namespace velnor {
 
 namespace {
 
-const std::string kSource = "IncomingSpool";
+constexpr const char* kSource = "IncomingSpool";
 
 void MakeDir(const std::string& path) {
   if (::mkdir(path.c_str(), 0755) != 0 && errno != EEXIST) throw ErrnoError(errno, kSource);
