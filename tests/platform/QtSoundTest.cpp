@@ -1,5 +1,5 @@
-// The real Qt Multimedia player: a file that cannot be played must say so at once, so
-// the arrival still beeps; a playable one is started without waiting for it to finish.
+// The real Qt Multimedia player: a file that cannot be played must say so at once, every
+// time, so the arrival still beeps; a playable one is started without waiting for it.
 #include <gtest/gtest.h>
 
 #include <QApplication>
@@ -50,6 +50,14 @@ TEST(QtSound, UnplayableFilesFailAtOnceAndAWaveFileStarts) {
   EXPECT_TRUE(sound.playFileAsync(wav));
   EXPECT_TRUE(sound.playFileAsync(wav));  // again while it may still be loading or playing
   QApplication::processEvents();
+
+  // Named like a wave file but not one, or cut off after its header: the player would stay
+  // silent, so every call says so and every arrival beeps.
+  const std::string text = dir.file("text.wav"), cut = dir.file("cut.wav");
+  std::ofstream(text, std::ios::binary) << "This is a text file with a wave file's name, and no sound.";
+  std::ofstream(cut, std::ios::binary) << SilentWave().substr(0, 44);
+  for (const std::string& bad : {text, cut, text, cut}) EXPECT_FALSE(sound.playFileAsync(bad)) << bad;
+  EXPECT_TRUE(sound.playFileAsync(wav));
 }
 
 }  // namespace
