@@ -97,6 +97,7 @@ void MessageEditor::mnuOpen_Click() {
     req.filterIndex = 2;
     req.defaultExt = "txt";
     req.initialDir = m_ctx.dataPath;
+    req.pathMustExist = true;
     const std::string path = m_ctx.dialogs.openFileDialog(req);
     if (path.empty()) return;
     auto cannotRead = [&](const std::string& why) {

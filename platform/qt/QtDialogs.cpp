@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QInputDialog>
 #include <QMessageBox>
 
@@ -62,7 +63,10 @@ QStringList QtDialogs::FilterList(const std::string& filter) {
 std::string QtDialogs::openFileDialog(const FileDialogRequest& request) {
   QFileDialog dialog(m_owner, Q(request.title), Q(request.initialDir));
   dialog.setAcceptMode(QFileDialog::AcceptOpen);
-  dialog.setFileMode(QFileDialog::ExistingFile);
+  // A name with no file behind it is an answer too (the caller decides what it means);
+  // a desktop's own open dialog may refuse one, so Qt's dialog is used everywhere.
+  dialog.setFileMode(QFileDialog::AnyFile);
+  dialog.setOption(QFileDialog::DontUseNativeDialog);
   const QStringList filters = FilterList(request.filter);
   if (!filters.isEmpty()) {
     dialog.setNameFilters(filters);
@@ -71,8 +75,14 @@ std::string QtDialogs::openFileDialog(const FileDialogRequest& request) {
   }
   if (!request.defaultExt.empty()) dialog.setDefaultSuffix(Q(request.defaultExt));
   if (!request.fileName.empty()) dialog.selectFile(Q(request.fileName));
-  if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return {};
-  return S(dialog.selectedFiles().front());
+  for (;;) {
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return {};
+    const QString chosen = dialog.selectedFiles().front();
+    if (!request.pathMustExist || QFileInfo(chosen).dir().exists()) return S(chosen);
+    QMessageBox::warning(
+        &dialog, dialog.windowTitle(),
+        chosen + QStringLiteral("\nThis folder does not exist.\nCheck the path and try again."));
+  }
 }
 
 void QtDialogs::beep() { QApplication::beep(); }

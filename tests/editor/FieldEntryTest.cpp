@@ -96,8 +96,9 @@ TEST_F(FieldEntryTest, OpenInsertsAtTheCursorOfTheBodyBeingWritten) {
   trigger("mnuOpen");
   EXPECT_EQ(fieldText(10), "Aone\r\ntwoB");
   const FileDialogRequest& asked = dialogs.lastFileRequest;
-  EXPECT_EQ((Names{asked.initialDir, asked.defaultExt, std::to_string(asked.filterIndex)}),
-            (Names{dataPath, "txt", "2"}));
+  EXPECT_EQ((Names{asked.initialDir, asked.defaultExt, std::to_string(asked.filterIndex),
+                   std::to_string(asked.pathMustExist)}),
+            (Names{dataPath, "txt", "2", "1"}));
   EXPECT_FALSE(ed->MessageSaved());
 
   // The cursor after a line break counts it as CR LF; a selection follows the insert.
