@@ -10,7 +10,6 @@
 #include <QTimer>
 #include <cstdint>
 #include <fstream>
-#include <memory>
 #include <string>
 
 #include "platform/qt/QtDialogs.h"
@@ -20,26 +19,12 @@
 namespace velnor::testing {
 namespace {
 
-// One application for the run; Qt's file dialog keeps its history in the user's settings,
-// which live in a folder of the test's own.
-class QtApp : public ::testing::Environment {
-  void SetUp() override {
-    m_settings = std::make_unique<TempDir>();
-    for (auto format : {QSettings::NativeFormat, QSettings::IniFormat})
-      QSettings::setPath(format, QSettings::UserScope, QString::fromStdString(m_settings->path()));
-    m_app = std::make_unique<QApplication>(m_argc, m_argv);
-  }
-  void TearDown() override {
-    m_app.reset();
-    m_settings.reset();
-  }
-  int m_argc = 1;
-  char m_name[17] = "test_platform_qt";
-  char* m_argv[2] = {m_name, nullptr};
-  std::unique_ptr<TempDir> m_settings;
-  std::unique_ptr<QApplication> m_app;
-};
-const auto* const kEnv = ::testing::AddGlobalTestEnvironment(new QtApp);
+void App() {
+  static int argc = 1;
+  static char name[] = "test_platform_qt";
+  static char* argv[] = {name, nullptr};
+  if (QApplication::instance() == nullptr) new QApplication(argc, argv);  // for the whole run
+}
 
 // A 0.1 s mono 8 kHz 16-bit wave file of silence.
 std::string SilentWave() {
@@ -69,6 +54,7 @@ std::string SilentWave() {
 // A file that cannot be played must say so at once, every time, so the arrival still
 // beeps; a playable one is started without waiting for it.
 TEST(QtSound, UnplayableFilesFailAtOnceAndAWaveFileStarts) {
+  App();
   TempDir dir;
   QtSound sound;
   EXPECT_FALSE(sound.playFileAsync(""));
@@ -116,7 +102,9 @@ std::string TypeIntoFileDialog(QtDialogs& dialogs, const FileDialogRequest& requ
 // A name with no file behind it is an answer; with pathMustExist, one in a missing folder
 // is refused and the dialog stays open.
 TEST(QtDialogs, FileDialogTakesANameWithNoFileButNotInAMissingFolder) {
-  TempDir dir;
+  App();
+  TempDir dir, settings;  // Qt's dialog keeps its history in the user's settings
+  QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, QString::fromStdString(settings.path()));
   QtDialogs dialogs;
   struct Row {
     std::string typed;
