@@ -19,12 +19,14 @@
 namespace velnor::testing {
 namespace {
 
-void App() {
-  static int argc = 1;
-  static char name[] = "test_platform_qt";
-  static char* argv[] = {name, nullptr};
-  if (QApplication::instance() == nullptr) new QApplication(argc, argv);  // for the whole run
-}
+// The application of one test, gone before the program ends: Qt Multimedia's loading
+// thread must stop before the program's statics are destroyed.
+struct App {
+  int argc = 1;
+  char name[17] = "test_platform_qt";
+  char* argv[2] = {name, nullptr};
+  QApplication app{argc, argv};
+};
 
 // A 0.1 s mono 8 kHz 16-bit wave file of silence.
 std::string SilentWave() {
@@ -54,7 +56,7 @@ std::string SilentWave() {
 // A file that cannot be played must say so at once, every time, so the arrival still
 // beeps; a playable one is started without waiting for it.
 TEST(QtSound, UnplayableFilesFailAtOnceAndAWaveFileStarts) {
-  App();
+  App app;
   TempDir dir;
   QtSound sound;
   EXPECT_FALSE(sound.playFileAsync(""));
@@ -102,7 +104,7 @@ std::string TypeIntoFileDialog(QtDialogs& dialogs, const FileDialogRequest& requ
 // A name with no file behind it is an answer; with pathMustExist, one in a missing folder
 // is refused and the dialog stays open.
 TEST(QtDialogs, FileDialogTakesANameWithNoFileButNotInAMissingFolder) {
-  App();
+  App app;
   TempDir dir, settings;  // Qt's dialog keeps its history in the user's settings
   QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, QString::fromStdString(settings.path()));
   QtDialogs dialogs;
