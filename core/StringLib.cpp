@@ -61,6 +61,21 @@ std::string ToUpperAscii(std::string_view s) {
   return out;
 }
 
+char ToUpperCp1252(char c) {
+  const auto b = static_cast<unsigned char>(c);
+  auto upper = [](unsigned v) { return static_cast<char>(static_cast<unsigned char>(v)); };
+  if ((b >= 'a' && b <= 'z') || (b >= 0xE0 && b <= 0xFE && b != 0xF7)) return upper(b - 0x20u);  // 0xF7 is ÷
+  if (b == 0x9A || b == 0x9C || b == 0x9E) return upper(b - 0x10u);  // š œ ž: capitals among 0x80-0x9F
+  if (b == 0xFF) return upper(0x9F);                                 // ÿ
+  return c;
+}
+
+std::string ToUpperCp1252(std::string_view s) {
+  std::string out(s);
+  for (char& c : out) c = ToUpperCp1252(c);
+  return out;
+}
+
 bool ParseInt32(std::string_view s, long& out) {
   const std::size_t b = s.find_first_not_of(" \t");
   if (b == std::string_view::npos) return false;

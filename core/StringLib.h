@@ -26,8 +26,13 @@ std::string Trim(std::string_view s);
 // Removes every CR LF pair; a lone CR or LF stays.
 std::string RemoveCrLf(std::string_view s);
 
-// ASCII upper case of station text (bytes above 127 are left alone).
+// ASCII upper case of station text (bytes above 127 are left alone): for keys.
 std::string ToUpperAscii(std::string_view s);
+
+// Upper case of one station character, for every Windows-1252 letter whose capital is
+// also a Windows-1252 character (é -> É, š -> Š, ÿ -> Ÿ); ß and µ have none and stay.
+char ToUpperCp1252(char c);
+std::string ToUpperCp1252(std::string_view s);
 
 // Whole decimal 16-bit number, blanks around allowed ("  42 "); nullopt if not a number
 // or out of range.

@@ -38,9 +38,7 @@ void MessageEditor::txtField_LostFocus(int index) {
   });
 }
 
-char MessageEditor::txtDefaultToRoute_KeyPress(char key) {
-  return key >= 'a' && key <= 'z' ? static_cast<char>(key - 'a' + 'A') : key;
-}
+char MessageEditor::txtDefaultToRoute_KeyPress(char key) { return ToUpperCp1252(key); }
 
 void MessageEditor::cmdSetFieldsAsDefault_Click() {
   Trap("cmdSetFieldsAsDefault_Click", [&] {
@@ -60,7 +58,7 @@ void MessageEditor::mnuIdentifier_Click() {
     const std::string previous = s.LoginName;
     const auto answer =
         m_ctx.dialogs.inputBox("Enter your Identifier (i.e.: name, callsign, etc)", "Identifier", s.LoginName);
-    s.LoginName = answer && !answer->empty() ? ToUpperAscii(*answer) : previous;
+    s.LoginName = answer && !answer->empty() ? ToUpperCp1252(*answer) : previous;
     m_view.setCaption(MainCaption());
     WriteSettings(m_ctx.settingsFile, s);
   });
@@ -99,6 +97,7 @@ void MessageEditor::mnuOpen_Click() {
     req.filterIndex = 2;
     req.defaultExt = "txt";
     req.initialDir = m_ctx.dataPath;
+    req.pathMustExist = true;
     const std::string path = m_ctx.dialogs.openFileDialog(req);
     if (path.empty()) return;
     auto cannotRead = [&](const std::string& why) {

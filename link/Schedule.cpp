@@ -42,6 +42,7 @@ bool PmLink::PmdirectTest(std::string inString) {
     while (m_WNS.state() != Socket::Connected && m_waits.GpTimerEnabled()) {
       m_waits.loop().waitForEvents();
       s.TestStep = 804;
+      m_WNS.checkHost();
     }
     if (m_WNS.state() == Socket::Connected) {
       s.TestStep = 805;

@@ -88,8 +88,10 @@ void PmLink::ConnectServer(bool& ok) {
     m_WNS.setRemotePort(static_cast<int>(port));
     m_WNS.connect();
     StartGpTimer(timeOut);
-    while (m_WNS.state() != Socket::Connected && m_waits.GpTimerEnabled())
+    while (m_WNS.state() != Socket::Connected && m_waits.GpTimerEnabled()) {
       m_waits.loop().waitForEvents();
+      m_WNS.checkHost();  // an unusable host is an error at once, not a time-out
+    }
     if (m_WNS.state() == Socket::Connected) {
       status("Trying to Connect... connected!");
       netState("Connected");

@@ -18,6 +18,7 @@ struct FileDialogRequest {
   std::string defaultExt;      // without the dot
   std::string initialDir;
   std::string fileName;        // proposed name
+  bool pathMustExist = false;  // refuse a name in a folder that is not there; a missing file is fine
 };
 
 class Dialogs {

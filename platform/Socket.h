@@ -1,8 +1,12 @@
 #pragma once
 // The one TCP client connection to Pmdirect. Connecting does not block; success is seen
-// by polling state(). send() queues bytes as they are, with no terminator, and throws
-// VError when the connection cannot take them. Bytes arrive in order; getData() hands
-// over everything that has arrived and not been fetched, as station text.
+// by polling state(). A host that cannot be used (empty, malformed, or no address found
+// for it) is found out in the event loop while connecting, and checkHost() then raises
+// it, so the caller's wait ends at once instead of at its time-out; a connection that
+// is merely refused only shows in state(). send() queues bytes as they are, with no
+// terminator, and throws VError when the connection cannot take them. Bytes arrive in
+// order; getData() hands over everything that has arrived and not been fetched, as
+// station text.
 #include <functional>
 #include <string>
 #include <string_view>
@@ -18,6 +22,7 @@ class Socket {
   virtual void setRemoteHost(const std::string& host) = 0;
   virtual void setRemotePort(int port) = 0;
   virtual void connect() = 0;
+  virtual void checkHost() const = 0;  // throws VError once the host of connect() is known unusable
   virtual void send(std::string_view bytes) = 0;
   virtual std::string getData() = 0;
   virtual int state() const = 0;

@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QInputDialog>
 #include <QMessageBox>
 
@@ -16,6 +17,26 @@ QString Q(const std::string& station) {
   return q;
 }
 std::string S(const QString& q) { return Utf8ToCp1252(q.toStdString()); }
+
+// Refuses a name whose folder is not there while the dialog stays open, as the operator
+// expects of a dialog that asks for an existing path.
+class OpenDialog : public QFileDialog {
+ public:
+  using QFileDialog::QFileDialog;
+  bool pathMustExist = false;
+
+ protected:
+  void accept() override {
+    const QStringList chosen = selectedFiles();
+    if (pathMustExist && !chosen.isEmpty() && !QFileInfo(chosen.front()).dir().exists()) {
+      QMessageBox::warning(
+          this, windowTitle(),
+          chosen.front() + QStringLiteral("\nThis folder does not exist.\nCheck the path and try again."));
+      return;
+    }
+    QFileDialog::accept();
+  }
+};
 }  // namespace
 
 MsgAnswer QtDialogs::messageBox(const std::string& text, const std::string& caption, MsgButtons buttons,
@@ -60,9 +81,13 @@ QStringList QtDialogs::FilterList(const std::string& filter) {
 }
 
 std::string QtDialogs::openFileDialog(const FileDialogRequest& request) {
-  QFileDialog dialog(m_owner, Q(request.title), Q(request.initialDir));
+  OpenDialog dialog(m_owner, Q(request.title), Q(request.initialDir));
+  dialog.pathMustExist = request.pathMustExist;
   dialog.setAcceptMode(QFileDialog::AcceptOpen);
-  dialog.setFileMode(QFileDialog::ExistingFile);
+  // A name with no file behind it is an answer too (the caller decides what it means);
+  // a desktop's own open dialog may refuse one, so Qt's dialog is used everywhere.
+  dialog.setFileMode(QFileDialog::AnyFile);
+  dialog.setOption(QFileDialog::DontUseNativeDialog);
   const QStringList filters = FilterList(request.filter);
   if (!filters.isEmpty()) {
     dialog.setNameFilters(filters);

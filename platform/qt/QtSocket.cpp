@@ -2,13 +2,16 @@
 
 #include <QHostAddress>
 
+#include "core/Cp1252.h"
 #include "core/VError.h"
 
 namespace velnor {
 
 namespace {
-// The classic socket control's number for "wrong protocol or connection state".
+// The classic socket control's numbers for "wrong protocol or connection state" and for
+// a host name without an address.
 constexpr long kErrNotConnected = 40006;
+constexpr long kErrHostNotFound = 11001;
 }  // namespace
 
 QtSocket::QtSocket() {
@@ -19,6 +22,9 @@ QtSocket::QtSocket() {
                    [this](QAbstractSocket::SocketError e) {
                      m_failed = true;
                      m_peerClosed = e == QAbstractSocket::RemoteHostClosedError;
+                     // Qt's lookup refuses an empty or malformed name without asking any
+                     // resolver, and reports it like a name no resolver knows.
+                     m_hostNotFound = e == QAbstractSocket::HostNotFoundError;
                    });
 }
 
@@ -33,15 +39,21 @@ void QtSocket::close() {
   m_socket.abort();
   m_failed = false;
   m_peerClosed = false;
+  m_hostNotFound = false;
 }
 
 void QtSocket::connect() {
   m_socket.abort();
   m_failed = false;
   m_peerClosed = false;
-  m_socket.connectToHost(QString::fromStdString(m_host), static_cast<quint16>(m_port));
+  m_hostNotFound = false;
+  m_socket.connectToHost(QString::fromStdString(Cp1252ToUtf8(m_host)), static_cast<quint16>(m_port));
   // One short line, then a wait for the prompt: never hold a line back for coalescing.
   m_socket.setSocketOption(QAbstractSocket::LowDelayOption, 1);
+}
+
+void QtSocket::checkHost() const {
+  if (m_hostNotFound) throw VError(kErrHostNotFound, "WNS:Connect", "Host not found: " + m_host);
 }
 
 void QtSocket::send(std::string_view bytes) {

@@ -17,6 +17,7 @@ class QtSocket : public Socket {
   void setRemoteHost(const std::string& host) override { m_host = host; }
   void setRemotePort(int port) override { m_port = port; }
   void connect() override;
+  void checkHost() const override;
   void send(std::string_view bytes) override;
   std::string getData() override;
   int state() const override;
@@ -27,6 +28,7 @@ class QtSocket : public Socket {
   int m_port = 0;
   bool m_failed = false;        // an error ended the last connection
   bool m_peerClosed = false;    // ... and it was the peer that closed it
+  bool m_hostNotFound = false;  // ... and it was the host name that failed
 };
 
 }  // namespace velnor

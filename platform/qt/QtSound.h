@@ -1,7 +1,9 @@
 #pragma once
 // The arrival sound on Qt Multimedia: a wave file played asynchronously, and the beep.
-// playFileAsync reports failure at once for a file that does not exist or cannot be
-// opened, so the caller can beep instead; a decoder error found later also beeps.
+// playFileAsync reads the file's header with the player's own decoder before it starts,
+// so a file that is missing, unreadable or not a wave the player can decode fails at
+// once, on every call, and the caller beeps instead. A sound output that fails later,
+// while the file loads, beeps too.
 #include <QObject>
 #include <memory>
 

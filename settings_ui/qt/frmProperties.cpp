@@ -18,6 +18,7 @@
 
 #include "app/FileLib.h"
 #include "core/Cp1252.h"
+#include "core/StringLib.h"
 
 namespace velnor {
 namespace {
@@ -319,11 +320,11 @@ bool frmProperties::eventFilter(QObject* watched, QEvent* event) {
   if (event->type() == QEvent::KeyPress) {
     if (box == txtDefualtToRoute) {
       auto* key = static_cast<QKeyEvent*>(event);
-      const QString typed = key->text();
-      const QString upper = typed.toUpper();
-      // Only a single typed character that has a one-character capital is replaced.
-      if (typed.size() == 1 && typed.at(0).isPrint() && upper.size() == 1 && upper != typed) {
-        box->insert(upper);
+      // Capitals of the station's character set only: a capital the route could not carry
+      // (µ has one only in Greek) leaves the key as typed.
+      const std::string typed = FromQ(key->text());
+      if (typed.size() == 1 && ToUpperCp1252(typed[0]) != typed[0]) {
+        box->insert(ToQ(std::string(1, ToUpperCp1252(typed[0]))));
         return true;
       }
     }

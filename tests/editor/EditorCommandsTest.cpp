@@ -17,16 +17,16 @@ TEST_F(WindowTest, FailedLinkTestAndIdentifierPromptAtStartThenTheSetupMenu) {
   EXPECT_EQ(win->windowTitle().toStdString(), "Velnor (W1XYZ)");
   EXPECT_EQ(dialogs.lastInputPreset, "W1XYZ");
 
-  dialogs.expectInput("Enter your Identifier", " kd0abc/p ");
+  dialogs.expectInput("Enter your Identifier", " j\xf6rg/p ");  // o umlaut
   trigger("mnuIdentifier");
   EXPECT_EQ(dialogs.shown.back().caption, "Identifier");
-  EXPECT_EQ(win->windowTitle().toStdString(), "Velnor ( KD0ABC/P )");  // capitals, blanks stay as typed
-  EXPECT_EQ(ReadSettings(dataPath + "/velnor.ini").LoginName, " KD0ABC/P ");
+  EXPECT_EQ(win->windowTitle().toStdString(), "Velnor ( J\xc3\x96RG/P )");  // capitals, blanks stay as typed
+  EXPECT_EQ(ReadSettings(dataPath + "/velnor.ini").LoginName, " J\xd6RG/P ");
 
   dialogs.expectInput("Enter your Identifier", "");
   trigger("mnuIdentifier");
-  EXPECT_EQ(dialogs.lastInputPreset, " KD0ABC/P ");
-  EXPECT_EQ(win->settings().LoginName, " KD0ABC/P ");
+  EXPECT_EQ(dialogs.lastInputPreset, " J\xd6RG/P ");
+  EXPECT_EQ(win->settings().LoginName, " J\xd6RG/P ");
 
   // Properties: the settings file is rewritten however the dialog closes, and the schedule
   // restarts (its count of seconds back to 0) when the interval is not the one it runs on.

@@ -54,9 +54,10 @@ TEST_F(FieldEntryTest, FocusSelectsLineFieldsLeavingFromSignsRouteTakesCapitals)
   win->setText(kRouteBox, "");
   route->setFocus(Qt::MouseFocusReason);
   QTest::keyClicks(route, "eoc-2b");
-  EXPECT_EQ(win->text(kRouteBox), "EOC-2B");
+  QTest::sendKeyEvent(QTest::Click, route, Qt::Key_Eacute, QString::fromUtf8("\xc3\xa9"), Qt::NoModifier);
+  EXPECT_EQ(win->text(kRouteBox), "EOC-2B\xc9");
   click("cmdSave");
-  EXPECT_EQ(Stored(1).Route(), "EOC-2B:0");
+  EXPECT_EQ(Stored(1).Route(), "EOC-2B\xc9:0");
 }
 
 TEST_F(FieldEntryTest, SetFieldsAsDefaultEmptiesAnEmptiedDefault) {
@@ -95,8 +96,9 @@ TEST_F(FieldEntryTest, OpenInsertsAtTheCursorOfTheBodyBeingWritten) {
   trigger("mnuOpen");
   EXPECT_EQ(fieldText(10), "Aone\r\ntwoB");
   const FileDialogRequest& asked = dialogs.lastFileRequest;
-  EXPECT_EQ((Names{asked.initialDir, asked.defaultExt, std::to_string(asked.filterIndex)}),
-            (Names{dataPath, "txt", "2"}));
+  EXPECT_EQ((Names{asked.initialDir, asked.defaultExt, std::to_string(asked.filterIndex),
+                   std::to_string(asked.pathMustExist)}),
+            (Names{dataPath, "txt", "2", "1"}));
   EXPECT_FALSE(ed->MessageSaved());
 
   // The cursor after a line break counts it as CR LF; a selection follows the insert.

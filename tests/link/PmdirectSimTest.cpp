@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTimer>
@@ -262,6 +263,27 @@ TEST(PmdirectSim, NothingListeningFailsTheConnectStep) {
 
   EXPECT_FALSE(alpha.link->PmdirectTest("<test>This is the ICS-213 test startup msg</test>"));
   EXPECT_EQ(alpha.panels["Status"], "Passing message... failed");
+}
+
+// Qt refuses these names without asking a resolver, so nothing leaves the machine.
+TEST(PmdirectSim, UnusableHostFailsTheConnectStepAtOnce) {
+  QTcpServer own;  // the only port the link could reach, were a name ever resolved
+  ASSERT_TRUE(own.listen(QHostAddress::LocalHost, 0));
+  Station alpha("ALPHA", own.serverPort());
+  alpha.settings.TimeOut = "3000";
+  QElapsedTimer took;
+  took.start();
+  for (const char* name : {"", "bad host!"}) {
+    SCOPED_TRACE(name);
+    alpha.settings.HostName = name;
+    alpha.dialogs.expectMessage("Network error.  Confirm this is a networked PC");
+    EXPECT_FALSE(alpha.link->SeqPmdirect());
+    alpha.dialogs.verify();
+    EXPECT_EQ(alpha.panels["Status"], "Disconnecting, error during Connect");
+    EXPECT_FALSE(alpha.link->PmdirectTest("x"));  // ends without a box of its own
+  }
+  EXPECT_EQ(alpha.log.lines, Lines{});
+  EXPECT_LT(took.elapsed(), 3000);  // not one wait ran into TimeOut
 }
 
 TEST(PmdirectSim, LinkTestHandsTheTextOverInPieces) {

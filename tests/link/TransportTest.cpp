@@ -70,6 +70,7 @@ class TransportTest : public LinkTest {
   LinkState& s() { return link().state(); }
   // Connected, awaiting `awaited`; `reply` answers every send after `delayMs`.
   void connect(short awaited, std::function<void(std::string_view)> reply = {}) {
+    sock.setRemoteHost("127.0.0.1");
     sock.connect();
     loop.runUntil([&] { return sock.state() == Socket::Connected; });
     s().AwaitedPrompt = awaited;

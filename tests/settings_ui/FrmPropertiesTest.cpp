@@ -280,8 +280,12 @@ TEST_F(PropertiesDialog, OkStoresWhatTheControlsShow) {
   EXPECT_EQ(box("txtDefaults_4")->text(), QString::fromUtf8("Caf\xc3\xa9 Fire"));
   retype("txtFormat_0", QStringLiteral("DD.MM.YYYY"));
   retype("txtFormat_1", QStringLiteral("HH:mm:ss"));
-  retype("txtDefualtToRoute", QStringLiteral("icp-2b"), kTabRoutes);  // shown and stored in capitals
-  EXPECT_EQ(box("txtDefualtToRoute")->text(), QStringLiteral("ICP-2B"));
+  // Shown and stored in capitals; µ has no capital the station can carry.
+  retype("txtDefualtToRoute", QStringLiteral("icp-2b"), kTabRoutes);
+  QLineEdit* route = box("txtDefualtToRoute");
+  QTest::sendKeyEvent(QTest::Click, route, Qt::Key_Eacute, QString::fromUtf8("\xc3\xa9"), {});
+  QTest::sendKeyEvent(QTest::Click, route, Qt::Key_mu, QString::fromUtf8("\xc2\xb5"), {});
+  EXPECT_EQ(box("txtDefualtToRoute")->text(), QString::fromUtf8("ICP-2B\xc3\x89\xc2\xb5"));
   click("chkKeepLocal");
   click("cmdOK");
   EXPECT_TRUE(accepted());
@@ -289,7 +293,7 @@ TEST_F(PropertiesDialog, OkStoresWhatTheControlsShow) {
   EXPECT_EQ(settings.IcdName, "Caf\xe9 Fire");
   EXPECT_EQ(settings.DateFormat, "DD.MM.YYYY");
   EXPECT_EQ(settings.TimeFormat, "HH:mm:ss");
-  EXPECT_EQ(settings.DEFDEST, "ICP-2B");
+  EXPECT_EQ(settings.DEFDEST, "ICP-2B\xc9\xb5");
   EXPECT_EQ(settings.KEEPLOCAL, 1);
 }
 

@@ -1,7 +1,8 @@
 #pragma once
 // A scripted Pmdirect on the virtual loop. Every send() is recorded on `wire` and handed
-// to `onSend`, which answers with deliver(). Faults: refuse or never answer the connect,
-// drop the connection once N bytes have been sent, split or delay deliveries, fail sends.
+// to `onSend`, which answers with deliver(). Faults: a host that is not found, refuse or
+// never answer the connect, drop the connection once N bytes have been sent, split or
+// delay deliveries, fail sends.
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -24,7 +25,6 @@ class FakeSocket : public Socket {
   ConnectMode connectMode = ConnectMode::Accept;
   std::int64_t connectDelayMs = 5;
   std::int64_t dropAfterBytes = -1;  // < 0: never drop
-  bool throwOnHost = false;          // setRemoteHost raises, as for an unusable name
   std::function<void(std::string_view sent)> onSend;
 
   // Arrives delayMs from now, as one data-arrival event.
@@ -51,24 +51,31 @@ class FakeSocket : public Socket {
   void close() override {
     ++m_generation;
     m_state = Closed;
+    m_hostFailed = false;
     m_inbox.clear();
     ++closes;
   }
-  void setRemoteHost(const std::string& host) override {
-    if (throwOnHost) throw VError(11001, "WNS", "Host not found");
-    remoteHost = host;
-  }
+  void setRemoteHost(const std::string& host) override { remoteHost = host; }
   void setRemotePort(int port) override { remotePort = port; }
   void connect() override {
     ++connects;
     m_state = Connecting;
+    m_hostFailed = false;
     const std::uint64_t gen = m_generation;
-    if (connectMode == ConnectMode::Never) return;
-    m_loop.post([this, gen] {
-      if (gen != m_generation) return;
-      m_state = connectMode == ConnectMode::Accept ? Connected : Error;
-      m_sentCount = 0;
-    }, connectDelayMs);
+    // No address for an empty name (Qt refuses it) nor for one under the reserved "invalid".
+    const bool lookupFails = remoteHost.empty() || remoteHost.ends_with(".invalid");
+    if (connectMode == ConnectMode::Never && !lookupFails) return;
+    m_loop.post(
+        [this, gen, lookupFails] {
+          if (gen != m_generation) return;
+          m_hostFailed = lookupFails;
+          m_state = connectMode == ConnectMode::Accept && !lookupFails ? Connected : Error;
+          m_sentCount = 0;
+        },
+        connectDelayMs);
+  }
+  void checkHost() const override {
+    if (m_hostFailed) throw VError(11001, "WNS", "Host not found");
   }
   void send(std::string_view bytes) override {
     if (m_state != Connected) throw VError(40006, "WNS", "Wrong protocol or connection state");
@@ -104,6 +111,7 @@ class FakeSocket : public Socket {
   std::string m_inbox;
   std::uint64_t m_generation = 0;
   std::int64_t m_sentCount = 0;
+  bool m_hostFailed = false;
 };
 
 }  // namespace velnor::testing

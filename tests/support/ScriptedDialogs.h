@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <deque>
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
@@ -55,7 +56,13 @@ class ScriptedDialogs : public Dialogs {
   std::string openFileDialog(const FileDialogRequest& request) override {
     shown.push_back({"file", request.title, request.filter});
     lastFileRequest = request;
-    return take("file", request.title).path;
+    std::string path = take("file", request.title).path;
+    // The real dialog accepts a name with no file, but not one in a missing folder.
+    std::error_code ec;
+    if (request.pathMustExist && !path.empty() &&
+        !std::filesystem::is_directory(std::filesystem::path(path).parent_path(), ec))
+      ADD_FAILURE() << "the file dialog would refuse " << path << ": its folder does not exist";
+    return path;
   }
   void beep() override { ++beeps; }
 
