@@ -1,6 +1,6 @@
 // Linked into every test executable: sets the environment the tests rely on before
-// main() runs, unless the caller already set it, and keeps the tests off the default
-// Pmdirect port.
+// main() runs, unless the caller already set it, and keeps the tests off the world: the
+// default Pmdirect port, the print server and the user's runtime folder.
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -10,6 +10,8 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdlib>
+#include <filesystem>
+#include <string>
 
 #include "tests/support/DefaultPort.h"
 
@@ -20,7 +22,20 @@ struct TestEnvironment {
     setenv("QT_QPA_PLATFORM", "offscreen", 0);
     setenv("VELNOR_SIM", VELNOR_SIM_BUILT, 0);
     setenv("VELNOR_BIN", VELNOR_BIN_BUILT, 0);
+    // Qt makes a runtime folder when none is set, and asks the print server on port 631
+    // for printers: both go to a folder of this process's own, where no print server is.
+    char dir[] = "/tmp/velnor-env-XXXXXX";
+    if (mkdtemp(dir)) {
+      m_dir = dir;
+      setenv("XDG_RUNTIME_DIR", dir, 1);
+      setenv("CUPS_SERVER", (m_dir + "/no-print-server").c_str(), 1);
+    }
   }
+  ~TestEnvironment() {
+    std::error_code ignored;
+    if (!m_dir.empty()) std::filesystem::remove_all(m_dir, ignored);
+  }
+  std::string m_dir;
 };
 
 const TestEnvironment environment;
@@ -40,13 +55,19 @@ int PortOf(const sockaddr* a, socklen_t len) {
 
 // Takes the C library's place for the whole process, Qt's sockets included. A guard that
 // listened on the port instead would miss exactly the case that matters: a server of this
-// machine already listening there.
+// machine already listening there. The well-known ports below 1024 (a print server, a
+// name server) are never a test's own either.
 extern "C" int connect(int fd, const sockaddr* addr, socklen_t len) {
-  if (PortOf(addr, len) == velnor::testing::kDefaultPmdirectPort) {
+  const int port = PortOf(addr, len);
+  if (port == velnor::testing::kDefaultPmdirectPort) {
     ++g_refused;
     if (g_expecting == 0)
-      ADD_FAILURE() << "connection to port " << velnor::testing::kDefaultPmdirectPort
-                    << " refused: a test may only reach a port it opened itself";
+      ADD_FAILURE() << "connection to port " << port << " refused: a test may only reach a port it opened itself";
+    errno = ECONNREFUSED;
+    return -1;
+  }
+  if (port >= 0 && port < 1024) {
+    ADD_FAILURE() << "connection to port " << port << " refused: a test may only reach a port it opened itself";
     errno = ECONNREFUSED;
     return -1;
   }
