@@ -116,9 +116,9 @@ void MessageEditor::mnuOpen_Click() {
       cannotRead(e.description());
       return;
     }
-    const short kind = m_rec.rec().Kind();
-    if (kind != 1 && kind != 2) return;
-    const int target = kind == 1 ? 6 : 10;
+    const Kind kind = m_rec.rec().Kind();
+    if (kind != Kind::Message && kind != Kind::Reply) return;
+    const int target = kind == Kind::Message ? 6 : 10;
     const std::string text = m_view.text(target);
     const std::size_t s = std::min(text.size(), static_cast<std::size_t>(std::max(0, m_view.selStart(target))));
     m_view.setText(target, text.substr(0, s) + content + text.substr(s));

@@ -138,8 +138,8 @@ void MessageEditor::StartupEnd() {
 
 void MessageEditor::RefreshMsgInfo() { m_view.setMsgInfo(MsgInfoLine(m_rec.rec())); }
 
-void MessageEditor::StampDateTime(int kind) {
-  m_view.setText(kind == 1 ? 5 : 13, FormatDate(m_ctx.clock.now(), DateTimePattern()));
+void MessageEditor::StampDateTime(Kind kind) {
+  m_view.setText(kind == Kind::Message ? 5 : 13, FormatDate(m_ctx.clock.now(), DateTimePattern()));
 }
 
 void MessageEditor::ClearForm() {
@@ -160,13 +160,13 @@ void MessageEditor::ClearForm() {
 void MessageEditor::PrepareNewMessage() {
   m_currentMsgNo = m_rec.NewMsg();
   MsgRecord& r = m_rec.rec();
-  r.setStatus(6);
-  r.setOrigin(1);
-  r.setKind(1);
+  r.setStatus(Status::Draft);
+  r.setOrigin(Origin::Local);
+  r.setKind(Kind::Message);
   r.setRoute(m_ctx.settings.DEFDEST + ":0");
   r.setKeepLocal(m_ctx.settings.KEEPLOCAL);
   m_rec.Update(m_currentMsgNo);
-  StampDateTime(1);
+  StampDateTime(Kind::Message);
 
   const Settings& s = m_ctx.settings;
   auto fill = [&](int i, const std::string& value) {
@@ -189,10 +189,10 @@ void MessageEditor::PrepareNewMessage() {
 
 void MessageEditor::PrepareReply() {
   MsgRecord& r = m_rec.rec();
-  r.setStatus(6);
-  r.setOrigin(1);
-  r.setKind(2);
-  StampDateTime(2);
+  r.setStatus(Status::Draft);
+  r.setOrigin(Origin::Local);
+  r.setKind(Kind::Reply);
+  StampDateTime(Kind::Reply);
   m_messageSaved = true;
   m_view.setText(11, Trim(m_view.text(0)));
   m_view.setText(12, Trim(m_view.text(1)));
@@ -202,7 +202,7 @@ void MessageEditor::PrepareReply() {
 
 void MessageEditor::SaveForm() {
   MsgRecord& r = m_rec.rec();
-  const short k = r.Kind();
+  const Kind k = r.Kind();
   StampDateTime(k);
   const std::string& df = m_ctx.settings.DateFormat;
   const std::string& tf = m_ctx.settings.TimeFormat;
@@ -221,7 +221,7 @@ void MessageEditor::SaveForm() {
   r.setSign(m_view.text(7));
   r.setSignPos(m_view.text(8));
   r.setIcdName(m_view.text(9));
-  if (k == 2) {
+  if (k == Kind::Reply) {
     r.setReply(m_view.text(10));
     r.setRepSign(m_view.text(11));
     r.setRepPos(m_view.text(12));
@@ -234,7 +234,7 @@ void MessageEditor::SaveForm() {
   }
   r.setKeepLocal(m_view.keepLocal() ? 1 : 0);
   r.setRoute(Trim(m_view.text(kRouteBox)) + ":0");
-  r.setStatus(6);
+  r.setStatus(Status::Draft);
   m_rec.Update(m_currentMsgNo);
   m_messageSaved = true;
   RefreshMsgInfo();
@@ -243,7 +243,7 @@ void MessageEditor::SaveForm() {
 
 bool MessageEditor::CheckRequiredFields() {
   bool ok = true;
-  const int last = m_rec.rec().Origin() == 1 ? kMsgLast : kRepLast;
+  const int last = m_rec.rec().Origin() == Origin::Local ? kMsgLast : kRepLast;
   for (int i = 0; i <= last; ++i) {
     if (m_view.text(i).empty()) {
       m_view.setBackColour(i, kLightYellow);
@@ -259,7 +259,7 @@ bool MessageEditor::CheckRequiredFields() {
     }
     return false;
   }
-  m_rec.rec().setStatus(2);
+  m_rec.rec().setStatus(Status::ReadyToSend);
   m_rec.Update(m_currentMsgNo);
   RefreshMsgInfo();
   return true;
@@ -288,24 +288,24 @@ void MessageEditor::ShowMessage(std::int32_t n) {
   for (int i = 0; i < kFieldCount; ++i) m_view.setText(i, texts[static_cast<std::size_t>(i)]);
   m_currentMsgNo = n;
 
-  if (r.Origin() == 2 && r.Kind() == 1) {
+  if (r.Origin() == Origin::Received && r.Kind() == Kind::Message) {
     m_view.setCommandEnabled(Command::cmdReply, true);
     m_view.setCommandEnabled(Command::cmdEdit, false);
-  } else if (r.Origin() == 2 && r.Kind() == 2) {
+  } else if (r.Origin() == Origin::Received && r.Kind() == Kind::Reply) {
     m_view.setCommandEnabled(Command::cmdReply, false);
     m_view.setCommandEnabled(Command::cmdEdit, false);
   } else {
     m_view.setCommandEnabled(Command::cmdReply, false);
     m_view.setCommandEnabled(Command::cmdEdit, true);
   }
-  if (r.Kind() == 2 && r.Status() == 1) m_view.setCommandEnabled(Command::cmdEdit, false);
+  if (r.Kind() == Kind::Reply && r.Status() == Status::New) m_view.setCommandEnabled(Command::cmdEdit, false);
 
   m_view.setKeepLocal(r.KeepLocal() != 0);
   m_view.setText(kRouteBox, RouteId(r.Route()));
   // The line shows the status as loaded; the store learns that it has been read.
   RefreshMsgInfo();
-  if (r.Status() == 4 && r.Origin() == 2) {
-    m_rec.rec().setStatus(5);
+  if (r.Status() == Status::Unread && r.Origin() == Origin::Received) {
+    m_rec.rec().setStatus(Status::Read);
     m_rec.Update(n);
   }
   m_messageSaved = true;
@@ -334,12 +334,12 @@ void MessageEditor::cmdEdit_Click() {
     m_editState = 2;
     OnlyCommands({Command::mnuPrint, Command::mnuSave, Command::mnuOpen, Command::cmdSend, Command::cmdSave,
                   Command::cmdDelete, Command::cmdClose, Command::cmdSetFieldsAsDefault});
-    const short kind = m_rec.rec().Kind();
-    if (kind == 1) {
+    const Kind kind = m_rec.rec().Kind();
+    if (kind == Kind::Message) {
       SetMessageFieldsEditable(true);
       SetReplyFieldsEditable(false);
       FocusRule();
-    } else if (kind == 2) {
+    } else if (kind == Kind::Reply) {
       SetMessageFieldsEditable(false);
       SetReplyFieldsEditable(true);
       m_view.focusBox(10);
@@ -383,7 +383,7 @@ void MessageEditor::cmdSend_Click() {
     m_view.setCommandEnabled(Command::cmdEdit, true);
     m_view.focusCommand(Command::cmdEdit);
     LockForm();
-    m_rec.rec().setStatus(2);
+    m_rec.rec().setStatus(Status::ReadyToSend);
     m_rec.Update(m_currentMsgNo);
     RefreshMsgInfo();
     if (m_ctx.runSession) {
@@ -447,7 +447,7 @@ void MessageEditor::BuildBrowseList() {
   m_rec.ResetList();
   while (m_rec.GetList()) {
     // The counter is a 16-bit number; a store cannot give more message numbers anyway.
-    if (m_rec.rec().Status() != 7 && m_browseList.size() < 32767) m_browseList.push_back(m_rec.rec().MsgNo());
+    if (m_rec.rec().Status() != Status::Abandoned && m_browseList.size() < 32767) m_browseList.push_back(m_rec.rec().MsgNo());
   }
   m_browsePtr = 1;
 }

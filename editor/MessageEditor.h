@@ -92,7 +92,7 @@ class MessageEditor {
   bool CheckRequiredFields();
   void DeleteCurrentMessage();
   void ShowMessage(std::int32_t n);
-  void StampDateTime(int kind);
+  void StampDateTime(Kind kind);
   void RefreshMsgInfo();
   void BuildBrowseList();
   std::int32_t BrowseMsgNo() const;

@@ -75,7 +75,7 @@ double ReadDate(std::string_view value, const char* key, std::string_view dateFo
 
 }  // namespace
 
-ParsedIncoming ParseIncoming(std::string_view text, short origin, std::string_view dateFormat,
+ParsedIncoming ParseIncoming(std::string_view text, Origin origin, std::string_view dateFormat,
                              std::string_view timeFormat) {
   ParsedIncoming out;
   MsgRecord& rec = out.record;
@@ -163,8 +163,8 @@ ParsedIncoming ParseIncoming(std::string_view text, short origin, std::string_vi
   if (msgSet) rec.setMsg(msg.text());
   rec.setReply(reply.text());
   rec.setOrigin(origin);
-  rec.setStatus(4);
-  rec.setKind(TrimSpaces(rec.Reply()).empty() ? 1 : 2);
+  rec.setStatus(Status::Unread);
+  rec.setKind(TrimSpaces(rec.Reply()).empty() ? Kind::Message : Kind::Reply);
 
   const std::string_view rv = routeText;
   const std::size_t first = rv.find(':');
@@ -179,7 +179,7 @@ ParsedIncoming ParseIncoming(std::string_view text, short origin, std::string_vi
   return out;
 }
 
-std::int32_t StoreMsg(std::string_view text, short origin, const StoreMsgContext& ctx) {
+std::int32_t StoreMsg(std::string_view text, Origin origin, const StoreMsgContext& ctx) {
   ParsedIncoming parsed = ParseIncoming(text, origin, ctx.dateFormat, ctx.timeFormat);
 
   IcsMsg store(ctx.dataPath, ctx.log);
@@ -206,7 +206,7 @@ std::int32_t StoreMsg(std::string_view text, short origin, const StoreMsgContext
 }
 
 std::string NoticeText(const MsgRecord& rec) {
-  const bool message = rec.Kind() == 1;
+  const bool message = rec.Kind() == Kind::Message;
   std::string text = message ? "New incoming MESSAGE... " : "New incoming REPLY... ";
   text += "\r\nFROM:       ";
   text += message ? rec.Fr() : rec.To();

@@ -50,7 +50,7 @@ struct ParsedIncoming {
 };
 
 // Pure parse of a received text, no store or log involved.
-ParsedIncoming ParseIncoming(std::string_view text, short origin, std::string_view dateFormat,
+ParsedIncoming ParseIncoming(std::string_view text, Origin origin, std::string_view dateFormat,
                              std::string_view timeFormat);
 
 struct StoreMsgContext {
@@ -65,6 +65,6 @@ struct StoreMsgContext {
 // Files a received text as a new record under a number from NewMsg, writes the session
 // log line "StoreMsg...: Loading message titled: <Subj>", hands the notice text to the
 // sink and returns the number. Store failures are thrown on as VError.
-std::int32_t StoreMsg(std::string_view text, short origin, const StoreMsgContext& ctx);
+std::int32_t StoreMsg(std::string_view text, Origin origin, const StoreMsgContext& ctx);
 
 }  // namespace velnor

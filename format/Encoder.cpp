@@ -42,7 +42,7 @@ std::string EncodeRecord(const MsgRecord& rec, const std::string& loginName) {
   PutLine(out, "SIGNATURE: ", rec.Sign());
   PutLine(out, "POSITION: ", rec.SignPos());
   PutLine(out, kDash9);
-  if (rec.Kind() == 2) {
+  if (rec.Kind() == Kind::Reply) {
     PutLine(out, "REPLY: ", reply);
     PutLine(out, kDash9);
     PutLine(out, "SIGNATURE: ", rec.RepSign());

@@ -7,8 +7,8 @@ namespace velnor {
 std::string MsgInfoLine(const MsgRecord& rec) {
   if (rec.MsgNo() == 0) return {};
   std::string line = "Msg# " + std::to_string(rec.MsgNo()) + ", ";
-  line += rec.Origin() == 1 ? " Locally created" : " Received";
-  line += rec.Kind() == 1 ? " message; " : " reply; ";
+  line += rec.Origin() == Origin::Local ? " Locally created" : " Received";
+  line += rec.Kind() == Kind::Message ? " message; " : " reply; ";
   line += MsgRecord::StatusWord(rec.Status());
   return line;
 }

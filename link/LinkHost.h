@@ -42,7 +42,7 @@ class Outbox {
   // Sets that record's status and writes it back where the walk found it (not by its
   // number, which another program may have given twice). False when the record has
   // changed or gone since the walk read it: nothing is then written.
-  virtual bool UpdateStatus(short status) = 0;
+  virtual bool UpdateStatus(Status status) = 0;
 };
 
 using OutboxFactory = std::function<std::unique_ptr<Outbox>()>;

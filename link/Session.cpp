@@ -172,7 +172,7 @@ void PmLink::SendMessages(bool& ok) {
       // The record as the walk found it: its number may not be unique in a store that
       // another program wrote, so nothing below looks it up by number again.
       const MsgRecord& rec = cursor->Record();
-      if (rec.Status() != 2) continue;
+      if (rec.Status() != Status::ReadyToSend) continue;
       state().ReplyComplete = false;
       const std::string num = std::to_string(rec.MsgNo());
       status("Sending message # " + num + "...");
@@ -186,7 +186,7 @@ void PmLink::SendMessages(bool& ok) {
         return;
       }
       status("Sending message # " + num + "... sent");
-      const bool updated = cursor->UpdateStatus(3);
+      const bool updated = cursor->UpdateStatus(Status::Sent);
       m_host.RefreshMsgInfo();
       m_log.WriteLog("SendMessages: Sent No. " + num + " titled: " + Trim(rec.Subj()));
       if (!updated)

@@ -15,7 +15,7 @@ class IcsMsgOutbox : public Outbox {
     return true;
   }
   const MsgRecord& Record() const override { return m_msg.rec(); }
-  bool UpdateStatus(short status) override {
+  bool UpdateStatus(Status status) override {
     m_msg.rec().setStatus(status);
     return m_msg.UpdateListed(m_listed);
   }

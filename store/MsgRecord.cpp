@@ -74,12 +74,12 @@ std::int32_t MsgRecord::MsgNo() const {
 }
 void MsgRecord::setMsgNo(std::int32_t v) { PutLE(m_image, kMsgNo, static_cast<std::uint32_t>(v)); }
 
-short MsgRecord::Status() const { return GetI16(m_image, kStatus); }
-void MsgRecord::setStatus(short v) { PutI16(m_image, kStatus, v); }
-short MsgRecord::Origin() const { return GetI16(m_image, kOrigin); }
-void MsgRecord::setOrigin(short v) { PutI16(m_image, kOrigin, v); }
-short MsgRecord::Kind() const { return GetI16(m_image, kKind); }
-void MsgRecord::setKind(short v) { PutI16(m_image, kKind, v); }
+velnor::Status MsgRecord::Status() const { return static_cast<velnor::Status>(GetI16(m_image, kStatus)); }
+void MsgRecord::setStatus(velnor::Status v) { PutI16(m_image, kStatus, static_cast<short>(v)); }
+velnor::Origin MsgRecord::Origin() const { return static_cast<velnor::Origin>(GetI16(m_image, kOrigin)); }
+void MsgRecord::setOrigin(velnor::Origin v) { PutI16(m_image, kOrigin, static_cast<short>(v)); }
+velnor::Kind MsgRecord::Kind() const { return static_cast<velnor::Kind>(GetI16(m_image, kKind)); }
+void MsgRecord::setKind(velnor::Kind v) { PutI16(m_image, kKind, static_cast<short>(v)); }
 
 std::string MsgRecord::IcdName() const { return GetText(m_image, kIcdName); }
 void MsgRecord::setIcdName(std::string_view v) { PutText(m_image, kIcdName, v); }
@@ -127,11 +127,18 @@ void MsgRecord::setLocked(short v) { PutI16(m_image, kLocked, v); }
 short MsgRecord::KeepLocal() const { return GetI16(m_image, kKeepLocal); }
 void MsgRecord::setKeepLocal(short v) { PutI16(m_image, kKeepLocal, v); }
 
-std::string MsgRecord::StatusWord(short status) {
-  static constexpr const char* kWords[] = {"New",  "Ready, but not sent", "Sent",      "Unread",
-                                           "Read", "Draft",               "Abandoned", "Deleted"};
-  if (status < 1 || status > 8) return {};
-  return kWords[status - 1];
+std::string MsgRecord::StatusWord(velnor::Status status) {
+  switch (status) {
+    case velnor::Status::New: return "New";
+    case velnor::Status::ReadyToSend: return "Ready, but not sent";
+    case velnor::Status::Sent: return "Sent";
+    case velnor::Status::Unread: return "Unread";
+    case velnor::Status::Read: return "Read";
+    case velnor::Status::Draft: return "Draft";
+    case velnor::Status::Abandoned: return "Abandoned";
+    case velnor::Status::Deleted: return "Deleted";
+  }
+  return {};  // a code another program wrote, with no word of its own
 }
 
 }  // namespace velnor

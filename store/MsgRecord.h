@@ -14,6 +14,21 @@
 
 namespace velnor {
 
+// The record's codes as the file holds them. Other programs may write numbers that have no
+// name here; they are carried unchanged, as enum values of the same underlying type.
+enum class Status : std::int16_t {
+  New = 1,
+  ReadyToSend = 2,  // "Ready, but not sent": what a session sends
+  Sent = 3,
+  Unread = 4,
+  Read = 5,
+  Draft = 6,
+  Abandoned = 7,
+  Deleted = 8,
+};
+enum class Origin : std::int16_t { Local = 1, Received = 2 };
+enum class Kind : std::int16_t { Message = 1, Reply = 2 };
+
 class MsgRecord {
  public:
   static constexpr std::size_t kSize = 8822;
@@ -26,9 +41,9 @@ class MsgRecord {
 
   // Text setters trim spaces, cut to the field width and pad with spaces; getters trim.
   std::int32_t MsgNo() const;       void setMsgNo(std::int32_t v);
-  short Status() const;             void setStatus(short v);
-  short Origin() const;             void setOrigin(short v);
-  short Kind() const;               void setKind(short v);
+  velnor::Status Status() const;    void setStatus(velnor::Status v);
+  velnor::Origin Origin() const;    void setOrigin(velnor::Origin v);
+  velnor::Kind Kind() const;        void setKind(velnor::Kind v);
   std::string IcdName() const;      void setIcdName(std::string_view v);
   std::string To() const;           void setTo(std::string_view v);
   std::string ToPos() const;        void setToPos(std::string_view v);
@@ -49,7 +64,7 @@ class MsgRecord {
   short KeepLocal() const;          void setKeepLocal(short v);
 
   // Display word of a status code ("Draft", ...), empty for codes without one.
-  static std::string StatusWord(short status);
+  static std::string StatusWord(velnor::Status status);
 
  private:
   Image m_image;

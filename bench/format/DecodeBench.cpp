@@ -32,7 +32,7 @@ double Seconds(const std::string& text) {
   double best = 1e9;
   for (int run = 0; run < 3; ++run) {
     const auto t0 = std::chrono::steady_clock::now();
-    const auto parsed = velnor::ParseIncoming(text, 2, "mm/dd/yyyy", "hh:mm");
+    const auto parsed = velnor::ParseIncoming(text, velnor::Origin::Received, "mm/dd/yyyy", "hh:mm");
     const auto t1 = std::chrono::steady_clock::now();
     if (!parsed.complete) std::printf("unexpected: incomplete\n");
     best = std::min(best, std::chrono::duration<double>(t1 - t0).count());

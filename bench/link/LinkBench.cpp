@@ -125,9 +125,9 @@ void thousandMessages(const std::string& sim) {
   Station st(port, dir);
   {
     IcsMsg m(dir, st.events);
-    m.rec().setStatus(2);
-    m.rec().setOrigin(1);
-    m.rec().setKind(1);
+    m.rec().setStatus(velnor::Status::ReadyToSend);
+    m.rec().setOrigin(velnor::Origin::Local);
+    m.rec().setKind(velnor::Kind::Message);
     m.rec().setRoute("BRAVO");
     for (int i = 0; i < 1000; ++i) {
       m.rec().setSubj("Bench " + std::to_string(i));
@@ -141,7 +141,7 @@ void thousandMessages(const std::string& sim) {
   int sent = 0;
   IcsMsg m(dir, st.events);
   m.ResetList();
-  while (m.GetList()) sent += m.rec().Status() == 3;
+  while (m.GetList()) sent += m.rec().Status() == velnor::Status::Sent;
   std::printf("1000 queued messages, Pausev 0: session %s, %d sent in %.3f s wall (%.2f ms each), %.1f ms CPU\n",
               ok ? "ok" : "FAILED", sent, wall, wall * 1000 / 1000, cpu * 1000);
   proc.terminate();

@@ -45,7 +45,7 @@ void BuildStore(const std::string& path, std::int32_t count) {
   header.setMsgNo(count);
   header.setTo("[ics213!.]");
   MsgRecord msg;
-  msg.setStatus(3);
+  msg.setStatus(velnor::Status::Sent);
   msg.setTo("Planning Section Chief");
   msg.setSubj("Resource request");
   msg.setMsg(std::string(600, 'x'));

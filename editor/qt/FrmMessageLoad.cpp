@@ -172,7 +172,7 @@ void FrmMessage::closeEvent(QCloseEvent* event) {
       if (m_editor->EditorMode() == "NEW") {
         // The draft made by New stays in the store, marked as given up.
         IcsMsg& rec = m_editor->CurrentRecord();
-        rec.rec().setStatus(7);
+        rec.rec().setStatus(Status::Abandoned);
         rec.Update(m_editor->CurrentMsgNo());
       }
     }
@@ -219,7 +219,7 @@ std::string FrmMessage::EncodeMsg(const MsgRecord& rec) { return EncodeRecord(re
 
 std::int32_t FrmMessage::StoreMsg(const std::string& t) {
   StoreMsgContext ctx{m_dataPath, m_deps.eventLog, *m_sessionLog, *this, m_settings.DateFormat, m_settings.TimeFormat};
-  return velnor::StoreMsg(t, 2, ctx);
+  return velnor::StoreMsg(t, Origin::Received, ctx);
 }
 
 void FrmMessage::Warn(const std::string& t) {

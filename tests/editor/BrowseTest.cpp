@@ -16,7 +16,7 @@ class BrowseTest : public WindowTest {
 
 TEST_F(BrowseTest, ThreeSevenNineFromTheEndAndTheBeginningSkipsAbandoned) {
   // Numbers 3, 7 (given up) and 9: the others are deleted again, as Delete would.
-  for (int n = 1; n <= 9; ++n) ASSERT_EQ(StoreRecord(n == 7 ? 7 : 6, 1, 1, "Subject " + std::to_string(n)), n);
+  for (int n = 1; n <= 9; ++n) ASSERT_EQ(StoreRecord(n == 7 ? Status::Abandoned : Status::Draft, Origin::Local, Kind::Message, "Subject " + std::to_string(n)), n);
   for (int n : {1, 2, 4, 5, 6, 8}) IcsMsg(dataPath, eventLog).DeleteOne(n);
   Settings s = QuickSettings();
   s.STARTBROWSE = 1;
@@ -56,16 +56,16 @@ TEST_F(BrowseTest, NothingToBrowseLeavesAnEmptyLockedForm) {
   EXPECT_EQ(Enabled(), kIdle);
 
   // Records that are all given up count as none; the form shown before is emptied.
-  const auto a = StoreRecord(6, 1, 1, "Kept for now");
+  const auto a = StoreRecord(Status::Draft, Origin::Local, Kind::Message, "Kept for now");
   click("cmdBrowse");
   EXPECT_EQ(fieldText(4), "Kept for now");
   {
     IcsMsg st(dataPath, eventLog);
     ASSERT_TRUE(st.Load(a));
-    st.rec().setStatus(7);
+    st.rec().setStatus(Status::Abandoned);
     st.Update(a);
   }
-  StoreRecord(7, 1, 1, "Given up");
+  StoreRecord(Status::Abandoned, Origin::Local, Kind::Message, "Given up");
   click("cmdBrowse");
   EXPECT_EQ(win->status(), "No messages found");
   EXPECT_EQ(State(), "BROWSE 0 LLLLLLLLLLLLLL");
@@ -75,18 +75,18 @@ TEST_F(BrowseTest, NothingToBrowseLeavesAnEmptyLockedForm) {
 }
 
 TEST_F(BrowseTest, ReceivedMessageReadsUnreadOnceThenRead) {
-  const auto mine = StoreRecord(3, 1, 1, "Sent earlier");
-  const auto in = StoreRecord(4, 2, 1, "Road closed");
+  const auto mine = StoreRecord(Status::Sent, Origin::Local, Kind::Message, "Sent earlier");
+  const auto in = StoreRecord(Status::Unread, Origin::Received, Kind::Message, "Road closed");
   const std::string info = "Msg# " + std::to_string(in) + ",  Received message; ";
   start();
 
   click("cmdBrowse");
   EXPECT_EQ(fieldText(4), "Sent earlier");
-  EXPECT_EQ(StoredStatus(in), 4);  // not shown yet, so not read
+  EXPECT_EQ(StoredStatus(in), Status::Unread);  // not shown yet, so not read
   click("cmdBRight");
   EXPECT_EQ((Names{fieldText(4), MsgInfo()}), (Names{"Road closed", info + "Unread"}));
-  EXPECT_EQ(StoredStatus(in), 5);
-  EXPECT_EQ(StoredStatus(mine), 3);
+  EXPECT_EQ(StoredStatus(in), Status::Read);
+  EXPECT_EQ(StoredStatus(mine), Status::Sent);
   EXPECT_TRUE(button("cmdReply")->isEnabled());
   EXPECT_FALSE(button("cmdEdit")->isEnabled());
 
@@ -99,7 +99,7 @@ TEST_F(BrowseTest, ReceivedMessageReadsUnreadOnceThenRead) {
   click("cmdBrowse");
   click("cmdBRight");
   EXPECT_EQ(MsgInfo(), info + "Read");
-  EXPECT_EQ(StoredStatus(in), 5);
+  EXPECT_EQ(StoredStatus(in), Status::Read);
 }
 
 }  // namespace

@@ -78,7 +78,7 @@ TEST_F(WindowTest, NewWithAllDefaultsFocusesSubjectAndCreatesDraft) {
   EXPECT_TRUE(win->keepLocal());
   EXPECT_EQ(FocusName(), "txtField_4");
   EXPECT_EQ(MsgInfo(), "Msg# 1,  Locally created message; Draft");
-  EXPECT_EQ(StoredStatus(1), 6);
+  EXPECT_EQ(StoredStatus(1), Status::Draft);
   EXPECT_FALSE(ed->MessageSaved());  // the defaults count as typing
 }
 
@@ -94,7 +94,7 @@ TEST_F(WindowTest, CommandTableThroughSaveEditCloseBrowseDelete) {
   EXPECT_EQ(win->status(), "Message saved");
   const MsgRecord saved = Stored(1);
   EXPECT_EQ((Names{saved.Subj(), saved.Route()}), (Names{"x", "LOCAL:0"}));
-  EXPECT_EQ(saved.Status(), 6);
+  EXPECT_EQ(saved.Status(), Status::Draft);
   EXPECT_NEAR(saved.MsgDate(), ToOleDate({2026, 11, 19, 14, 5, 0}), 1e-6);  // stamped to the minute
   EXPECT_EQ(saved.RepDate(), 0);
 
@@ -131,7 +131,7 @@ TEST_F(WindowTest, SendWithEmptySubjectMarksItThenTypingClearsTheMark) {
   EXPECT_EQ(win->backColour(4), kLightYellow);
   EXPECT_EQ(win->backColour(3), kWindowColour);
   EXPECT_EQ(FocusName(), "txtField_4");
-  EXPECT_EQ(StoredStatus(1), 6);
+  EXPECT_EQ(StoredStatus(1), Status::Draft);
   EXPECT_EQ(ed->EditState(), 2);
   EXPECT_TRUE(button("cmdSend")->isEnabled());
   EXPECT_EQ(find<QLabel>("NetState")->text(), before);  // no connection tried
@@ -155,7 +155,7 @@ TEST_F(WindowTest, SendWithEmptySubjectMarksItThenTypingClearsTheMark) {
 }
 
 TEST_F(WindowTest, ReplyToReceivedMessageAndCloseWithoutQuestion) {
-  const auto n = StoreRecord(4, 2, 1, "Road closed");
+  const auto n = StoreRecord(Status::Unread, Origin::Received, Kind::Message, "Road closed");
   start();
   click("cmdBrowse");
   click("cmdReply");
@@ -166,7 +166,7 @@ TEST_F(WindowTest, ReplyToReceivedMessageAndCloseWithoutQuestion) {
   EXPECT_EQ(MsgInfo(), "Msg# " + std::to_string(n) + ",  Locally created reply; Draft");
   click("cmdClose");  // Reply leaves the form saved: no question
   EXPECT_EQ(ed->EditState(), 0);
-  EXPECT_EQ(StoredStatus(n), 5);  // only in memory until saved
+  EXPECT_EQ(StoredStatus(n), Status::Read);  // only in memory until saved
 }
 
 TEST_F(WindowTest, UnsavedTypingRefusesCloseAndLockedRecordRefusesDelete) {
@@ -185,7 +185,7 @@ TEST_F(WindowTest, UnsavedTypingRefusesCloseAndLockedRecordRefusesDelete) {
   dialogs.expectMessage("Message was not saved.\r\nDo you really want to continue?", MsgAnswer::No);
   click("cmdDelete");
   EXPECT_EQ(dialogs.shown.back().caption, "New Message");
-  EXPECT_EQ(StoredStatus(1), 6);  // still there
+  EXPECT_EQ(StoredStatus(1), Status::Draft);  // still there
   EXPECT_EQ(fieldText(4), "Kept");  // No keeps the text, locked
   EXPECT_EQ(State(), "DELETE 0 LLLLLLLLLLLLLL");
   EXPECT_EQ(Enabled(), kIdle);
@@ -197,12 +197,12 @@ TEST_F(WindowTest, QuittingUnsavedNewMessageAbandonsIt) {
   type(4, "Draft");
   dialogs.expectMessage("Message changed and was not saved.\r\nDo you really want to quit?", MsgAnswer::No);
   EXPECT_FALSE(win->close());
-  EXPECT_EQ(StoredStatus(1), 6);
+  EXPECT_EQ(StoredStatus(1), Status::Draft);
   EXPECT_EQ(dialogs.shown.back().caption, "Message Close");
 
   dialogs.expectMessage("Message changed and was not saved.", MsgAnswer::Yes);
   EXPECT_TRUE(win->close());
-  EXPECT_EQ(StoredStatus(1), 7);
+  EXPECT_EQ(StoredStatus(1), Status::Abandoned);
 }
 
 TEST_F(WindowTest, ClosingDuringSessionIsRefused) {

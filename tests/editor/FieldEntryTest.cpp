@@ -80,7 +80,7 @@ TEST_F(FieldEntryTest, SetFieldsAsDefaultEmptiesAnEmptiedDefault) {
 }
 
 TEST_F(FieldEntryTest, OpenInsertsAtTheCursorOfTheBodyBeingWritten) {
-  const auto n = StoreRecord(4, 2, 1, "Road closed");
+  const auto n = StoreRecord(Status::Unread, Origin::Received, Kind::Message, "Road closed");
   start();
   const std::string file = tmp.file("note.txt");
   WriteFileAtomically(file, "one\r\ntwo", "test");

@@ -7,12 +7,12 @@ namespace velnor::testing {
 namespace {
 
 // The tagged text another station hands in for us.
-std::string TextFrom(short kind, const std::string& subj) {
-  MsgRecord r = Sample(2, 1, kind, subj);
+std::string TextFrom(Kind kind, const std::string& subj) {
+  MsgRecord r = Sample(Status::ReadyToSend, Origin::Local, kind, subj);
   r.setMsgNo(12);
   r.setMsgDate(ToOleDate({2026, 11, 19, 13, 30, 0}));
   r.setRoute("K1ABC");  // the destination: us
-  if (kind == 2) r.setReply("Understood");
+  if (kind == Kind::Reply) r.setReply("Understood");
   return EncodeRecord(r, "BRAVO");
 }
 
@@ -32,7 +32,7 @@ class NoticeTest : public WindowTest {
     b->click();
   }
   // One received text filed as a session files it; returns its notice.
-  FrmNewMsgPopup* Receive(short kind, const std::string& subj) {
+  FrmNewMsgPopup* Receive(Kind kind, const std::string& subj) {
     const auto before = Notices().size();
     win->StoreMsg(TextFrom(kind, subj));
     auto now = Notices();
@@ -43,7 +43,7 @@ class NoticeTest : public WindowTest {
 
 TEST_F(NoticeTest, TwoMessagesFromOneSessionLeaveTwoNotices) {
   SimProcess sim(tmp.file("spool"), tmp.file("transcript"));
-  HandIn(sim.port(), "BRAVO", {TextFrom(1, "Water"), TextFrom(1, "Fuel")});
+  HandIn(sim.port(), "BRAVO", {TextFrom(Kind::Message, "Water"), TextFrom(Kind::Message, "Fuel")});
   start(QuickSettings(sim.port()));  // the link test is a whole session: it collects both
 
   auto notices = Notices();
@@ -56,28 +56,28 @@ TEST_F(NoticeTest, TwoMessagesFromOneSessionLeaveTwoNotices) {
 
   // Opening the first and then the second leaves the second in the editor.
   const auto n1 = notices[0]->number(), n2 = notices[1]->number();
-  EXPECT_EQ((std::vector<short>{StoredStatus(n1), StoredStatus(n2)}), (std::vector<short>{4, 4}));
+  EXPECT_EQ((std::vector{StoredStatus(n1), StoredStatus(n2)}), (std::vector{Status::Unread, Status::Unread}));
   press(notices[0], "cmdOpen");
   EXPECT_EQ(fieldText(4), "Water");
   EXPECT_EQ(Notices().size(), 1u);
   press(notices[1], "cmdOpen");
   EXPECT_EQ(fieldText(4), "Fuel");
   EXPECT_EQ(Notices().size(), 0u);
-  EXPECT_EQ((std::vector<short>{StoredStatus(n1), StoredStatus(n2)}), (std::vector<short>{5, 5}));
+  EXPECT_EQ((std::vector{StoredStatus(n1), StoredStatus(n2)}), (std::vector{Status::Read, Status::Read}));
 }
 
 TEST_F(NoticeTest, CloseLeavesUnreadOpenWaitsWhileEditingThenShowsTheMessageLocked) {
   start();
-  FrmNewMsgPopup* later = Receive(1, "Later");
+  FrmNewMsgPopup* later = Receive(Kind::Message, "Later");
   ASSERT_NE(later, nullptr);
   const auto unread = later->number();
   press(later, "cmdClose");
   EXPECT_EQ(Notices().size(), 0u);
-  EXPECT_EQ(StoredStatus(unread), 4);
+  EXPECT_EQ(StoredStatus(unread), Status::Unread);
   EXPECT_EQ(ed->EditState(), 0);
   EXPECT_EQ(fieldText(4), "");
 
-  FrmNewMsgPopup* notice = Receive(2, "Answer");
+  FrmNewMsgPopup* notice = Receive(Kind::Reply, "Answer");
   ASSERT_NE(notice, nullptr);
   const auto n = notice->number();
 
@@ -92,7 +92,7 @@ TEST_F(NoticeTest, CloseLeavesUnreadOpenWaitsWhileEditingThenShowsTheMessageLock
   EXPECT_EQ(Enabled(), kEditing);
   EXPECT_EQ(fieldText(4), "Mine");
   EXPECT_FALSE(ed->MessageSaved());
-  EXPECT_EQ(StoredStatus(n), 4);
+  EXPECT_EQ(StoredStatus(n), Status::Unread);
 
   click("cmdSave");
   press(notice, "cmdOpen");
@@ -102,10 +102,10 @@ TEST_F(NoticeTest, CloseLeavesUnreadOpenWaitsWhileEditingThenShowsTheMessageLock
   // A received reply can be neither edited nor answered.
   EXPECT_EQ(Enabled(), (Names{"mnuPrint", "cmdNew", "cmdDelete", "cmdClose", "cmdBrowse"}));
   EXPECT_EQ(MsgInfo(), "Msg# " + std::to_string(n) + ",  Received reply; Unread");
-  EXPECT_EQ(StoredStatus(n), 5);
+  EXPECT_EQ(StoredStatus(n), Status::Read);
 
   // A received message offers Reply.
-  FrmNewMsgPopup* second = Receive(1, "Question");
+  FrmNewMsgPopup* second = Receive(Kind::Message, "Question");
   ASSERT_NE(second, nullptr);
   press(second, "cmdOpen");
   EXPECT_EQ(Enabled(), (Names{"mnuPrint", "cmdNew", "cmdDelete", "cmdClose", "cmdBrowse", "cmdReply"}));
@@ -128,7 +128,7 @@ TEST_F(NoticeTest, ArrivalSoundPlaysTheFileOnlyForPoaOne) {
     sound.beeps = 0;
     sound.playWorks = r.playWorks;
     win->settings().POA = r.poa;
-    Receive(1, "Sound " + std::to_string(r.poa));
+    Receive(Kind::Message, "Sound " + std::to_string(r.poa));
     EXPECT_EQ(sound.played, r.plays ? Names{"/opt/sounds/arrive.wav"} : Names{}) << "POA " << r.poa;
     EXPECT_EQ(sound.beeps, r.beeps) << "POA " << r.poa << " playWorks " << r.playWorks;
   }

@@ -66,7 +66,7 @@ class PictureTest : public WindowTest {
 
   // EOC answers our station's message 1 with a reply addressed to K1ABC.
   void EocReplies() {
-    MsgRecord r = Sample(0, 0, 2, "Water tender");
+    MsgRecord r = Sample(Status{0}, Origin{0}, Kind::Reply, "Water tender");
     r.setMsgNo(1);
     r.setMsgDate(ToOleDate({2026, 11, 19, 13, 50, 0}));
     r.setMsg("Need one water tender at gate 3.");
@@ -144,7 +144,7 @@ TEST_F(PictureTest, SendCollectsTheReplyOnAFormThatFitsSmallScreenAndGrowsOnLarg
   EocReplies();
   click("cmdSend");
   ASSERT_EQ(MsgInfo(), "Msg# 1,  Locally created message; Sent");
-  EXPECT_EQ(StoredStatus(1), 3);  // the reply below is not merged into the message it answers
+  EXPECT_EQ(StoredStatus(1), Status::Sent);  // the reply below is not merged into the message it answers
   EXPECT_FALSE(win->link()->SessionRunning());
   EXPECT_EQ(ed->EditState(), 1);
   EXPECT_EQ(Enabled(), (Names{"mnuPrint", "cmdNew", "cmdDelete", "cmdClose", "cmdBrowse", "cmdEdit"}));
@@ -155,8 +155,8 @@ TEST_F(PictureTest, SendCollectsTheReplyOnAFormThatFitsSmallScreenAndGrowsOnLarg
   EXPECT_NE(received.find("<!LOGON!>K1ABC\r\n" + sent + "\r\nPOP\r\n"), std::string::npos) << received;
   // The reply came back in the same session: filed on its own, unread, with a notice.
   const MsgRecord reply = Stored(2);
-  EXPECT_EQ(reply.Status(), 4);
-  EXPECT_EQ(reply.Kind(), 2);
+  EXPECT_EQ(reply.Status(), Status::Unread);
+  EXPECT_EQ(reply.Kind(), Kind::Reply);
   EXPECT_EQ(reply.Reply(), "Tender 41 on its way, ETA 14:30.");
   EXPECT_EQ(win->OpenNotices(), 1);
   click("cmdClose");

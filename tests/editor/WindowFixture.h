@@ -61,7 +61,7 @@ inline const Names kEditing{"mnuPrint", "mnuSave", "mnuOpen", "cmdSend", "cmdSav
 inline std::string Slurp(const std::string& path) { return ReadWholeFile(path, "test"); }
 
 // A plain record of the given status, origin and kind.
-inline MsgRecord Sample(short status, short origin, short kind, const std::string& subj) {
+inline MsgRecord Sample(Status status, Origin origin, Kind kind, const std::string& subj) {
   MsgRecord r;
   r.setStatus(status);
   r.setOrigin(origin);
@@ -197,7 +197,7 @@ class WindowTest : public ::testing::Test {
   std::string BrowsePtr() const { return find<QLabel>("lblBrowsePtr")->text().toStdString(); }
 
   // A record put straight into the store, as another program or the decoder would.
-  std::int32_t StoreRecord(short status, short origin, short kind, const std::string& subj) {
+  std::int32_t StoreRecord(Status status, Origin origin, Kind kind, const std::string& subj) {
     std::filesystem::create_directories(dataPath);
     IcsMsg s(dataPath, eventLog);
     s.rec() = Sample(status, origin, kind, subj);
@@ -208,7 +208,7 @@ class WindowTest : public ::testing::Test {
     EXPECT_TRUE(s.Load(n)) << n;
     return s.rec();
   }
-  short StoredStatus(std::int32_t n) { return Stored(n).Status(); }
+  Status StoredStatus(std::int32_t n) { return Stored(n).Status(); }
 
   QApplication& app = App();  // before anything that needs Qt
   TempDir tmp;

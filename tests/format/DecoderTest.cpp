@@ -12,7 +12,7 @@
 namespace velnor {
 namespace {
 
-MsgRecord Parse(std::string_view text) { return ParseIncoming(text, 2, "mm/dd/yyyy", "hh:mm").record; }
+MsgRecord Parse(std::string_view text) { return ParseIncoming(text, Origin::Received, "mm/dd/yyyy", "hh:mm").record; }
 
 // A minimal tagged text around the given inner lines (CR LF added to each).
 std::string Tagged(std::initializer_list<std::string_view> lines, bool close = true) {
@@ -67,10 +67,10 @@ TEST(ParseIncoming, PositionsAndSignaturesByCount) {
 }
 
 TEST(ParseIncoming, KindFromReplyText) {
-  EXPECT_EQ(Parse(Tagged({"REPLY:      "})).Kind(), 1);
-  EXPECT_EQ(Parse(Tagged({"REPLY:", "   "})).Kind(), 2);  // a line break is text
-  EXPECT_EQ(Parse(Tagged({"REPLY: ok"})).Kind(), 2);
-  EXPECT_EQ(Parse(Tagged({"MESSAGE: m"})).Kind(), 1);
+  EXPECT_EQ(Parse(Tagged({"REPLY:      "})).Kind(), Kind::Message);
+  EXPECT_EQ(Parse(Tagged({"REPLY:", "   "})).Kind(), Kind::Reply);  // a line break is text
+  EXPECT_EQ(Parse(Tagged({"REPLY: ok"})).Kind(), Kind::Reply);
+  EXPECT_EQ(Parse(Tagged({"MESSAGE: m"})).Kind(), Kind::Message);
 }
 
 TEST(ParseIncoming, KeepLocalFollowsTheLastTag) {
@@ -96,13 +96,13 @@ TEST(ParseIncoming, Route) {
 
 TEST(ParseIncoming, DatesReadOrRejected) {
   // Day-first operators still read the standard text our stations write.
-  auto parsed = ParseIncoming(Tagged({"DATE: 11/19/2026", "RDATE: 12:00:00 AM"}), 2, "dd/mm/yyyy", "hh:mm");
+  auto parsed = ParseIncoming(Tagged({"DATE: 11/19/2026", "RDATE: 12:00:00 AM"}), Origin::Received, "dd/mm/yyyy", "hh:mm");
   EXPECT_EQ(parsed.record.MsgDate(), ToOleDate({2026, 11, 19, 0, 0, 0}));
   EXPECT_EQ(parsed.record.RepDate(), 0);
   EXPECT_TRUE(parsed.badDates.empty());
-  parsed = ParseIncoming(Tagged({"DATE: 25/12/2026 08:30"}), 2, "dd/mm/yyyy", "hh:mm");
+  parsed = ParseIncoming(Tagged({"DATE: 25/12/2026 08:30"}), Origin::Received, "dd/mm/yyyy", "hh:mm");
   EXPECT_EQ(parsed.record.MsgDate(), ToOleDate({2026, 12, 25, 8, 30, 0}));
-  parsed = ParseIncoming(Tagged({"DATE: next tuesday", "RDATE: 13/45/2026", "DATE:"}), 2, "mm/dd/yyyy", "hh:mm");
+  parsed = ParseIncoming(Tagged({"DATE: next tuesday", "RDATE: 13/45/2026", "DATE:"}), Origin::Received, "mm/dd/yyyy", "hh:mm");
   EXPECT_EQ(parsed.record.MsgDate(), 0);
   EXPECT_EQ(parsed.record.RepDate(), 0);
   std::string bad;
@@ -110,17 +110,17 @@ TEST(ParseIncoming, DatesReadOrRejected) {
   EXPECT_EQ(bad, "DATE=next tuesday;RDATE=13/45/2026;");
   std::string many = "!ICS213!\r\n";
   for (int i = 0; i < 1000; ++i) many += "DATE: " + std::string(300, 'x') + "\r\n";
-  parsed = ParseIncoming(many, 2, "", "");
+  parsed = ParseIncoming(many, Origin::Received, "", "");
   EXPECT_LE(parsed.badDates.size(), 10u);
   for (const auto& b : parsed.badDates) EXPECT_LE(b.value.size(), 100u);
 }
 
 TEST(ParseIncoming, CompleteOnlyWithClosingTag) {
-  EXPECT_TRUE(ParseIncoming(Tagged({"MESSAGE: a"}), 2, "", "").complete);
-  EXPECT_FALSE(ParseIncoming(Tagged({"MESSAGE: a"}, false), 2, "", "").complete);
-  EXPECT_FALSE(ParseIncoming("", 2, "", "").complete);
+  EXPECT_TRUE(ParseIncoming(Tagged({"MESSAGE: a"}), Origin::Received, "", "").complete);
+  EXPECT_FALSE(ParseIncoming(Tagged({"MESSAGE: a"}, false), Origin::Received, "", "").complete);
+  EXPECT_FALSE(ParseIncoming("", Origin::Received, "", "").complete);
   // With a colon the closing tag is just an unknown key.
-  EXPECT_FALSE(ParseIncoming(Tagged({"!/ICS213!: x"}, false), 2, "", "").complete);
+  EXPECT_FALSE(ParseIncoming(Tagged({"!/ICS213!: x"}, false), Origin::Received, "", "").complete);
 }
 
 // The body assigned line by line through the record's setter: slow, but an independent account of the cut.
@@ -205,7 +205,7 @@ TEST(NoticeText, MessageNamesSenderReplyNamesAddressee) {
             "DATE:       11/19/2026 2:05:09 PM\r\n"
             "\r\n"
             "Press Open to view the message or Close to skip.");
-  for (short kind : {0, 2}) {
+  for (Kind kind : {Kind{0}, Kind::Reply}) {
     r.setKind(kind);
     EXPECT_EQ(NoticeText(r).rfind("New incoming REPLY... \r\nFROM:       Planning Chief\r\nS", 0), 0u);
   }
@@ -222,8 +222,8 @@ class StoreMsgTest : public ::testing::Test, public testing::Receiver {
 };
 
 TEST_F(StoreMsgTest, FilesUnderNewNumbersAndAnnouncesEach) {
-  const std::int32_t a = StoreMsg(Tagged({"FROM: A", "SUBJECT: first"}), 2, ctx);
-  const std::int32_t b = StoreMsg(Tagged({"TO: B", "SUBJECT: second", "REPLY: yes"}), 2, ctx);
+  const std::int32_t a = StoreMsg(Tagged({"FROM: A", "SUBJECT: first"}), Origin::Received, ctx);
+  const std::int32_t b = StoreMsg(Tagged({"TO: B", "SUBJECT: second", "REPLY: yes"}), Origin::Received, ctx);
   EXPECT_EQ(b, a + 1);
   ASSERT_EQ(notices.calls.size(), 2u);
   EXPECT_EQ(notices.calls[0].number, a);
@@ -240,7 +240,7 @@ TEST_F(StoreMsgTest, FilesUnderNewNumbersAndAnnouncesEach) {
 }
 
 TEST_F(StoreMsgTest, UnreadableDateIsLoggedWithNumberAndValue) {
-  const std::int32_t n = StoreMsg(Tagged({"SUBJECT: s", "DATE: 31/31/31 25:61"}), 2, ctx);
+  const std::int32_t n = StoreMsg(Tagged({"SUBJECT: s", "DATE: 31/31/31 25:61"}), Origin::Received, ctx);
   ASSERT_EQ(session.lines.size(), 2u);
   EXPECT_EQ(session.lines[0], "StoreMsg...: Loading message titled: s");  // "filed" only once it is
   EXPECT_NE(session.lines[1].find("Message " + std::to_string(n)), std::string::npos);
@@ -250,18 +250,18 @@ TEST_F(StoreMsgTest, UnreadableDateIsLoggedWithNumberAndValue) {
 }
 
 TEST_F(StoreMsgTest, IncompleteTextIsFiledNotLeftBlank) {
-  const std::int32_t n = StoreMsg(Tagged({"SUBJECT: cut off", "MESSAGE: half", "REPLY: r"}, false), 2, ctx);
+  const std::int32_t n = StoreMsg(Tagged({"SUBJECT: cut off", "MESSAGE: half", "REPLY: r"}, false), Origin::Received, ctx);
   ASSERT_EQ(session.lines.size(), 2u);
   EXPECT_NE(session.lines[1].find("Message " + std::to_string(n) + " arrived incomplete"), std::string::npos);
   const MsgRecord r = Only();
   EXPECT_EQ(std::make_tuple(r.MsgNo(), r.Subj(), r.Msg(), r.Status(), r.Origin(), r.Kind()),
-            std::make_tuple(n, std::string("cut off"), std::string("half"), short{4}, short{2}, short{2}));
+            std::make_tuple(n, std::string("cut off"), std::string("half"), Status::Unread, Origin::Received, Kind::Reply));
   ASSERT_EQ(notices.calls.size(), 1u);
   EXPECT_EQ(notices.calls[0].number, n);
 }
 
 TEST_F(StoreMsgTest, RouteWithoutColonStillFiled) {
-  StoreMsg(Tagged({"SUBJECT: s", "ROUTE: JUSTANIDENTIFIER-LONG"}), 2, ctx);
+  StoreMsg(Tagged({"SUBJECT: s", "ROUTE: JUSTANIDENTIFIER-LONG"}), Origin::Received, ctx);
   EXPECT_EQ(Only().Route(), "JUSTANIDENTIFIER");
   EXPECT_EQ(session.lines.size(), 1u);
 }

@@ -43,7 +43,7 @@ TEST(EncodeRecord, MessageIsNineteenLinesExactly) {
 TEST(EncodeRecord, ReplyAddsSevenLinesBeforeRoute) {
   MsgRecord r = SampleMessage();
   r.setMsg("One line");
-  r.setKind(2);
+  r.setKind(Kind::Reply);
   r.setReply("Sent T-12\r\nETA 30 min");
   r.setRepSign("A. Ruiz");
   r.setRepPos("PSC");
@@ -79,12 +79,12 @@ TEST(EncodeRecord, EmptyRecordKeepsKeysWithTheirBlank) {
 // Only Kind 2 adds the reply block, only KeepLocal 1 the tag: anything else encodes as the plain message.
 TEST(EncodeRecord, OnlyKindTwoRepliesOnlyKeepLocalOneTags) {
   const std::string plain = EncodeRecord(SampleMessage(), "K");
-  for (const auto& [kind, keepLocal] : {std::pair<short, short>{0, 2}, {3, -1}}) {
+  for (const auto& [kind, keepLocal] : {std::pair<Kind, short>{Kind{0}, 2}, {Kind{3}, -1}}) {
     MsgRecord r = SampleMessage();
     r.setReply("ignored unless reply");
     r.setKind(kind);
     r.setKeepLocal(keepLocal);
-    EXPECT_EQ(EncodeRecord(r, "K"), plain) << kind;
+    EXPECT_EQ(EncodeRecord(r, "K"), plain) << static_cast<int>(kind);
   }
   MsgRecord r = SampleMessage();
   r.setKeepLocal(1);

@@ -31,9 +31,9 @@ class RecordingNotices : public NoticeSink {
 inline MsgRecord SampleMessage() {
   MsgRecord r;
   r.setMsgNo(17);
-  r.setStatus(2);
-  r.setOrigin(1);
-  r.setKind(1);
+  r.setStatus(Status::ReadyToSend);
+  r.setOrigin(Origin::Local);
+  r.setKind(Kind::Message);
   r.setIcdName("Ridge Fire");
   r.setTo("Planning Chief");
   r.setToPos("PSC");

@@ -8,10 +8,10 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view text(reinterpret_cast<const char*>(data), size);
-  const auto parsed = velnor::ParseIncoming(text, 2, "dd/mm/yyyy", "hh:nn");
+  const auto parsed = velnor::ParseIncoming(text, velnor::Origin::Received, "dd/mm/yyyy", "hh:nn");
   const auto& r = parsed.record;
   if (r.Msg().size() > 4000 || r.Reply().size() > 4000 || r.Route().size() > 16) std::abort();
-  if (r.Kind() != 1 && r.Kind() != 2) std::abort();
+  if (r.Kind() != velnor::Kind::Message && r.Kind() != velnor::Kind::Reply) std::abort();
   if (parsed.badDates.size() > 8) std::abort();
   return 0;
 }

@@ -6,12 +6,13 @@
 namespace velnor {
 namespace {
 
+// Codes as the file holds them: any number, named or not.
 MsgRecord Rec(std::int32_t no, short origin, short kind, short status) {
   MsgRecord r;
   r.setMsgNo(no);
-  r.setOrigin(origin);
-  r.setKind(kind);
-  r.setStatus(status);
+  r.setOrigin(Origin{origin});
+  r.setKind(Kind{kind});
+  r.setStatus(Status{status});
   return r;
 }
 

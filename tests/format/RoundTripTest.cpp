@@ -102,17 +102,17 @@ TEST(RoundTrip, GeneratedRecordsThroughTwoStores) {
     IcsMsg out(sender.path(), rx.events);
     const std::int32_t sentNo = out.NewMsg();
     MsgRecord& s = out.rec();
-    const short kind = gen.below(2) ? 2 : 1;
+    const Kind kind = gen.below(2) ? Kind::Reply : Kind::Message;
     s.setKind(kind);
-    s.setOrigin(1);
-    s.setStatus(2);
+    s.setOrigin(Origin::Local);
+    s.setStatus(Status::ReadyToSend);
     s.setKeepLocal(static_cast<short>(gen.below(2)));
     for (const TextField& f : kTextFields)
-      if (kind == 2 || !f.replyOnly) (s.*f.set)(gen.field(f.maxLen));
+      if (kind == Kind::Reply || !f.replyOnly) (s.*f.set)(gen.field(f.maxLen));
     s.setMsgDate(gen.date());
     s.setMsg(gen.body());
     s.setRoute("EOC" + std::to_string(gen.below(100)) + ":0");
-    if (kind == 2) {
+    if (kind == Kind::Reply) {
       s.setReply("ok" + gen.body());
       s.setRepDate(gen.date());
     }
@@ -120,13 +120,13 @@ TEST(RoundTrip, GeneratedRecordsThroughTwoStores) {
     const MsgRecord sent = s;
 
     const std::string text = EncodeMsg(sender.path(), rx.events, sentNo, login);
-    const std::int32_t n = StoreMsg(text, 2, rx.ctx);
+    const std::int32_t n = StoreMsg(text, Origin::Received, rx.ctx);
     IcsMsg in(rx.dir.path(), rx.events);
     ASSERT_TRUE(in.Load(n));
     const MsgRecord& r = in.rec();
     SCOPED_TRACE(text);
     EXPECT_EQ(std::make_tuple(r.MsgNo(), r.Origin(), r.Status(), r.Kind(), r.KeepLocal(), r.Route()),
-              std::make_tuple(n, short{2}, short{4}, kind, sent.KeepLocal(), login + ":" + std::to_string(sentNo)));
+              std::make_tuple(n, Origin::Received, Status::Unread, kind, sent.KeepLocal(), login + ":" + std::to_string(sentNo)));
     for (const TextField& f : kTextFields) EXPECT_EQ((r.*f.get)(), (sent.*f.get)());
     EXPECT_EQ(r.Msg(), TrimEachLine(sent.Msg()));
     ExpectSameSecond(r.MsgDate(), sent.MsgDate(), "DATE");
@@ -141,7 +141,7 @@ TEST(RoundTrip, GeneratedRecordsThroughTwoStores) {
 TEST(EncodeMsg, UnknownNumberEncodesWhatLoadLeft) {
   testing::Receiver st;
   for (const std::string subject : {"first", "last"})
-    StoreMsg("!ICS213!\r\nSUBJECT: " + subject + "\r\n!/ICS213!\r\n", 2, st.ctx);
+    StoreMsg("!ICS213!\r\nSUBJECT: " + subject + "\r\n!/ICS213!\r\n", Origin::Received, st.ctx);
   IcsMsg reader(st.dir.path(), st.events);
   reader.Load(99);
   const std::string text = EncodeMsg(st.dir.path(), st.events, 99, "K");

@@ -76,7 +76,7 @@ inline void ExpectFailed(FakeHost& host, const RecordingLog& log, const PmLink& 
 
 struct OutboxRecord {
   std::int32_t msgNo;
-  short status;
+  Status status;
   std::string subj;
 };
 
@@ -93,7 +93,7 @@ class MemoryOutbox : public Outbox {
     return true;
   }
   const MsgRecord& Record() const override { return m_cur; }
-  bool UpdateStatus(short s) override {
+  bool UpdateStatus(Status s) override {
     m_recs.at(m_pos - 1).status = s;
     return true;
   }

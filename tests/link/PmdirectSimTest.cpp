@@ -53,7 +53,7 @@ class CollectNotices : public NoticeSink {
   std::vector<std::int32_t> shown;
 };
 
-using Records = std::vector<std::pair<short, std::string>>;
+using Records = std::vector<std::pair<Status, std::string>>;
 
 // A station: its own data directory, store, settings and link, as the window wires them.
 class Station : public FakeHost {
@@ -68,9 +68,9 @@ class Station : public FakeHost {
   }
   std::int32_t queue(const std::string& dest, const std::string& subj, const std::string& body) {
     IcsMsg m(dir.path(), events);
-    m.rec().setStatus(2);
-    m.rec().setOrigin(1);
-    m.rec().setKind(1);
+    m.rec().setStatus(Status::ReadyToSend);
+    m.rec().setOrigin(Origin::Local);
+    m.rec().setKind(Kind::Message);
     m.rec().setTo("Ops chief");
     m.rec().setFr("Logistics");
     m.rec().setSubj(subj);
@@ -92,7 +92,7 @@ class Station : public FakeHost {
   }
   std::int32_t StoreMsg(const std::string& text) override {
     StoreMsgContext ctx{dir.path(), events, log, notices, settings.DateFormat, settings.TimeFormat};
-    return velnor::StoreMsg(text, 2, ctx);
+    return velnor::StoreMsg(text, Origin::Received, ctx);
   }
 
   TempDir dir;
@@ -118,10 +118,10 @@ TEST(PmdirectSim, TwoStationsExchangeMessagesWithExactBytesOnTheWire) {
   EXPECT_EQ(alpha.panels["Status"], "Velnor Ready");
   EXPECT_EQ(alpha.log.lines, (Lines{"SendMessages: Sent No. " + std::to_string(n1) + " titled: Water",
                                     "SendMessages: Sent No. " + std::to_string(n2) + " titled: Fuel"}));
-  EXPECT_EQ(alpha.records(), (Records{{3, "Water"}, {3, "Fuel"}}));
+  EXPECT_EQ(alpha.records(), (Records{{Status::Sent, "Water"}, {Status::Sent, "Fuel"}}));
 
   EXPECT_TRUE(bravo.link->SeqPmdirect());
-  EXPECT_EQ(bravo.records(), (Records{{4, "Water"}, {4, "Fuel"}}));
+  EXPECT_EQ(bravo.records(), (Records{{Status::Unread, "Water"}, {Status::Unread, "Fuel"}}));
   EXPECT_EQ(bravo.notices.shown.size(), 2u);
   EXPECT_EQ(bravo.log.lines, (Lines{"Incoming Message...", "StoreMsg...: Loading message titled: Water",
                                     "Incoming Message...", "StoreMsg...: Loading message titled: Fuel"}));
@@ -143,14 +143,14 @@ TEST(PmdirectSim, ANumberGivenTwiceSendsAndMarksTheWaitingRecord) {
   IcsMsg m(alpha.dir.path(), alpha.events);
   ASSERT_TRUE(m.Load(n));
   const MsgRecord waiting = m.rec();
-  m.rec().setStatus(3);
+  m.rec().setStatus(Status::Sent);
   m.rec().setSubj("Sent before");
   m.Update(n);
   m.rec() = waiting;
   m.Add();
   EXPECT_TRUE(alpha.link->SeqPmdirect());
   EXPECT_TRUE(alpha.link->SeqPmdirect());
-  EXPECT_EQ(alpha.records(), (Records{{3, "Sent before"}, {3, "Waiting"}}));
+  EXPECT_EQ(alpha.records(), (Records{{Status::Sent, "Sent before"}, {Status::Sent, "Waiting"}}));
   const std::string session = "<!REG!>\r\n<!LOGON!>ALPHA\r\n";
   const std::string expected =
       session + alpha.EncodeMsg(waiting) + "\r\nPOP\r\nQUIT\r\n" + session + "POP\r\nQUIT\r\n";
@@ -197,7 +197,7 @@ TEST(PmdirectSim, AMessageTheStoreCannotTakeIsKeptAndFiledAtStartUp) {
                                     "Kept incoming message filed as No. 1: " + kept[0]}));
   EXPECT_FALSE(std::filesystem::exists(kept[0]));
   EXPECT_TRUE(bravo.link->SeqPmdirect());
-  EXPECT_EQ(bravo.records(), (Records{{4, "Water"}, {4, "Fuel"}}));
+  EXPECT_EQ(bravo.records(), (Records{{Status::Unread, "Water"}, {Status::Unread, "Fuel"}}));
   EXPECT_EQ(bravo.notices.shown.size(), 2u);
 }
 
@@ -206,14 +206,14 @@ TEST(PmdirectSim, SplitPromptsStillCompleteTheSession) {
   Station alpha("ALPHA", sim.port);
   alpha.queue("ALPHA", "To myself", "loop");
   EXPECT_TRUE(alpha.link->SeqPmdirect());
-  EXPECT_EQ(alpha.records(), (Records{{3, "To myself"}, {4, "To myself"}}));
+  EXPECT_EQ(alpha.records(), (Records{{Status::Sent, "To myself"}, {Status::Unread, "To myself"}}));
 }
 
 struct SimFault {
   const char* name;
   Lines flags;
   Failure failure;
-  short firstStatus = 2;  // 3 once sent
+  Status firstStatus = Status::ReadyToSend;
 };
 // Keeps the test names CTest lists short.
 void PrintTo(const SimFault& f, std::ostream* os) { *os << f.name; }
@@ -229,7 +229,7 @@ TEST_P(PmdirectSimFaults, FailTheRightStepAndLoseNothing) {
   alpha.panels["Status"] = "kept";
   alpha.link->RunSession();
   ExpectFailed(alpha, alpha.log, *alpha.link, GetParam().failure);
-  EXPECT_EQ(alpha.records(), (Records{{GetParam().firstStatus, "one"}, {2, "two"}}));
+  EXPECT_EQ(alpha.records(), (Records{{GetParam().firstStatus, "one"}, {Status::ReadyToSend, "two"}}));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -248,7 +248,7 @@ INSTANTIATE_TEST_SUITE_P(
                   {"SendMessages: Sent No. 1 titled: one", "WinSend: Lost Telnet connection",
                    "SendMessages: Lost connection"},
                   "Sending messages"},
-                 3}),
+                 Status::Sent}),
     [](const ::testing::TestParamInfo<SimFault>& i) { return std::string(i.param.name); });
 
 TEST(PmdirectSim, NothingListeningFailsTheConnectStep) {

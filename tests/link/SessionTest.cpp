@@ -14,7 +14,7 @@ class SessionTest : public LinkTest {
 };
 
 TEST_F(SessionTest, FullSessionPutsExactBytesOnTheWireAndUpdatesTheStore) {
-  outbox = {{1, 2, "  Water  "}, {2, 5, "read one"}, {3, 2, "Fuel"}};
+  outbox = {{1, Status::ReadyToSend, "  Water  "}, {2, Status::Read, "read one"}, {3, Status::ReadyToSend, "Fuel"}};
   pm.waiting = {kMsgA, kMsgB};
   // A busy Pmdirect takes each message late: past 120 s, within 10 x TimeOut.
   settings.TimeOut = "15000";
@@ -28,7 +28,8 @@ TEST_F(SessionTest, FullSessionPutsExactBytesOnTheWireAndUpdatesTheStore) {
             "!ICS213!\r\nMSGNO:1\r\n!/ICS213!\r\n"
             "!ICS213!\r\nMSGNO:3\r\n!/ICS213!\r\n"
             "POP\r\nPOP\r\nPOP\r\nQUIT\r\n");
-  EXPECT_EQ(std::vector<short>({outbox[0].status, outbox[1].status, outbox[2].status}), (std::vector<short>{3, 5, 3}));
+  EXPECT_EQ(std::vector({outbox[0].status, outbox[1].status, outbox[2].status}),
+            std::vector({Status::Sent, Status::Read, Status::Sent}));
   EXPECT_EQ(host.filed, (Lines{kMsgA + "\r\n", kMsgB + "\r\n"}));
   EXPECT_EQ(host.refreshes, 2);
   EXPECT_EQ(log.lines, (Lines{"SendMessages: Sent No. 1 titled: Water", "SendMessages: Sent No. 3 titled: Fuel",
@@ -125,7 +126,7 @@ void PrintTo(const FaultRow& r, std::ostream* os) { *os << r.name; }
 class SessionFaults : public SessionTest, public ::testing::WithParamInterface<FaultRow> {};
 
 TEST_P(SessionFaults, EndInTheRightTextsWithinTheBound) {
-  outbox = {{1, 2, "one"}};
+  outbox = {{1, Status::ReadyToSend, "one"}};
   GetParam().arrange(sock, pm);
   host.setStatus("Status", "kept");
   link().RunSession();
@@ -189,9 +190,9 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(SessionTest, EncoderFailureFailsTheStepAndKeepsTheMessageQueued) {
   host.encodeFails = true;
-  outbox = {{1, 2, "one"}};
+  outbox = {{1, Status::ReadyToSend, "one"}};
   EXPECT_FALSE(link().SeqPmdirect());
-  EXPECT_EQ(outbox[0].status, 2);
+  EXPECT_EQ(outbox[0].status, Status::ReadyToSend);
   EXPECT_EQ(host.panels["Status"], "Disconnecting, error during Sending messages");
   EXPECT_EQ(log.lines, (Lines{"SendMessages: File not found"}));
 }

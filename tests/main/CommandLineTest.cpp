@@ -62,9 +62,9 @@ void MakeStation(const std::string& dataPath) {
   for (int i = 1; i <= 3; ++i) {
     IcsMsg m(dataPath, log);
     MsgRecord& r = m.rec();
-    r.setStatus(4);
-    r.setOrigin(2);
-    r.setKind(1);
+    r.setStatus(Status::Unread);
+    r.setOrigin(Origin::Received);
+    r.setKind(Kind::Message);
     r.setIcdName("Cedar River Flood");
     r.setTo("Planning");
     r.setToPos("PSC");
@@ -144,7 +144,7 @@ TEST(VelnorCommandLine, OptionsExitCodesAndPrintToPdf) {
   RecordingEventLog log;
   IcsMsg stored(dir.file("station"), log);
   ASSERT_TRUE(stored.Load(2));
-  EXPECT_EQ(stored.rec().Status(), 4);
+  EXPECT_EQ(stored.rec().Status(), Status::Unread);
   EXPECT_FALSE(fs::exists(dir.file("x.pdf")));
 }
 

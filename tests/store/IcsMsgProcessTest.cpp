@@ -23,7 +23,7 @@ TEST_F(IcsMsgProcesses, ConcurrentNewMsgNeverSharesANumber) {
     kids.push_back(Spawn([&] {
       for (int i = 0; i < kEach; ++i) {
         IcsMsg m(dir.path(), log);  // a fresh object each time, as the decoder does
-        m.rec().setStatus(4);
+        m.rec().setStatus(Status::Unread);
         m.NewMsg();
       }
     }));

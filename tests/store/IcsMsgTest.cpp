@@ -28,12 +28,12 @@ TEST_F(IcsMsgTest, NewMsgTakesTheNextNumberAndKeepsTheRecord) {
   IcsMsg m(dir.path(), log);
   m.rec().setSubj("hello");
   m.rec().setKeepLocal(1);
-  m.rec().setStatus(6);
+  m.rec().setStatus(Status::Draft);
   EXPECT_EQ(m.NewMsg(), 6);
   EXPECT_EQ(m.rec().KeepLocal(), 0);
   const std::string six = ImageOf(m.rec());
   EXPECT_EQ(m.NewMsg(), 7);  // NewMsg clears nothing else: same subject and status again
-  EXPECT_EQ(std::tuple(m.rec().MsgNo(), m.rec().Subj(), m.rec().Status()), std::tuple(7, "hello", 6));
+  EXPECT_EQ(std::tuple(m.rec().MsgNo(), m.rec().Subj(), m.rec().Status()), std::tuple(7, "hello", Status::Draft));
   const std::string bytes = ReadFile(store());
   EXPECT_EQ(NumbersIn(bytes), (Numbers{2, 3, 4, 6, 7}));
   EXPECT_EQ(bytes, StoreBytes(7, {2, 3, 4}) + six + ImageOf(m.rec()));
@@ -58,7 +58,7 @@ TEST_F(IcsMsgTest, UpdateReplacesOnlyTheFirstMatchingRecord) {
   IcsMsg m(dir.path(), log);
   ASSERT_TRUE(m.Load(2));
   m.rec().setSubj("changed");
-  m.rec().setStatus(9);  // any status travels unchanged
+  m.rec().setStatus(Status{9});  // any status travels unchanged
   m.Update(7);
   EXPECT_EQ(ReadFile(store()), expected);  // a missing number writes nothing
 
@@ -81,13 +81,13 @@ TEST_F(IcsMsgTest, UpdateListedWritesTheRecordTheWalkFound) {
   m.ResetList();
   for (int i = 0; i < 3; ++i) ASSERT_TRUE(m.GetList());
   MsgRecord listed = m.rec();
-  m.rec().setStatus(3);
+  m.rec().setStatus(Status::Sent);
   ASSERT_TRUE(m.UpdateListed(listed));
   EXPECT_EQ(ReadFile(store()), expected.replace(3 * kRecLen, kRecLen, ImageOf(m.rec())));
 
   IcsMsg(dir.path(), log).DeleteOne(1);
   listed = m.rec();
-  m.rec().setStatus(5);
+  m.rec().setStatus(Status::Read);
   ASSERT_TRUE(m.UpdateListed(listed));
   expected.erase(kRecLen, kRecLen);
   EXPECT_EQ(ReadFile(store()), expected.replace(2 * kRecLen, kRecLen, ImageOf(m.rec())));
@@ -180,7 +180,7 @@ TEST_F(IcsMsgTest, NewMsgOnAStoreShorterThanOneRecord) {
     for (std::int32_t n : {counter + 1, counter + 2}) {
       EXPECT_EQ(m.NewMsg(), n);
       m.rec().setSubj("subject " + std::to_string(n));
-      m.rec().setStatus(6);
+      m.rec().setStatus(Status::Draft);
       m.Update(n);
       messages += MessageRecord(n);
     }

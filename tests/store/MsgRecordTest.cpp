@@ -29,9 +29,9 @@ TEST(MsgRecord, ZeroBytesReadEmptyOrTrimmed) {
 TEST(MsgRecord, EveryFieldAtItsOffset) {
   MsgRecord r;
   r.setMsgNo(0x01020304);
-  r.setStatus(0x0506);
-  r.setOrigin(-2);
-  r.setKind(2);
+  r.setStatus(Status{0x0506});
+  r.setOrigin(Origin{-2});
+  r.setKind(Kind::Reply);
   r.setIcdName("Incident");
   r.setTo("To name");
   r.setToPos("To pos");
@@ -75,7 +75,7 @@ TEST(MsgRecord, EveryFieldAtItsOffset) {
   }
   EXPECT_EQ(covered, MsgRecord::kSize);
   EXPECT_EQ(std::tuple(r.MsgNo(), r.Origin(), r.MsgDate(), r.RepDate(), r.Msg(), r.Route()),
-            std::tuple(0x01020304, short{-2}, 46345.5, -1.25, "Body\r\nline 2", "KX9ABC:17"));
+            std::tuple(0x01020304, Origin{-2}, 46345.5, -1.25, "Body\r\nline 2", "KX9ABC:17"));
 }
 
 TEST(MsgRecord, TextSettersTrimCutAndPad) {
@@ -126,8 +126,8 @@ TEST(MsgRecord, MsgLenOverflowsPast16Bits) {
 TEST(MsgRecord, StatusWords) {
   const char* words[] = {"", "New", "Ready, but not sent", "Sent", "Unread", "Read",
                          "Draft", "Abandoned", "Deleted", ""};
-  for (short s = 0; s <= 9; ++s) EXPECT_EQ(MsgRecord::StatusWord(s), words[s]) << s;
-  EXPECT_EQ(MsgRecord::StatusWord(-1), "");
+  for (short s = 0; s <= 9; ++s) EXPECT_EQ(MsgRecord::StatusWord(Status{s}), words[s]) << s;
+  EXPECT_EQ(MsgRecord::StatusWord(Status{-1}), "");
 }
 
 }  // namespace
