@@ -43,8 +43,6 @@ struct EditorContext {
 
 class MessageEditor {
  public:
-  static constexpr int kMsgFirst = 0, kMsgLast = 9, kRepFirst = 10, kRepLast = 13;
-
   explicit MessageEditor(EditorContext ctx);
 
   // Command buttons and menu items.
@@ -66,9 +64,9 @@ class MessageEditor {
   void mnuOpen_Click();
 
   // Field events. KeyPress comes before the key reaches the box.
-  void txtField_KeyPress(int index);
-  void txtField_GotFocus(int index);
-  void txtField_LostFocus(int index);
+  void txtField_KeyPress(Field field);
+  void txtField_GotFocus(Field field);
+  void txtField_LostFocus(Field field);
   // The route box takes capitals only: the character to insert instead of `key`.
   static char txtDefaultToRoute_KeyPress(char key);
 
@@ -138,9 +136,9 @@ class MessageEditor {
   short m_browsePtr = 0;
 };
 
-// What the form shows for a stored record, txtField(0) to txtField(13): the dates in the
-// operator's date and time formats, the reply boxes empty unless the record has a reply or
-// a reply signature. The printed page of a stored message is made from the same texts.
+// What the form's fields show for a stored record: the dates in the operator's date and
+// time formats, the reply fields empty unless the record has a reply or a reply signature.
+// The printed page of a stored message is made from the same texts.
 FormTexts ShownTexts(const MsgRecord& r, const Settings& settings);
 
 }  // namespace velnor
