@@ -23,6 +23,32 @@ std::string DateTimePatternOf(const Settings& s) { return s.DateFormat + " " + s
 
 }  // namespace
 
+const char* ModeName(EditorMode mode) {
+  switch (mode) {
+    case EditorMode::Startup:
+      return "STARTUP";
+    case EditorMode::Main:
+      return "MAIN";
+    case EditorMode::New:
+      return "NEW";
+    case EditorMode::Edit:
+      return "EDIT";
+    case EditorMode::Reply:
+      return "REPLY";
+    case EditorMode::Save:
+      return "SAVE";
+    case EditorMode::Send:
+      return "SEND";
+    case EditorMode::Delete:
+      return "DELETE";
+    case EditorMode::Close:
+      return "CLOSE";
+    case EditorMode::Browse:
+      return "BROWSE";
+  }
+  return "";
+}
+
 FormTexts ShownTexts(const MsgRecord& r, const Settings& settings) {
   const std::string pattern = DateTimePatternOf(settings);
   FormTexts t;
@@ -131,7 +157,7 @@ void MessageEditor::FocusRule() {
 }
 
 void MessageEditor::StartupBegin() {
-  m_editorMode = "STARTUP";
+  m_editorMode = EditorMode::Startup;
   m_editState = 0;
   DisableAllCommands();
   LockForm();
@@ -139,7 +165,7 @@ void MessageEditor::StartupBegin() {
 }
 
 void MessageEditor::StartupEnd() {
-  m_editorMode = "MAIN";
+  m_editorMode = EditorMode::Main;
   OnlyCommands({Command::cmdNew, Command::cmdBrowse});
   m_view.setMsgInfo("");
 }
@@ -329,7 +355,7 @@ void MessageEditor::ShowMessage(std::int32_t n) {
 
 void MessageEditor::cmdNew_Click() {
   Trap("cmdNew_Click", [&] {
-    m_editorMode = "NEW";
+    m_editorMode = EditorMode::New;
     m_editState = 2;
     OnlyCommands({Command::mnuPrint, Command::mnuSave, Command::mnuOpen, Command::cmdSend, Command::cmdSave,
                   Command::cmdDelete, Command::cmdClose, Command::cmdSetFieldsAsDefault});
@@ -344,7 +370,7 @@ void MessageEditor::cmdNew_Click() {
 
 void MessageEditor::cmdEdit_Click() {
   Trap("cmdEdit_Click", [&] {
-    m_editorMode = "EDIT";
+    m_editorMode = EditorMode::Edit;
     m_editState = 2;
     OnlyCommands({Command::mnuPrint, Command::mnuSave, Command::mnuOpen, Command::cmdSend, Command::cmdSave,
                   Command::cmdDelete, Command::cmdClose, Command::cmdSetFieldsAsDefault});
@@ -364,7 +390,7 @@ void MessageEditor::cmdEdit_Click() {
 
 void MessageEditor::cmdReply_Click() {
   Trap("cmdReply_Click", [&] {
-    m_editorMode = "REPLY";
+    m_editorMode = EditorMode::Reply;
     m_editState = 2;
     OnlyCommands({Command::mnuPrint, Command::mnuSave, Command::mnuOpen, Command::cmdSend, Command::cmdSave,
                   Command::cmdDelete, Command::cmdClose});
@@ -378,7 +404,7 @@ void MessageEditor::cmdReply_Click() {
 
 void MessageEditor::cmdSave_Click() {
   Trap("cmdSave_Click", [&] {
-    m_editorMode = "SAVE";
+    m_editorMode = EditorMode::Save;
     m_editState = 1;
     SaveForm();
     OnlyCommands({Command::mnuPrint, Command::cmdNew, Command::cmdDelete, Command::cmdClose, Command::cmdBrowse,
@@ -389,7 +415,7 @@ void MessageEditor::cmdSave_Click() {
 
 void MessageEditor::cmdSend_Click() {
   Trap("cmdSend_Click", [&] {
-    m_editorMode = "SEND";
+    m_editorMode = EditorMode::Send;
     SaveForm();
     if (!CheckRequiredFields()) return;
     m_editState = 1;
@@ -415,7 +441,7 @@ void MessageEditor::cmdSend_Click() {
 
 void MessageEditor::cmdDelete_Click() {
   Trap("cmdDelete_Click", [&] {
-    m_editorMode = "DELETE";
+    m_editorMode = EditorMode::Delete;
     m_editState = 0;
     DeleteCurrentMessage();
     ShowEmptyForm();
@@ -425,7 +451,7 @@ void MessageEditor::cmdDelete_Click() {
 
 void MessageEditor::cmdClose_Click() {
   Trap("cmdClose_Click", [&] {
-    m_editorMode = "CLOSE";
+    m_editorMode = EditorMode::Close;
     if (!m_messageSaved) {
       m_ctx.dialogs.messageBox("Message was not saved.  Press Save or\r\nDelete on the form to continue.",
                                kProgramTitle, MsgButtons::Ok);
@@ -449,7 +475,7 @@ void MessageEditor::OpenFromNotice(std::int32_t number) {
 
 void MessageEditor::cmdBrowse_Click() {
   Trap("cmdBrowse_Click", [&] {
-    m_editorMode = "BROWSE";
+    m_editorMode = EditorMode::Browse;
     ClearForm();
     LockForm();
     StartBrowse();

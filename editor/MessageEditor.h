@@ -4,10 +4,9 @@
 // browsing, the field behaviours, the defaults, the identifier, the clipboard commands
 // and inserting a text file. It works on an EditorView, so it runs without a window.
 //
-// Editor state: EditorMode is the name of the last command ("STARTUP", "MAIN", "NEW",
-// "EDIT", "REPLY", "SAVE", "SEND", "DELETE", "CLOSE", "BROWSE"); EditState is 0 for an
-// empty form, 1 for a stored message shown read-only, 2 while editing; MessageSaved is
-// false while the form holds typing that is not in the store.
+// Editor state: EditorMode is the last command; EditState is 0 for an empty form, 1 for a
+// stored message shown read-only, 2 while editing; MessageSaved is false while the form
+// holds typing that is not in the store.
 //
 // The *_Click handlers and the field events trap every failure: it goes to the session
 // log and the "Status" panel, and the handler returns. The procedures they use throw.
@@ -26,6 +25,12 @@ namespace velnor {
 class Clock;
 class Dialogs;
 class EventLog;
+
+// The last command the editor ran: start-up, its end, or one of the form's commands.
+enum class EditorMode { Startup, Main, New, Edit, Reply, Save, Send, Delete, Close, Browse };
+// The mode's name where it is shown: "STARTUP", "MAIN", "NEW", "EDIT", "REPLY", "SAVE",
+// "SEND", "DELETE", "CLOSE", "BROWSE".
+const char* ModeName(EditorMode mode);
 
 struct EditorContext {
   EditorView& view;
@@ -99,8 +104,8 @@ class MessageEditor {
   // The caption "Velnor (<LoginName>)".
   std::string MainCaption() const;
 
-  const std::string& EditorMode() const { return m_editorMode; }
-  void setEditorMode(std::string mode) { m_editorMode = std::move(mode); }
+  velnor::EditorMode EditorMode() const { return m_editorMode; }
+  void setEditorMode(velnor::EditorMode mode) { m_editorMode = mode; }
   short EditState() const { return m_editState; }
   bool MessageSaved() const { return m_messageSaved; }
   std::int32_t CurrentMsgNo() const { return m_currentMsgNo; }
@@ -128,7 +133,7 @@ class MessageEditor {
   EditorContext m_ctx;
   EditorView& m_view;
   IcsMsg m_rec;
-  std::string m_editorMode = "STARTUP";
+  velnor::EditorMode m_editorMode = EditorMode::Startup;
   short m_editState = 0;
   bool m_messageSaved = true;
   std::int32_t m_currentMsgNo = 0;

@@ -169,7 +169,7 @@ void FrmMessage::closeEvent(QCloseEvent* event) {
         refuse = true;
         return;
       }
-      if (m_editor->EditorMode() == "NEW") {
+      if (m_editor->EditorMode() == EditorMode::New) {
         // The draft made by New stays in the store, marked as given up.
         IcsMsg& rec = m_editor->CurrentRecord();
         rec.rec().setStatus(Status::Abandoned);

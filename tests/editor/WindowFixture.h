@@ -193,7 +193,7 @@ class WindowTest : public ::testing::Test {
   // Mode, edit state, 'E'ditable or 'L'ocked per field in the form's order (typing needs
   // enabled and not read-only), and " route" when the routing frame is enabled.
   std::string State() const {
-    std::string out = ed->EditorMode() + " " + std::to_string(ed->EditState()) + " ";
+    std::string out = std::string(ModeName(ed->EditorMode())) + " " + std::to_string(ed->EditState()) + " ";
     for (Field f : kAllFields) out += win->readOnly(f) || !field(f)->isEnabled() ? 'L' : 'E';
     const bool route = find("txtDefaultToRoute")->isEnabled() && find("chkKeepLocal")->isEnabled();
     return route ? out + " route" : out;
