@@ -88,7 +88,7 @@ TEST_F(FieldEntryTest, OpenInsertsAtTheCursorOfTheBodyBeingWritten) {
   click("cmdBrowse");
   click("cmdReply");
   type(Field::Reply, "AB");
-  auto* body = find<QPlainTextEdit>("txtField_10");
+  auto* body = qobject_cast<QPlainTextEdit*>(field(Field::Reply));
   QTextCursor c = body->textCursor();
   c.setPosition(1);
   body->setTextCursor(c);
@@ -128,7 +128,7 @@ TEST_F(FieldEntryTest, ClipboardFollowsTheFocusAndAFileThatCannotBeReadChangesNo
   trigger("mnuCopy");
   EXPECT_EQ(cb->text().toStdString(), "");
 
-  auto* subject = find<QLineEdit>("txtField_4");
+  auto* subject = qobject_cast<QLineEdit*>(field(Field::Subject));
   subject->setFocus(Qt::MouseFocusReason);
   subject->setSelection(1, 3);  // "ate"
   trigger("mnuCopy");
