@@ -2,11 +2,12 @@
 // What the editor logic needs of the main window, so the commands run as plain C++ and
 // the window stays a thin binding of widgets. All texts are station text; line breaks in
 // the two bodies are CR LF, and positions count them as two characters.
-//
-// Text boxes are numbered: 0..13 the form's fields txtField(0)..txtField(13), kRouteBox
-// the destination-route box txtDefaultToRoute.
+#include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
+
+#include "store/FormField.h"
 
 namespace velnor {
 
@@ -23,28 +24,46 @@ inline constexpr std::uint32_t kBlue = 0xFF0000;
 inline constexpr std::uint32_t kLightYellow = 0x80FFFF;
 inline constexpr std::uint32_t kWindowColour = 0x80000005;
 
-inline constexpr int kFieldCount = 14;
-inline constexpr int kRouteBox = 14;
-inline constexpr int kNoTextBox = -1;
+// A text box of the window: one of the form's fields, or TextBox::Route, the
+// destination-route box txtDefaultToRoute.
+class TextBox {
+ public:
+  static const TextBox Route;
+
+  constexpr TextBox(Field f) : m_index(FieldIndex(f)) {}  // every field is a text box
+
+  constexpr bool isField() const { return m_index < kFieldCount; }
+  // Only for a box that isField().
+  constexpr Field field() const { return static_cast<Field>(m_index); }
+  // The box's place in a table of all boxes: the fields in the form's order, then the route box.
+  constexpr std::size_t index() const { return m_index; }
+  constexpr bool operator==(const TextBox&) const = default;
+
+ private:
+  constexpr explicit TextBox(std::size_t index) : m_index(index) {}
+  std::size_t m_index;
+};
+inline constexpr TextBox TextBox::Route{kFieldCount};
+inline constexpr std::size_t kTextBoxCount = kFieldCount + 1;
 
 class EditorView {
  public:
   virtual ~EditorView() = default;
 
   // Text boxes (fields and the route box).
-  virtual std::string text(int box) const = 0;
-  virtual void setText(int box, const std::string& text) = 0;
-  virtual bool readOnly(int box) const = 0;
-  virtual void setReadOnly(int box, bool on) = 0;
-  virtual void setTabStop(int box, bool on) = 0;
-  virtual void setEnabled(int box, bool on) = 0;
-  virtual std::uint32_t backColour(int box) const = 0;
-  virtual void setBackColour(int box, std::uint32_t colour) = 0;
-  virtual void setForeColour(int box, std::uint32_t colour) = 0;
-  virtual int selStart(int box) const = 0;
-  virtual std::string selectedText(int box) const = 0;
-  virtual void replaceSelection(int box, const std::string& text) = 0;
-  virtual void selectAll(int box) = 0;
+  virtual std::string text(TextBox box) const = 0;
+  virtual void setText(TextBox box, const std::string& text) = 0;
+  virtual bool readOnly(TextBox box) const = 0;
+  virtual void setReadOnly(TextBox box, bool on) = 0;
+  virtual void setTabStop(TextBox box, bool on) = 0;
+  virtual void setEnabled(TextBox box, bool on) = 0;
+  virtual std::uint32_t backColour(TextBox box) const = 0;
+  virtual void setBackColour(TextBox box, std::uint32_t colour) = 0;
+  virtual void setForeColour(TextBox box, std::uint32_t colour) = 0;
+  virtual int selStart(TextBox box) const = 0;
+  virtual std::string selectedText(TextBox box) const = 0;
+  virtual void replaceSelection(TextBox box, const std::string& text) = 0;
+  virtual void selectAll(TextBox box) = 0;
 
   virtual bool keepLocal() const = 0;
   virtual void setKeepLocal(bool on) = 0;
@@ -55,10 +74,10 @@ class EditorView {
   virtual bool commandEnabled(Command c) const = 0;
 
   // Focus: a text box, or a command button.
-  virtual void focusBox(int box) = 0;
+  virtual void focusBox(TextBox box) = 0;
   virtual void focusCommand(Command c) = 0;
-  // The text box that has the focus, or kNoTextBox.
-  virtual int focusedBox() const = 0;
+  // The text box that has the focus, if one has.
+  virtual std::optional<TextBox> focusedBox() const = 0;
 
   virtual void setMsgInfo(const std::string& text) = 0;
   virtual void setBrowsePtr(const std::string& text) = 0;

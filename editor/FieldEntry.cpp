@@ -12,29 +12,29 @@
 
 namespace velnor {
 
-void MessageEditor::txtField_KeyPress(int index) {
+void MessageEditor::txtField_KeyPress(Field field) {
   Trap("txtField_KeyPress", [&] {
-    if (m_view.readOnly(index)) return;
+    if (m_view.readOnly(field)) return;
     // Typing answers the required-field mark.
-    m_view.setBackColour(index, kWindowColour);
+    m_view.setBackColour(field, kWindowColour);
     m_view.setCommandEnabled(Command::cmdSave, true);
     m_messageSaved = false;
   });
 }
 
-void MessageEditor::txtField_GotFocus(int index) {
+void MessageEditor::txtField_GotFocus(Field field) {
   Trap("txtField_GotFocus", [&] {
     // The two bodies keep the cursor where the click put it.
-    if (index != 6 && index != 10) m_view.selectAll(index);
+    if (field != Field::Message && field != Field::Reply) m_view.selectAll(field);
   });
 }
 
-void MessageEditor::txtField_LostFocus(int index) {
+void MessageEditor::txtField_LostFocus(Field field) {
   Trap("txtField_LostFocus", [&] {
-    if (index != 2 && index != 3) return;
+    if (field != Field::From && field != Field::FromPos) return;
     // The sender signs the message.
-    m_view.setText(7, Trim(m_view.text(2)));
-    m_view.setText(8, Trim(m_view.text(3)));
+    m_view.setText(Field::Signature, Trim(m_view.text(Field::From)));
+    m_view.setText(Field::SignaturePos, Trim(m_view.text(Field::FromPos)));
   });
 }
 
@@ -43,11 +43,11 @@ char MessageEditor::txtDefaultToRoute_KeyPress(char key) { return ToUpperCp1252(
 void MessageEditor::cmdSetFieldsAsDefault_Click() {
   Trap("cmdSetFieldsAsDefault_Click", [&] {
     Settings& s = m_ctx.settings;
-    s.DefTo = Trim(m_view.text(0));
-    s.DefToPos = Trim(m_view.text(1));
-    s.DefFr = Trim(m_view.text(2));
-    s.DefFrPos = Trim(m_view.text(3));
-    s.IcdName = Trim(m_view.text(9));
+    s.DefTo = Trim(m_view.text(Field::To));
+    s.DefToPos = Trim(m_view.text(Field::ToPos));
+    s.DefFr = Trim(m_view.text(Field::From));
+    s.DefFrPos = Trim(m_view.text(Field::FromPos));
+    s.IcdName = Trim(m_view.text(Field::IncidentName));
     WriteSettings(m_ctx.settingsFile, s);
   });
 }
@@ -67,24 +67,22 @@ void MessageEditor::mnuIdentifier_Click() {
 void MessageEditor::mnuCopy_Click() {
   Trap("mnuCopy_Click", [&] {
     m_view.clearClipboard();
-    const int box = m_view.focusedBox();
-    if (box != kNoTextBox) m_view.setClipboardText(m_view.selectedText(box));
+    if (const auto box = m_view.focusedBox()) m_view.setClipboardText(m_view.selectedText(*box));
   });
 }
 
 void MessageEditor::MnuCut_Click() {
   Trap("MnuCut_Click", [&] {
     mnuCopy_Click();
-    const int box = m_view.focusedBox();
-    if (box != kNoTextBox) m_view.replaceSelection(box, "");
+    if (const auto box = m_view.focusedBox()) m_view.replaceSelection(*box, "");
   });
 }
 
 void MessageEditor::mnuPaste_Click() {
   Trap("mnuPaste_Click", [&] {
-    const int box = m_view.focusedBox();
-    if (box == kNoTextBox) return;
-    m_view.replaceSelection(box, m_view.clipboardText());
+    const auto box = m_view.focusedBox();
+    if (!box) return;
+    m_view.replaceSelection(*box, m_view.clipboardText());
     m_messageSaved = false;
   });
 }
@@ -118,7 +116,7 @@ void MessageEditor::mnuOpen_Click() {
     }
     const Kind kind = m_rec.rec().Kind();
     if (kind != Kind::Message && kind != Kind::Reply) return;
-    const int target = kind == Kind::Message ? 6 : 10;
+    const Field target = kind == Kind::Message ? Field::Message : Field::Reply;
     const std::string text = m_view.text(target);
     const std::size_t s = std::min(text.size(), static_cast<std::size_t>(std::max(0, m_view.selStart(target))));
     m_view.setText(target, text.substr(0, s) + content + text.substr(s));

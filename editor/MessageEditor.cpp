@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <exception>
 #include <limits>
+#include <span>
 
 #include "core/Clock.h"
 #include "core/DateTime.h"
@@ -22,15 +23,50 @@ std::string DateTimePatternOf(const Settings& s) { return s.DateFormat + " " + s
 
 }  // namespace
 
+const char* ModeName(EditorMode mode) {
+  switch (mode) {
+    case EditorMode::Startup:
+      return "STARTUP";
+    case EditorMode::Main:
+      return "MAIN";
+    case EditorMode::New:
+      return "NEW";
+    case EditorMode::Edit:
+      return "EDIT";
+    case EditorMode::Reply:
+      return "REPLY";
+    case EditorMode::Save:
+      return "SAVE";
+    case EditorMode::Send:
+      return "SEND";
+    case EditorMode::Delete:
+      return "DELETE";
+    case EditorMode::Close:
+      return "CLOSE";
+    case EditorMode::Browse:
+      return "BROWSE";
+  }
+  return "";
+}
+
 FormTexts ShownTexts(const MsgRecord& r, const Settings& settings) {
   const std::string pattern = DateTimePatternOf(settings);
-  FormTexts t{r.To(),  r.ToPos(), r.Fr(),      r.FrPos(),  r.Subj(), FormatDate(r.MsgDate(), pattern),
-              r.Msg(), r.Sign(),  r.SignPos(), r.IcdName()};
+  FormTexts t;
+  t[Field::To] = r.To();
+  t[Field::ToPos] = r.ToPos();
+  t[Field::From] = r.Fr();
+  t[Field::FromPos] = r.FrPos();
+  t[Field::Subject] = r.Subj();
+  t[Field::Date] = FormatDate(r.MsgDate(), pattern);
+  t[Field::Message] = r.Msg();
+  t[Field::Signature] = r.Sign();
+  t[Field::SignaturePos] = r.SignPos();
+  t[Field::IncidentName] = r.IcdName();
   if (!r.Reply().empty() || !r.RepSign().empty()) {
-    t[10] = r.Reply();
-    t[11] = r.RepSign();
-    t[12] = r.RepPos();
-    t[13] = FormatDate(r.RepDate(), pattern);
+    t[Field::Reply] = r.Reply();
+    t[Field::ReplySignature] = r.RepSign();
+    t[Field::ReplyPos] = r.RepPos();
+    t[Field::ReplyDate] = FormatDate(r.RepDate(), pattern);
   }
   return t;
 }
@@ -86,42 +122,42 @@ void MessageEditor::ShowEmptyForm() {
 }
 
 void MessageEditor::SetMessageFieldsEditable(bool on) {
-  for (int i = kMsgFirst; i <= kMsgLast; ++i) {
-    m_view.setReadOnly(i, !on);
-    m_view.setTabStop(i, on);
-    m_view.setBackColour(i, kWindowColour);
-    m_view.setForeColour(i, on ? kBlack : kBlue);
+  for (Field f : kMessageFields) {
+    m_view.setReadOnly(f, !on);
+    m_view.setTabStop(f, on);
+    m_view.setBackColour(f, kWindowColour);
+    m_view.setForeColour(f, on ? kBlack : kBlue);
   }
-  m_view.setEnabled(5, false);
+  m_view.setEnabled(Field::Date, false);
 }
 
 void MessageEditor::SetReplyFieldsEditable(bool on) {
-  for (int i = kRepFirst; i <= kRepLast; ++i) {
-    m_view.setReadOnly(i, !on);
-    m_view.setTabStop(i, on);
-    m_view.setForeColour(i, on ? kBlack : kBlue);
+  for (Field f : kReplyFields) {
+    m_view.setReadOnly(f, !on);
+    m_view.setTabStop(f, on);
+    m_view.setForeColour(f, on ? kBlack : kBlue);
   }
-  m_view.setEnabled(13, false);
+  m_view.setEnabled(Field::ReplyDate, false);
   m_view.setReplyLabelsEnabled(on);
 }
 
 void MessageEditor::SetRoutingEnabled(bool on) {
   m_view.setKeepLocalEnabled(on);
-  m_view.setEnabled(kRouteBox, on);
+  m_view.setEnabled(TextBox::Route, on);
 }
 
 void MessageEditor::FocusRule() {
-  m_view.focusBox(0);
-  for (int i = kMsgFirst; i <= kMsgLast; ++i) {
-    if (m_view.text(i).empty()) {
-      m_view.focusBox(i);
+  m_view.focusBox(Field::To);
+  for (Field f : kMessageFields) {
+    if (m_view.text(f).empty()) {
+      m_view.focusBox(f);
       return;
     }
   }
 }
 
 void MessageEditor::StartupBegin() {
-  m_editorMode = "STARTUP";
+  m_editorMode = EditorMode::Startup;
   m_editState = 0;
   DisableAllCommands();
   LockForm();
@@ -129,7 +165,7 @@ void MessageEditor::StartupBegin() {
 }
 
 void MessageEditor::StartupEnd() {
-  m_editorMode = "MAIN";
+  m_editorMode = EditorMode::Main;
   OnlyCommands({Command::cmdNew, Command::cmdBrowse});
   m_view.setMsgInfo("");
 }
@@ -139,7 +175,8 @@ void MessageEditor::StartupEnd() {
 void MessageEditor::RefreshMsgInfo() { m_view.setMsgInfo(MsgInfoLine(m_rec.rec())); }
 
 void MessageEditor::StampDateTime(Kind kind) {
-  m_view.setText(kind == Kind::Message ? 5 : 13, FormatDate(m_ctx.clock.now(), DateTimePattern()));
+  m_view.setText(kind == Kind::Message ? Field::Date : Field::ReplyDate,
+                 FormatDate(m_ctx.clock.now(), DateTimePattern()));
 }
 
 void MessageEditor::ClearForm() {
@@ -148,9 +185,9 @@ void MessageEditor::ClearForm() {
         "Message was not saved.\r\nDo you really want to continue?", "New Message", MsgButtons::YesNo);
     if (a != MsgAnswer::Yes) return;
   }
-  for (int i = 0; i < kFieldCount; ++i) {
-    m_view.setText(i, "");
-    m_view.setBackColour(i, kWindowColour);
+  for (Field f : kAllFields) {
+    m_view.setText(f, "");
+    m_view.setBackColour(f, kWindowColour);
   }
   m_messageSaved = true;
   m_view.setMsgInfo("");
@@ -169,20 +206,20 @@ void MessageEditor::PrepareNewMessage() {
   StampDateTime(Kind::Message);
 
   const Settings& s = m_ctx.settings;
-  auto fill = [&](int i, const std::string& value) {
-    if (!m_view.text(i).empty()) return false;
-    m_view.setText(i, Trim(value));
+  auto fill = [&](Field f, const std::string& value) {
+    if (!m_view.text(f).empty()) return false;
+    m_view.setText(f, Trim(value));
     m_messageSaved = false;
     return true;
   };
-  fill(9, s.IcdName);
-  fill(0, s.DefTo);
-  fill(1, s.DefToPos);
-  if (fill(2, s.DefFr)) m_view.setText(7, m_view.text(2));
-  if (fill(3, s.DefFrPos)) m_view.setText(8, m_view.text(3));
+  fill(Field::IncidentName, s.IcdName);
+  fill(Field::To, s.DefTo);
+  fill(Field::ToPos, s.DefToPos);
+  if (fill(Field::From, s.DefFr)) m_view.setText(Field::Signature, m_view.text(Field::From));
+  if (fill(Field::FromPos, s.DefFrPos)) m_view.setText(Field::SignaturePos, m_view.text(Field::FromPos));
 
   m_view.setKeepLocal(r.KeepLocal() != 0);
-  m_view.setText(kRouteBox, RouteId(r.Route()));
+  m_view.setText(TextBox::Route, RouteId(r.Route()));
   RefreshMsgInfo();
   m_view.setStatus("");
 }
@@ -194,8 +231,9 @@ void MessageEditor::PrepareReply() {
   r.setKind(Kind::Reply);
   StampDateTime(Kind::Reply);
   m_messageSaved = true;
-  m_view.setText(11, Trim(m_view.text(0)));
-  m_view.setText(12, Trim(m_view.text(1)));
+  // The addressee answers.
+  m_view.setText(Field::ReplySignature, Trim(m_view.text(Field::To)));
+  m_view.setText(Field::ReplyPos, Trim(m_view.text(Field::ToPos)));
   RefreshMsgInfo();
   m_view.setStatus("");
 }
@@ -207,25 +245,25 @@ void MessageEditor::SaveForm() {
   const std::string& df = m_ctx.settings.DateFormat;
   const std::string& tf = m_ctx.settings.TimeFormat;
 
-  r.setTo(m_view.text(0));
-  r.setToPos(m_view.text(1));
-  r.setFr(m_view.text(2));
-  r.setFrPos(m_view.text(3));
-  r.setSubj(m_view.text(4));
+  r.setTo(m_view.text(Field::To));
+  r.setToPos(m_view.text(Field::ToPos));
+  r.setFr(m_view.text(Field::From));
+  r.setFrPos(m_view.text(Field::FromPos));
+  r.setSubj(m_view.text(Field::Subject));
   // A date text the operator's formats cannot give back keeps the date the record had.
-  if (auto d = ParseDateText(m_view.text(5), df, tf)) r.setMsgDate(*d);
-  const std::string body = m_view.text(6);
+  if (auto d = ParseDateText(m_view.text(Field::Date), df, tf)) r.setMsgDate(*d);
+  const std::string body = m_view.text(Field::Message);
   r.setMsg(body);
   r.setMsgLen(static_cast<std::int32_t>(
       std::min<std::size_t>(TrimSpaces(body).size(), std::numeric_limits<std::int32_t>::max())));
-  r.setSign(m_view.text(7));
-  r.setSignPos(m_view.text(8));
-  r.setIcdName(m_view.text(9));
+  r.setSign(m_view.text(Field::Signature));
+  r.setSignPos(m_view.text(Field::SignaturePos));
+  r.setIcdName(m_view.text(Field::IncidentName));
   if (k == Kind::Reply) {
-    r.setReply(m_view.text(10));
-    r.setRepSign(m_view.text(11));
-    r.setRepPos(m_view.text(12));
-    if (auto d = ParseDateText(m_view.text(13), df, tf)) r.setRepDate(*d);
+    r.setReply(m_view.text(Field::Reply));
+    r.setRepSign(m_view.text(Field::ReplySignature));
+    r.setRepPos(m_view.text(Field::ReplyPos));
+    if (auto d = ParseDateText(m_view.text(Field::ReplyDate), df, tf)) r.setRepDate(*d);
   } else {
     r.setReply("");
     r.setRepSign("");
@@ -233,7 +271,7 @@ void MessageEditor::SaveForm() {
     r.setRepDate(0);
   }
   r.setKeepLocal(m_view.keepLocal() ? 1 : 0);
-  r.setRoute(Trim(m_view.text(kRouteBox)) + ":0");
+  r.setRoute(Trim(m_view.text(TextBox::Route)) + ":0");
   r.setStatus(Status::Draft);
   m_rec.Update(m_currentMsgNo);
   m_messageSaved = true;
@@ -243,17 +281,19 @@ void MessageEditor::SaveForm() {
 
 bool MessageEditor::CheckRequiredFields() {
   bool ok = true;
-  const int last = m_rec.rec().Origin() == Origin::Local ? kMsgLast : kRepLast;
-  for (int i = 0; i <= last; ++i) {
-    if (m_view.text(i).empty()) {
-      m_view.setBackColour(i, kLightYellow);
+  // A message of our own needs its message fields; anything else its reply as well.
+  const std::span<const Field> required =
+      m_rec.rec().Origin() == Origin::Local ? std::span<const Field>(kMessageFields) : kAllFields;
+  for (Field f : required) {
+    if (m_view.text(f).empty()) {
+      m_view.setBackColour(f, kLightYellow);
       ok = false;
     }
   }
   if (!ok) {
-    for (int i = 0; i <= last; ++i) {
-      if (m_view.backColour(i) == kLightYellow) {
-        m_view.focusBox(i);
+    for (Field f : required) {
+      if (m_view.backColour(f) == kLightYellow) {
+        m_view.focusBox(f);
         break;
       }
     }
@@ -285,7 +325,7 @@ void MessageEditor::ShowMessage(std::int32_t n) {
   m_rec.Load(n);
   const MsgRecord& r = m_rec.rec();
   const FormTexts texts = ShownTexts(r, m_ctx.settings);
-  for (int i = 0; i < kFieldCount; ++i) m_view.setText(i, texts[static_cast<std::size_t>(i)]);
+  for (Field f : kAllFields) m_view.setText(f, texts[f]);
   m_currentMsgNo = n;
 
   if (r.Origin() == Origin::Received && r.Kind() == Kind::Message) {
@@ -301,7 +341,7 @@ void MessageEditor::ShowMessage(std::int32_t n) {
   if (r.Kind() == Kind::Reply && r.Status() == Status::New) m_view.setCommandEnabled(Command::cmdEdit, false);
 
   m_view.setKeepLocal(r.KeepLocal() != 0);
-  m_view.setText(kRouteBox, RouteId(r.Route()));
+  m_view.setText(TextBox::Route, RouteId(r.Route()));
   // The line shows the status as loaded; the store learns that it has been read.
   RefreshMsgInfo();
   if (r.Status() == Status::Unread && r.Origin() == Origin::Received) {
@@ -315,7 +355,7 @@ void MessageEditor::ShowMessage(std::int32_t n) {
 
 void MessageEditor::cmdNew_Click() {
   Trap("cmdNew_Click", [&] {
-    m_editorMode = "NEW";
+    m_editorMode = EditorMode::New;
     m_editState = 2;
     OnlyCommands({Command::mnuPrint, Command::mnuSave, Command::mnuOpen, Command::cmdSend, Command::cmdSave,
                   Command::cmdDelete, Command::cmdClose, Command::cmdSetFieldsAsDefault});
@@ -330,7 +370,7 @@ void MessageEditor::cmdNew_Click() {
 
 void MessageEditor::cmdEdit_Click() {
   Trap("cmdEdit_Click", [&] {
-    m_editorMode = "EDIT";
+    m_editorMode = EditorMode::Edit;
     m_editState = 2;
     OnlyCommands({Command::mnuPrint, Command::mnuSave, Command::mnuOpen, Command::cmdSend, Command::cmdSave,
                   Command::cmdDelete, Command::cmdClose, Command::cmdSetFieldsAsDefault});
@@ -342,7 +382,7 @@ void MessageEditor::cmdEdit_Click() {
     } else if (kind == Kind::Reply) {
       SetMessageFieldsEditable(false);
       SetReplyFieldsEditable(true);
-      m_view.focusBox(10);
+      m_view.focusBox(Field::Reply);
     }
     SetRoutingEnabled(true);
   });
@@ -350,7 +390,7 @@ void MessageEditor::cmdEdit_Click() {
 
 void MessageEditor::cmdReply_Click() {
   Trap("cmdReply_Click", [&] {
-    m_editorMode = "REPLY";
+    m_editorMode = EditorMode::Reply;
     m_editState = 2;
     OnlyCommands({Command::mnuPrint, Command::mnuSave, Command::mnuOpen, Command::cmdSend, Command::cmdSave,
                   Command::cmdDelete, Command::cmdClose});
@@ -358,13 +398,13 @@ void MessageEditor::cmdReply_Click() {
     SetReplyFieldsEditable(true);
     SetRoutingEnabled(true);
     PrepareReply();
-    m_view.focusBox(10);
+    m_view.focusBox(Field::Reply);
   });
 }
 
 void MessageEditor::cmdSave_Click() {
   Trap("cmdSave_Click", [&] {
-    m_editorMode = "SAVE";
+    m_editorMode = EditorMode::Save;
     m_editState = 1;
     SaveForm();
     OnlyCommands({Command::mnuPrint, Command::cmdNew, Command::cmdDelete, Command::cmdClose, Command::cmdBrowse,
@@ -375,7 +415,7 @@ void MessageEditor::cmdSave_Click() {
 
 void MessageEditor::cmdSend_Click() {
   Trap("cmdSend_Click", [&] {
-    m_editorMode = "SEND";
+    m_editorMode = EditorMode::Send;
     SaveForm();
     if (!CheckRequiredFields()) return;
     m_editState = 1;
@@ -401,7 +441,7 @@ void MessageEditor::cmdSend_Click() {
 
 void MessageEditor::cmdDelete_Click() {
   Trap("cmdDelete_Click", [&] {
-    m_editorMode = "DELETE";
+    m_editorMode = EditorMode::Delete;
     m_editState = 0;
     DeleteCurrentMessage();
     ShowEmptyForm();
@@ -411,7 +451,7 @@ void MessageEditor::cmdDelete_Click() {
 
 void MessageEditor::cmdClose_Click() {
   Trap("cmdClose_Click", [&] {
-    m_editorMode = "CLOSE";
+    m_editorMode = EditorMode::Close;
     if (!m_messageSaved) {
       m_ctx.dialogs.messageBox("Message was not saved.  Press Save or\r\nDelete on the form to continue.",
                                kProgramTitle, MsgButtons::Ok);
@@ -435,7 +475,7 @@ void MessageEditor::OpenFromNotice(std::int32_t number) {
 
 void MessageEditor::cmdBrowse_Click() {
   Trap("cmdBrowse_Click", [&] {
-    m_editorMode = "BROWSE";
+    m_editorMode = EditorMode::Browse;
     ClearForm();
     LockForm();
     StartBrowse();

@@ -4,10 +4,9 @@
 // browsing, the field behaviours, the defaults, the identifier, the clipboard commands
 // and inserting a text file. It works on an EditorView, so it runs without a window.
 //
-// Editor state: EditorMode is the name of the last command ("STARTUP", "MAIN", "NEW",
-// "EDIT", "REPLY", "SAVE", "SEND", "DELETE", "CLOSE", "BROWSE"); EditState is 0 for an
-// empty form, 1 for a stored message shown read-only, 2 while editing; MessageSaved is
-// false while the form holds typing that is not in the store.
+// Editor state: EditorMode is the last command; EditState is 0 for an empty form, 1 for a
+// stored message shown read-only, 2 while editing; MessageSaved is false while the form
+// holds typing that is not in the store.
 //
 // The *_Click handlers and the field events trap every failure: it goes to the session
 // log and the "Status" panel, and the handler returns. The procedures they use throw.
@@ -27,6 +26,12 @@ class Clock;
 class Dialogs;
 class EventLog;
 
+// The last command the editor ran: start-up, its end, or one of the form's commands.
+enum class EditorMode { Startup, Main, New, Edit, Reply, Save, Send, Delete, Close, Browse };
+// The mode's name where it is shown: "STARTUP", "MAIN", "NEW", "EDIT", "REPLY", "SAVE",
+// "SEND", "DELETE", "CLOSE", "BROWSE".
+const char* ModeName(EditorMode mode);
+
 struct EditorContext {
   EditorView& view;
   Dialogs& dialogs;
@@ -43,8 +48,6 @@ struct EditorContext {
 
 class MessageEditor {
  public:
-  static constexpr int kMsgFirst = 0, kMsgLast = 9, kRepFirst = 10, kRepLast = 13;
-
   explicit MessageEditor(EditorContext ctx);
 
   // Command buttons and menu items.
@@ -66,9 +69,9 @@ class MessageEditor {
   void mnuOpen_Click();
 
   // Field events. KeyPress comes before the key reaches the box.
-  void txtField_KeyPress(int index);
-  void txtField_GotFocus(int index);
-  void txtField_LostFocus(int index);
+  void txtField_KeyPress(Field field);
+  void txtField_GotFocus(Field field);
+  void txtField_LostFocus(Field field);
   // The route box takes capitals only: the character to insert instead of `key`.
   static char txtDefaultToRoute_KeyPress(char key);
 
@@ -101,8 +104,8 @@ class MessageEditor {
   // The caption "Velnor (<LoginName>)".
   std::string MainCaption() const;
 
-  const std::string& EditorMode() const { return m_editorMode; }
-  void setEditorMode(std::string mode) { m_editorMode = std::move(mode); }
+  velnor::EditorMode EditorMode() const { return m_editorMode; }
+  void setEditorMode(velnor::EditorMode mode) { m_editorMode = mode; }
   short EditState() const { return m_editState; }
   bool MessageSaved() const { return m_messageSaved; }
   std::int32_t CurrentMsgNo() const { return m_currentMsgNo; }
@@ -130,7 +133,7 @@ class MessageEditor {
   EditorContext m_ctx;
   EditorView& m_view;
   IcsMsg m_rec;
-  std::string m_editorMode = "STARTUP";
+  velnor::EditorMode m_editorMode = EditorMode::Startup;
   short m_editState = 0;
   bool m_messageSaved = true;
   std::int32_t m_currentMsgNo = 0;
@@ -138,9 +141,9 @@ class MessageEditor {
   short m_browsePtr = 0;
 };
 
-// What the form shows for a stored record, txtField(0) to txtField(13): the dates in the
-// operator's date and time formats, the reply boxes empty unless the record has a reply or
-// a reply signature. The printed page of a stored message is made from the same texts.
+// What the form's fields show for a stored record: the dates in the operator's date and
+// time formats, the reply fields empty unless the record has a reply or a reply signature.
+// The printed page of a stored message is made from the same texts.
 FormTexts ShownTexts(const MsgRecord& r, const Settings& settings);
 
 }  // namespace velnor

@@ -32,6 +32,7 @@
 // without line ends, and closes; it speaks no dialogue and ignores SessionRunning.
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -89,11 +90,15 @@ class PmLink {
   const std::string& OutgoingText() const { return m_OutgoingText; }
 
  private:
-  void ConnectServer(bool& ok);
-  void RegisterClient(bool& ok);
-  void LogOn(bool& ok);
-  void SendMessages(bool& ok);
-  void RetrieveMessages(bool& ok);
+  // The steps of a session, each true when it went through.
+  bool ConnectServer();
+  bool RegisterClient();
+  bool LogOn();
+  bool SendMessages();
+  bool RetrieveMessages();
+  // Runs the steps in order up to the first that fails: its name ("error during <name>"),
+  // or nothing when every step went through.
+  std::optional<std::string> RunSteps();
   void QuitSession();
   void AbortSession(const std::string& step);
   // Keeps, files and lets go of one received text; false when it could not be filed.

@@ -34,34 +34,24 @@ std::int32_t PmLink::timeOutMs() const {
 bool PmLink::SeqPmdirect() {
   if (m_SessionRunning) return false;
   m_SessionRunning = true;
-  bool ok = false;
-  const char* failedAt = nullptr;
-  ConnectServer(ok);
-  if (!ok) failedAt = "Connect";
-  if (!failedAt) {
-    RegisterClient(ok);
-    if (!ok) failedAt = "Registration Request";
-  }
-  if (!failedAt) {
-    Pause(pausev());
-    LogOn(ok);
-    if (!ok) failedAt = "Logging on";
-  }
-  if (!failedAt) {
-    Pause(pausev());
-    SendMessages(ok);
-    if (!ok) failedAt = "Sending messages";
-  }
-  if (!failedAt) {
-    RetrieveMessages(ok);
-    if (!ok) failedAt = "Retrieving messages";
-  }
+  const std::optional<std::string> failedAt = RunSteps();
   if (failedAt)
-    AbortSession(failedAt);
+    AbortSession(*failedAt);
   else
     QuitSession();
   m_SessionRunning = false;
-  return ok;
+  return !failedAt;
+}
+
+std::optional<std::string> PmLink::RunSteps() {
+  if (!ConnectServer()) return "Connect";
+  if (!RegisterClient()) return "Registration Request";
+  Pause(pausev());
+  if (!LogOn()) return "Logging on";
+  Pause(pausev());
+  if (!SendMessages()) return "Sending messages";
+  if (!RetrieveMessages()) return "Retrieving messages";
+  return std::nullopt;
 }
 
 void PmLink::RunSession() {
@@ -74,8 +64,7 @@ void PmLink::RunSession() {
   status(kept);
 }
 
-void PmLink::ConnectServer(bool& ok) {
-  ok = false;
+bool PmLink::ConnectServer() {
   try {
     state().ReplyComplete = false;
     status("Trying to Connect...");
@@ -95,21 +84,21 @@ void PmLink::ConnectServer(bool& ok) {
     if (m_WNS.state() == Socket::Connected) {
       status("Trying to Connect... connected!");
       netState("Connected");
-      ok = true;
       Pause(pausev());
-    } else {
-      status("Trying to Connect... failed");
-      netState("Disconnected");
-      m_log.WriteLog("Connection Failed");
+      return true;
     }
+    status("Trying to Connect... failed");
+    netState("Disconnected");
+    m_log.WriteLog("Connection Failed");
+    return false;
   } catch (const std::exception&) {
     m_dialogs.messageBox("Network error.  Confirm this is a networked PC", kProgramTitle,
                          MsgButtons::Ok);
-    ok = false;
+    return false;
   }
 }
 
-void PmLink::RegisterClient(bool& ok) {
+bool PmLink::RegisterClient() {
   LinkState& s = state();
   s.ReplyComplete = false;
   s.LogonPromptSeen = false;
@@ -121,17 +110,15 @@ void PmLink::RegisterClient(bool& ok) {
     status("Registering... failed");
     netState("Disconnected");
     m_log.WriteLog("Registration request failed");
-    ok = false;
-  } else {
-    status("Registering... passed");
-    netState("Connected");
-    Pause(pausev());
-    ok = true;
+    return false;
   }
+  status("Registering... passed");
+  netState("Connected");
+  Pause(pausev());
+  return true;
 }
 
-void PmLink::LogOn(bool& ok) {
-  ok = false;
+bool PmLink::LogOn() {
   try {
     LinkState& s = state();
     s.AwaitedPrompt = 2;
@@ -152,18 +139,17 @@ void PmLink::LogOn(bool& ok) {
     if (s.ReplyComplete) {
       status("Log in successful");
       Pause(500);
-      ok = true;
-    } else {
-      status("Log in failed");
-      m_log.WriteLog("Logon as " + id + " failed");
+      return true;
     }
+    status("Log in failed");
+    m_log.WriteLog("Logon as " + id + " failed");
+    return false;
   } catch (const std::exception&) {
-    ok = false;
+    return false;
   }
 }
 
-void PmLink::SendMessages(bool& ok) {
-  ok = false;
+bool PmLink::SendMessages() {
   try {
     std::unique_ptr<Outbox> cursor = m_outbox();
     state().AwaitedPrompt = 2;
@@ -183,7 +169,7 @@ void PmLink::SendMessages(bool& ok) {
         status("SendMessages: Lost connection");
         m_log.WriteLog("SendMessages: Lost connection");
         Pause(pausev());
-        return;
+        return false;
       }
       status("Sending message # " + num + "... sent");
       const bool updated = cursor->UpdateStatus(Status::Sent);
@@ -193,17 +179,17 @@ void PmLink::SendMessages(bool& ok) {
         m_log.WriteLog("SendMessages: No. " + num +
                        " was changed by another program while it was sent; its status stays");
     }
-    ok = true;
+    return true;
   } catch (const VError& e) {
     // A store or encoder failure: the message stays queued for the next session.
     m_log.WriteLog("SendMessages: " + e.description());
   } catch (const std::exception& e) {
     m_log.WriteLog(std::string("SendMessages: ") + e.what());
   }
+  return false;
 }
 
-void PmLink::RetrieveMessages(bool& ok) {
-  ok = false;
+bool PmLink::RetrieveMessages() {
   LinkState& s = state();
   s.AwaitedPrompt = 4;
   s.NoMoreSeen = false;
@@ -215,16 +201,16 @@ void PmLink::RetrieveMessages(bool& ok) {
     if (!s.ReplyComplete) {
       // Neither a message nor "NOMORE>": asking again would never end on a dead link.
       m_log.WriteLog("RetrieveMessages: Lost connection");
-      return;
+      return false;
     }
     if (s.MessageEndSeen) {
       m_log.WriteLog("Incoming Message...");
-      if (!FileReceived(s.ReceiveBuffer)) return;
+      if (!FileReceived(s.ReceiveBuffer)) return false;
     }
   } while (!s.NoMoreSeen);
   status("End of Message Retrieval");
   Pause(pausev());
-  ok = true;
+  return true;
 }
 
 bool PmLink::FileReceived(const std::string& text) {

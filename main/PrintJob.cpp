@@ -72,7 +72,7 @@ int PrintMessageToPdf(int& argc, char** argv, const CommandLine& cl, const FileL
     QtPrinterSystem printers(nullptr, scratch.path(), [] { return QList<QtPrinterSystem::SystemPrinter>{}; });
     printers.currentPrinter()->setOutputFileName(page);
     IcsPrint form(printers, ProgramVersion());
-    form.PrintIcs(t[0], t[1], t[2], t[3], t[4], t[5], t[6], t[7], t[8], t[9], t[10], t[11], t[12], t[13]);
+    form.PrintIcs(t);
     WriteFileAtomically(cl.pdf, ReadWholeFile(QFile::encodeName(page).toStdString(), "PrintToPdf"),
                         "PrintToPdf");
   } catch (const VError& e) {

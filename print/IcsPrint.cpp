@@ -107,6 +107,13 @@ void IcsPrint::PrintIcs(const std::string& iTo, const std::string& iToPos,
   surface->endDocument();
 }
 
+void IcsPrint::PrintIcs(const FormTexts& t) {
+  PrintIcs(t[Field::To], t[Field::ToPos], t[Field::From], t[Field::FromPos], t[Field::Subject],
+           t[Field::Date], t[Field::Message], t[Field::Signature], t[Field::SignaturePos],
+           t[Field::IncidentName], t[Field::Reply], t[Field::ReplySignature], t[Field::ReplyPos],
+           t[Field::ReplyDate]);
+}
+
 std::string IcsPrint::FooterText() const {
   return std::string(kFormSource) + "\t\t\t\t\t\t" + "Created by: velnor.exe, v" + m_version;
 }

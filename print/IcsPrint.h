@@ -7,6 +7,7 @@
 #include <string>
 
 #include "print/DrawingSurface.h"
+#include "store/FormField.h"
 
 namespace velnor {
 
@@ -26,6 +27,8 @@ class IcsPrint {
                 const std::string& iIcdName, const std::string& iReply,
                 const std::string& iRepSign, const std::string& iRepPos,
                 const std::string& iRepDate);
+  // The same, with the texts of the form's fields.
+  void PrintIcs(const FormTexts& t);
 
   // Draws the whole page from the stored texts. Never throws: the first surface failure
   // stops the drawing.

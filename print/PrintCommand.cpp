@@ -18,8 +18,7 @@ void PrintMessage(std::int32_t msgNo, const PrintCommandContext& ctx) {
     if (ctx.setStatus) ctx.setStatus("Printing message to " + ctx.printers.CurrentDeviceName());
 
     const FormTexts t = ctx.readFields ? ctx.readFields() : FormTexts{};
-    ctx.form.PrintIcs(t[0], t[1], t[2], t[3], t[4], t[5], t[6], t[7], t[8], t[9], t[10], t[11],
-                      t[12], t[13]);
+    ctx.form.PrintIcs(t);
 
     // The dialog's choice was for this page only.
     ctx.printers.SetPrinterByName(previousName);

@@ -4,19 +4,16 @@
 // PrintMessage prints the fourteen texts the editor shows (unsaved edits included) on a
 // printer the operator confirms in the print dialog, then puts the printer that was current
 // before back, with its orientation and copies. Any failure ends it silently.
-#include <array>
 #include <cstdint>
 #include <functional>
 #include <string>
+
+#include "store/FormField.h"
 
 namespace velnor {
 
 class IcsPrint;
 class PrinterSystem;
-
-// txtField(0) to txtField(13): To, ToPos, Fr, FrPos, Subj, MsgDate, Msg, Sign, SignPos,
-// IcdName, Reply, RepSign, RepPos, RepDate.
-using FormTexts = std::array<std::string, 14>;
 
 struct PrintCommandContext {
   IcsPrint& form;

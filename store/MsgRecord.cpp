@@ -8,57 +8,57 @@
 namespace velnor {
 namespace {
 
-// Field places in the image: offset and width.
-struct Field {
+// Where a field of the record lies in the image: offset and width.
+struct Place {
   std::size_t offset;
   std::size_t width;
 };
 
-constexpr Field kMsgNo{0, 4}, kStatus{4, 2}, kOrigin{6, 2}, kKind{8, 2};
-constexpr Field kIcdName{10, 64}, kTo{74, 64}, kToPos{138, 64}, kFr{202, 64}, kFrPos{266, 64};
-constexpr Field kSubj{330, 64}, kMsgDate{394, 8}, kMsg{402, 4000}, kMsgLen{4402, 2};
-constexpr Field kSign{4404, 64}, kSignPos{4468, 64}, kReply{4532, 4000}, kRepSign{8532, 64};
-constexpr Field kRepPos{8596, 64}, kRoute{8660, 16}, kRepDate{8676, 8}, kLocked{8684, 2};
-constexpr Field kKeepLocal{8816, 2};
+constexpr Place kMsgNo{0, 4}, kStatus{4, 2}, kOrigin{6, 2}, kKind{8, 2};
+constexpr Place kIcdName{10, 64}, kTo{74, 64}, kToPos{138, 64}, kFr{202, 64}, kFrPos{266, 64};
+constexpr Place kSubj{330, 64}, kMsgDate{394, 8}, kMsg{402, 4000}, kMsgLen{4402, 2};
+constexpr Place kSign{4404, 64}, kSignPos{4468, 64}, kReply{4532, 4000}, kRepSign{8532, 64};
+constexpr Place kRepPos{8596, 64}, kRoute{8660, 16}, kRepDate{8676, 8}, kLocked{8684, 2};
+constexpr Place kKeepLocal{8816, 2};
 
 static_assert(kKeepLocal.offset + 2 + 4 == MsgRecord::kSize);
 
-std::uint64_t GetLE(const MsgRecord::Image& im, Field f) {
+std::uint64_t GetLE(const MsgRecord::Image& im, Place f) {
   std::uint64_t v = 0;
   for (std::size_t i = f.width; i-- > 0;) v = (v << 8) | im[f.offset + i];
   return v;
 }
 
-void PutLE(MsgRecord::Image& im, Field f, std::uint64_t v) {
+void PutLE(MsgRecord::Image& im, Place f, std::uint64_t v) {
   for (std::size_t i = 0; i < f.width; ++i) {
     im[f.offset + i] = static_cast<unsigned char>(v & 0xFF);
     v >>= 8;
   }
 }
 
-short GetI16(const MsgRecord::Image& im, Field f) {
+short GetI16(const MsgRecord::Image& im, Place f) {
   return static_cast<short>(static_cast<std::uint16_t>(GetLE(im, f)));
 }
 
-void PutI16(MsgRecord::Image& im, Field f, short v) {
+void PutI16(MsgRecord::Image& im, Place f, short v) {
   PutLE(im, f, static_cast<std::uint16_t>(v));
 }
 
-double GetF64(const MsgRecord::Image& im, Field f) { return std::bit_cast<double>(GetLE(im, f)); }
+double GetF64(const MsgRecord::Image& im, Place f) { return std::bit_cast<double>(GetLE(im, f)); }
 
-void PutF64(MsgRecord::Image& im, Field f, double v) { PutLE(im, f, std::bit_cast<std::uint64_t>(v)); }
+void PutF64(MsgRecord::Image& im, Place f, double v) { PutLE(im, f, std::bit_cast<std::uint64_t>(v)); }
 
 // Never-set fields hold zero bytes, and other programs may pad with them too.
 bool IsBlank(unsigned char c) { return c == ' ' || c == '\0'; }
 
-std::string GetText(const MsgRecord::Image& im, Field f) {
+std::string GetText(const MsgRecord::Image& im, Place f) {
   std::size_t b = f.offset, e = f.offset + f.width;
   while (b < e && IsBlank(im[b])) ++b;
   while (e > b && IsBlank(im[e - 1])) --e;
   return std::string(reinterpret_cast<const char*>(im.data()) + b, e - b);
 }
 
-void PutText(MsgRecord::Image& im, Field f, std::string_view v) {
+void PutText(MsgRecord::Image& im, Place f, std::string_view v) {
   while (!v.empty() && v.front() == ' ') v.remove_prefix(1);
   while (!v.empty() && v.back() == ' ') v.remove_suffix(1);
   const std::size_t n = v.size() < f.width ? v.size() : f.width;

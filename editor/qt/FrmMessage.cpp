@@ -73,9 +73,19 @@ FrmMessage::FrmMessage(FrmMessageDeps deps, QWidget* parent) : QMainWindow(paren
   m_tmrClock->start();
 }
 
-QWidget* FrmMessage::box(int index) const { return m_boxes.at(static_cast<std::size_t>(index)); }
-QLineEdit* FrmMessage::lineBox(int index) const { return qobject_cast<QLineEdit*>(box(index)); }
-QPlainTextEdit* FrmMessage::bodyBox(int index) const { return qobject_cast<QPlainTextEdit*>(box(index)); }
+QWidget* FrmMessage::box(TextBox b) const { return m_boxes.at(b.index()); }
+QLineEdit* FrmMessage::lineBox(TextBox b) const { return qobject_cast<QLineEdit*>(box(b)); }
+QPlainTextEdit* FrmMessage::bodyBox(TextBox b) const { return qobject_cast<QPlainTextEdit*>(box(b)); }
+
+std::optional<TextBox> FrmMessage::boxOf(const QObject* widget) const {
+  if (!widget) return std::nullopt;
+  for (Field f : kAllFields) {
+    if (widget == box(f)) return f;
+  }
+  if (widget == box(TextBox::Route)) return TextBox::Route;
+  return std::nullopt;
+}
+
 QWidget* FrmMessage::commandWidget(Command c) const { return m_commands.at(static_cast<std::size_t>(c)); }
 
 void FrmMessage::BuildForm() {
@@ -85,21 +95,22 @@ void FrmMessage::BuildForm() {
   form->setHorizontalSpacing(6);
   form->setVerticalSpacing(4);
 
-  for (int i = 0; i < kFieldCount; ++i) {
-    QWidget* w = (i == 6 || i == 10) ? static_cast<QWidget*>(new QPlainTextEdit(central))
-                                     : static_cast<QWidget*>(new QLineEdit(central));
-    w->setObjectName(QString("txtField_%1").arg(i));
+  for (Field f : kAllFields) {
+    QWidget* w = (f == Field::Message || f == Field::Reply)
+                     ? static_cast<QWidget*>(new QPlainTextEdit(central))
+                     : static_cast<QWidget*>(new QLineEdit(central));
+    w->setObjectName(QString("txtField_%1").arg(FieldIndex(f)));
     w->installEventFilter(this);
-    m_boxes[static_cast<std::size_t>(i)] = w;
+    m_boxes[FieldIndex(f)] = w;
   }
   auto* route = new QLineEdit(central);
   route->setObjectName("txtDefaultToRoute");
   route->installEventFilter(this);
-  m_boxes[kRouteBox] = route;
-  bodyBox(6)->setTabChangesFocus(true);
-  bodyBox(10)->setTabChangesFocus(true);
-  bodyBox(6)->setMinimumHeight(160);
-  bodyBox(10)->setMinimumHeight(90);
+  m_boxes[TextBox::Route.index()] = route;
+  bodyBox(Field::Message)->setTabChangesFocus(true);
+  bodyBox(Field::Reply)->setTabChangesFocus(true);
+  bodyBox(Field::Message)->setMinimumHeight(160);
+  bodyBox(Field::Reply)->setMinimumHeight(90);
 
   auto label = [&](const char* text, const char* name = nullptr) {
     auto* l = new QLabel(text, central);
@@ -114,38 +125,38 @@ void FrmMessage::BuildForm() {
   int row = 0;
   form->addWidget(heading, row++, 0, 1, 4);
   form->addWidget(label("INCIDENT NAME:"), row, 0);
-  form->addWidget(box(9), row++, 1, 1, 3);
+  form->addWidget(box(Field::IncidentName), row++, 1, 1, 3);
   form->addWidget(label("TO:"), row, 0);
-  form->addWidget(box(0), row, 1);
+  form->addWidget(box(Field::To), row, 1);
   form->addWidget(label("POSITION:"), row, 2);
-  form->addWidget(box(1), row++, 3);
+  form->addWidget(box(Field::ToPos), row++, 3);
   form->addWidget(label("FROM:"), row, 0);
-  form->addWidget(box(2), row, 1);
+  form->addWidget(box(Field::From), row, 1);
   form->addWidget(label("POSITION:"), row, 2);
-  form->addWidget(box(3), row++, 3);
+  form->addWidget(box(Field::FromPos), row++, 3);
   form->addWidget(label("SUBJECT:"), row, 0);
-  form->addWidget(box(4), row, 1);
+  form->addWidget(box(Field::Subject), row, 1);
   form->addWidget(label("DATE / TIME:"), row, 2);
-  form->addWidget(box(5), row++, 3);
+  form->addWidget(box(Field::Date), row++, 3);
   form->addWidget(label("MESSAGE:"), row++, 0, 1, 4);
-  form->addWidget(box(6), row, 0, 1, 4);
+  form->addWidget(box(Field::Message), row, 0, 1, 4);
   form->setRowStretch(row++, 3);
   form->addWidget(label("SIGNATURE:"), row, 0);
-  form->addWidget(box(7), row, 1);
+  form->addWidget(box(Field::Signature), row, 1);
   form->addWidget(label("POSITION:"), row, 2);
-  form->addWidget(box(8), row++, 3);
+  form->addWidget(box(Field::SignaturePos), row++, 3);
   m_lblRep[0] = label("REPLY:", "lblRep_0");
   m_lblRep[1] = label("SIGNATURE:", "lblRep_1");
   m_lblRep[2] = label("POSITION:", "lblRep_2");
   form->addWidget(m_lblRep[0], row++, 0, 1, 4);
-  form->addWidget(box(10), row, 0, 1, 4);
+  form->addWidget(box(Field::Reply), row, 0, 1, 4);
   form->setRowStretch(row++, 2);
   form->addWidget(m_lblRep[1], row, 0);
-  form->addWidget(box(11), row, 1);
+  form->addWidget(box(Field::ReplySignature), row, 1);
   form->addWidget(m_lblRep[2], row, 2);
-  form->addWidget(box(12), row++, 3);
+  form->addWidget(box(Field::ReplyPos), row++, 3);
   form->addWidget(label("DATE / TIME:"), row, 2);
-  form->addWidget(box(13), row++, 3);
+  form->addWidget(box(Field::ReplyDate), row++, 3);
   form->setColumnStretch(1, 3);
   form->setColumnStretch(3, 2);
 
@@ -315,11 +326,8 @@ bool FrmMessage::eventFilter(QObject* watched, QEvent* event) {
     m_chkKeepLocal->click();
     return true;
   }
-  int index = -1;
-  for (int i = 0; i <= kRouteBox; ++i) {
-    if (watched == m_boxes[static_cast<std::size_t>(i)]) index = i;
-  }
-  if (index < 0 || !m_editor) return QMainWindow::eventFilter(watched, event);
+  const std::optional<TextBox> b = boxOf(watched);
+  if (!b || !m_editor) return QMainWindow::eventFilter(watched, event);
 
   switch (event->type()) {
     case QEvent::ShortcutOverride: {
@@ -335,31 +343,32 @@ bool FrmMessage::eventFilter(QObject* watched, QEvent* event) {
       auto* k = static_cast<QKeyEvent*>(event);
       const QString typed = k->text();
       if (typed.isEmpty() || k->key() == Qt::Key_Tab || k->key() == Qt::Key_Backtab) break;
-      if (index == kRouteBox) {
+      if (!b->isField()) {
         const std::string ch = S(typed);
         if (ch.size() == 1 && ch[0] != MessageEditor::txtDefaultToRoute_KeyPress(ch[0])) {
-          lineBox(kRouteBox)->insert(Q(std::string(1, MessageEditor::txtDefaultToRoute_KeyPress(ch[0]))));
+          lineBox(TextBox::Route)
+              ->insert(Q(std::string(1, MessageEditor::txtDefaultToRoute_KeyPress(ch[0]))));
           return true;
         }
         break;
       }
-      m_editor->txtField_KeyPress(index);
+      m_editor->txtField_KeyPress(b->field());
       break;
     }
     case QEvent::FocusIn: {
       auto reason = static_cast<QFocusEvent*>(event)->reason();
-      if (index < kFieldCount && reason != Qt::PopupFocusReason && reason != Qt::ActiveWindowFocusReason) {
+      if (b->isField() && reason != Qt::PopupFocusReason && reason != Qt::ActiveWindowFocusReason) {
         // After the widget's own handling, which would move the cursor again.
-        QTimer::singleShot(0, this, [this, index] {
-          if (m_editor && focusWidget() == box(index)) m_editor->txtField_GotFocus(index);
+        QTimer::singleShot(0, this, [this, field = b->field()] {
+          if (m_editor && focusWidget() == box(field)) m_editor->txtField_GotFocus(field);
         });
       }
       break;
     }
     case QEvent::FocusOut: {
       auto reason = static_cast<QFocusEvent*>(event)->reason();
-      if (index < kFieldCount && reason != Qt::PopupFocusReason && reason != Qt::ActiveWindowFocusReason)
-        m_editor->txtField_LostFocus(index);
+      if (b->isField() && reason != Qt::PopupFocusReason && reason != Qt::ActiveWindowFocusReason)
+        m_editor->txtField_LostFocus(b->field());
       break;
     }
     default:
@@ -370,12 +379,12 @@ bool FrmMessage::eventFilter(QObject* watched, QEvent* event) {
 
 // ---- EditorView ----
 
-std::string FrmMessage::text(int b) const {
+std::string FrmMessage::text(TextBox b) const {
   if (auto* p = bodyBox(b)) return FromWidgetText(p->toPlainText());
   return S(lineBox(b)->text());
 }
 
-void FrmMessage::setText(int b, const std::string& t) {
+void FrmMessage::setText(TextBox b, const std::string& t) {
   if (auto* p = bodyBox(b)) {
     p->setPlainText(ToWidgetText(t));
   } else {
@@ -384,12 +393,12 @@ void FrmMessage::setText(int b, const std::string& t) {
   }
 }
 
-bool FrmMessage::readOnly(int b) const {
+bool FrmMessage::readOnly(TextBox b) const {
   if (auto* p = bodyBox(b)) return p->isReadOnly();
   return lineBox(b)->isReadOnly();
 }
 
-void FrmMessage::setReadOnly(int b, bool on) {
+void FrmMessage::setReadOnly(TextBox b, bool on) {
   if (auto* p = bodyBox(b)) {
     p->setReadOnly(on);
     // Keep keyboard selection in a locked body, as in a locked line.
@@ -399,34 +408,36 @@ void FrmMessage::setReadOnly(int b, bool on) {
   }
 }
 
-void FrmMessage::setTabStop(int b, bool on) { box(b)->setFocusPolicy(on ? Qt::StrongFocus : Qt::ClickFocus); }
+void FrmMessage::setTabStop(TextBox b, bool on) {
+  box(b)->setFocusPolicy(on ? Qt::StrongFocus : Qt::ClickFocus);
+}
 
-void FrmMessage::setEnabled(int b, bool on) { box(b)->setEnabled(on); }
+void FrmMessage::setEnabled(TextBox b, bool on) { box(b)->setEnabled(on); }
 
-std::uint32_t FrmMessage::backColour(int b) const { return m_back.at(static_cast<std::size_t>(b)); }
+std::uint32_t FrmMessage::backColour(TextBox b) const { return m_back.at(b.index()); }
 
-void FrmMessage::setBackColour(int b, std::uint32_t colour) {
-  m_back.at(static_cast<std::size_t>(b)) = colour;
+void FrmMessage::setBackColour(TextBox b, std::uint32_t colour) {
+  m_back.at(b.index()) = colour;
   ApplyColours(b);
 }
 
-void FrmMessage::setForeColour(int b, std::uint32_t colour) {
-  m_fore.at(static_cast<std::size_t>(b)) = colour;
+void FrmMessage::setForeColour(TextBox b, std::uint32_t colour) {
+  m_fore.at(b.index()) = colour;
   ApplyColours(b);
 }
 
-void FrmMessage::ApplyColours(int b) {
+void FrmMessage::ApplyColours(TextBox b) {
   QWidget* w = box(b);
   QPalette pal = QApplication::palette(w);
-  const std::uint32_t back = m_back.at(static_cast<std::size_t>(b));
+  const std::uint32_t back = m_back.at(b.index());
   if (back != kWindowColour) pal.setColor(QPalette::Base, FromBgr(back));
-  const QColor fore = FromBgr(m_fore.at(static_cast<std::size_t>(b)));
+  const QColor fore = FromBgr(m_fore.at(b.index()));
   pal.setColor(QPalette::Active, QPalette::Text, fore);
   pal.setColor(QPalette::Inactive, QPalette::Text, fore);
   w->setPalette(pal);
 }
 
-int FrmMessage::selStart(int b) const {
+int FrmMessage::selStart(TextBox b) const {
   if (auto* p = bodyBox(b)) {
     const int pos = p->textCursor().selectionStart();
     // Each line break before the cursor is CR LF in station text.
@@ -436,12 +447,12 @@ int FrmMessage::selStart(int b) const {
   return l->hasSelectedText() ? l->selectionStart() : l->cursorPosition();
 }
 
-std::string FrmMessage::selectedText(int b) const {
+std::string FrmMessage::selectedText(TextBox b) const {
   if (auto* p = bodyBox(b)) return FromWidgetText(p->textCursor().selectedText());
   return S(lineBox(b)->selectedText());
 }
 
-void FrmMessage::replaceSelection(int b, const std::string& t) {
+void FrmMessage::replaceSelection(TextBox b, const std::string& t) {
   if (auto* p = bodyBox(b)) {
     QTextCursor c = p->textCursor();
     c.insertText(ToWidgetText(t));
@@ -458,7 +469,7 @@ void FrmMessage::replaceSelection(int b, const std::string& t) {
   l->setCursorPosition(start + static_cast<int>(ins.size()));
 }
 
-void FrmMessage::selectAll(int b) {
+void FrmMessage::selectAll(TextBox b) {
   if (auto* p = bodyBox(b)) p->selectAll();
   else lineBox(b)->selectAll();
 }
@@ -480,18 +491,12 @@ bool FrmMessage::commandEnabled(Command c) const {
   return m_commandActions.at(static_cast<std::size_t>(c))->isEnabled();
 }
 
-void FrmMessage::focusBox(int b) { box(b)->setFocus(Qt::OtherFocusReason); }
+void FrmMessage::focusBox(TextBox b) { box(b)->setFocus(Qt::OtherFocusReason); }
 void FrmMessage::focusCommand(Command c) {
   if (QWidget* w = commandWidget(c)) w->setFocus(Qt::OtherFocusReason);
 }
 
-int FrmMessage::focusedBox() const {
-  QWidget* f = focusWidget();
-  for (int i = 0; i <= kRouteBox; ++i) {
-    if (f && f == m_boxes[static_cast<std::size_t>(i)]) return i;
-  }
-  return kNoTextBox;
-}
+std::optional<TextBox> FrmMessage::focusedBox() const { return boxOf(focusWidget()); }
 
 void FrmMessage::setMsgInfo(const std::string& t) { m_lblMsgInfo->setText(Q(t)); }
 void FrmMessage::setBrowsePtr(const std::string& t) { m_lblBrowsePtr->setText(Q(t)); }

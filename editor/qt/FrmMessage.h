@@ -9,6 +9,7 @@
 #include <QPointer>
 #include <array>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "app/FileLib.h"
@@ -72,28 +73,28 @@ class FrmMessage : public QMainWindow, public EditorView, public LinkHost, publi
   const std::string& LogFile() const { return m_logFile; }
 
   // EditorView
-  std::string text(int box) const override;
-  void setText(int box, const std::string& text) override;
-  bool readOnly(int box) const override;
-  void setReadOnly(int box, bool on) override;
-  void setTabStop(int box, bool on) override;
-  void setEnabled(int box, bool on) override;
-  std::uint32_t backColour(int box) const override;
-  void setBackColour(int box, std::uint32_t colour) override;
-  void setForeColour(int box, std::uint32_t colour) override;
-  int selStart(int box) const override;
-  std::string selectedText(int box) const override;
-  void replaceSelection(int box, const std::string& text) override;
-  void selectAll(int box) override;
+  std::string text(TextBox box) const override;
+  void setText(TextBox box, const std::string& text) override;
+  bool readOnly(TextBox box) const override;
+  void setReadOnly(TextBox box, bool on) override;
+  void setTabStop(TextBox box, bool on) override;
+  void setEnabled(TextBox box, bool on) override;
+  std::uint32_t backColour(TextBox box) const override;
+  void setBackColour(TextBox box, std::uint32_t colour) override;
+  void setForeColour(TextBox box, std::uint32_t colour) override;
+  int selStart(TextBox box) const override;
+  std::string selectedText(TextBox box) const override;
+  void replaceSelection(TextBox box, const std::string& text) override;
+  void selectAll(TextBox box) override;
   bool keepLocal() const override;
   void setKeepLocal(bool on) override;
   void setKeepLocalEnabled(bool on) override;
   void setReplyLabelsEnabled(bool on) override;
   void setCommandEnabled(Command c, bool on) override;
   bool commandEnabled(Command c) const override;
-  void focusBox(int box) override;
+  void focusBox(TextBox box) override;
   void focusCommand(Command c) override;
-  int focusedBox() const override;
+  std::optional<TextBox> focusedBox() const override;
   void setMsgInfo(const std::string& text) override;
   void setBrowsePtr(const std::string& text) override;
   void setStatus(const std::string& text) override;
@@ -125,11 +126,13 @@ class FrmMessage : public QMainWindow, public EditorView, public LinkHost, publi
   void BuildForm();
   void BuildMenus();
   void ConnectCommands();
-  QWidget* box(int index) const;
-  QLineEdit* lineBox(int index) const;
-  QPlainTextEdit* bodyBox(int index) const;
+  QWidget* box(TextBox b) const;
+  QLineEdit* lineBox(TextBox b) const;
+  QPlainTextEdit* bodyBox(TextBox b) const;
+  // The text box that is this widget, if one is.
+  std::optional<TextBox> boxOf(const QObject* widget) const;
   QWidget* commandWidget(Command c) const;
-  void ApplyColours(int index);
+  void ApplyColours(TextBox b);
   void tmrClock_Timer();
   void mnuPrint_Click();
   void mnuPrintSetup_Click();
@@ -153,9 +156,10 @@ class FrmMessage : public QMainWindow, public EditorView, public LinkHost, publi
   std::unique_ptr<PmLink> m_link;
   std::unique_ptr<PmGlobal> m_pmGlobal;  // program-wide, start-up to shutdown
 
-  std::array<QWidget*, kFieldCount + 1> m_boxes{};  // the fields, then the route box
-  std::array<std::uint32_t, kFieldCount + 1> m_back{};
-  std::array<std::uint32_t, kFieldCount + 1> m_fore{};
+  // Indexed by TextBox::index(): the fields, then the route box.
+  std::array<QWidget*, kTextBoxCount> m_boxes{};
+  std::array<std::uint32_t, kTextBoxCount> m_back{};
+  std::array<std::uint32_t, kTextBoxCount> m_fore{};
   std::array<QLabel*, 3> m_lblRep{};
   std::array<QWidget*, kCommandCount> m_commands{};  // buttons; null for the menu items
   std::array<QAction*, 3> m_commandActions{};         // mnuPrint, mnuSave, mnuOpen

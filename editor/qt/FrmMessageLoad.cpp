@@ -169,7 +169,7 @@ void FrmMessage::closeEvent(QCloseEvent* event) {
         refuse = true;
         return;
       }
-      if (m_editor->EditorMode() == "NEW") {
+      if (m_editor->EditorMode() == EditorMode::New) {
         // The draft made by New stays in the store, marked as given up.
         IcsMsg& rec = m_editor->CurrentRecord();
         rec.rec().setStatus(Status::Abandoned);
@@ -265,7 +265,7 @@ void FrmMessage::mnuPrint_Click() {
     PrintCommandContext ctx{*m_printer, m_deps.printers, [this](const std::string& t) { setStatus(t); },
                             [this] {
                               FormTexts texts;
-                              for (int i = 0; i < kFieldCount; ++i) texts[static_cast<std::size_t>(i)] = text(i);
+                              for (Field f : kAllFields) texts[f] = text(f);
                               return texts;
                             }};
     PrintMessage(m_editor->CurrentRecord().rec().MsgNo(), ctx);

@@ -8,7 +8,7 @@ class BrowseTest : public WindowTest {
  protected:
   // The subject shown, the counter, and whether the left and right arrows are on.
   void expectAt(const char* subject, const char* counter, bool left, bool right) const {
-    EXPECT_EQ((Names{fieldText(4), BrowsePtr()}), (Names{subject, counter}));
+    EXPECT_EQ((Names{fieldText(Field::Subject), BrowsePtr()}), (Names{subject, counter}));
     EXPECT_EQ(button("cmdBLeft")->isEnabled(), left) << counter;
     EXPECT_EQ(button("cmdBRight")->isEnabled(), right) << counter;
   }
@@ -29,7 +29,7 @@ TEST_F(BrowseTest, ThreeSevenNineFromTheEndAndTheBeginningSkipsAbandoned) {
   expectAt("Subject 3", "( 1/2 )", false, true);
   win->settings().STARTBROWSE = -3;  // any value but 0 means the end, read when browsing starts
   click("cmdBrowse");
-  EXPECT_EQ(fieldText(4), "Subject 9");
+  EXPECT_EQ(fieldText(Field::Subject), "Subject 9");
 
   win->settings().STARTBROWSE = 0;
   click("cmdBrowse");
@@ -58,7 +58,7 @@ TEST_F(BrowseTest, NothingToBrowseLeavesAnEmptyLockedForm) {
   // Records that are all given up count as none; the form shown before is emptied.
   const auto a = StoreRecord(Status::Draft, Origin::Local, Kind::Message, "Kept for now");
   click("cmdBrowse");
-  EXPECT_EQ(fieldText(4), "Kept for now");
+  EXPECT_EQ(fieldText(Field::Subject), "Kept for now");
   {
     IcsMsg st(dataPath, eventLog);
     ASSERT_TRUE(st.Load(a));
@@ -71,7 +71,7 @@ TEST_F(BrowseTest, NothingToBrowseLeavesAnEmptyLockedForm) {
   EXPECT_EQ(State(), "BROWSE 0 LLLLLLLLLLLLLL");
   EXPECT_EQ(Enabled(), kIdle);
   EXPECT_EQ((Names{MsgInfo(), BrowsePtr()}), (Names{"", ""}));
-  EXPECT_EQ(Texts({0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13}), Names(kFieldCount));
+  EXPECT_EQ(Texts(kAllFields), Names(kFieldCount));
 }
 
 TEST_F(BrowseTest, ReceivedMessageReadsUnreadOnceThenRead) {
@@ -81,10 +81,10 @@ TEST_F(BrowseTest, ReceivedMessageReadsUnreadOnceThenRead) {
   start();
 
   click("cmdBrowse");
-  EXPECT_EQ(fieldText(4), "Sent earlier");
+  EXPECT_EQ(fieldText(Field::Subject), "Sent earlier");
   EXPECT_EQ(StoredStatus(in), Status::Unread);  // not shown yet, so not read
   click("cmdBRight");
-  EXPECT_EQ((Names{fieldText(4), MsgInfo()}), (Names{"Road closed", info + "Unread"}));
+  EXPECT_EQ((Names{fieldText(Field::Subject), MsgInfo()}), (Names{"Road closed", info + "Unread"}));
   EXPECT_EQ(StoredStatus(in), Status::Read);
   EXPECT_EQ(StoredStatus(mine), Status::Sent);
   EXPECT_TRUE(button("cmdReply")->isEnabled());

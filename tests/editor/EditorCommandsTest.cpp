@@ -70,11 +70,12 @@ TEST_F(WindowTest, NewWithAllDefaultsFocusesSubjectAndCreatesDraft) {
   start(s);
 
   click("cmdNew");
-  EXPECT_EQ(State(), "NEW 2 EEEEELEEEELLLL route");  // field 5, the date, is never typed in
-  EXPECT_FALSE(field(5)->isEnabled());
-  EXPECT_FALSE(field(13)->isEnabled());
+  EXPECT_EQ(State(), "NEW 2 EEEEELEEEELLLL route");  // the date is never typed in
+  EXPECT_FALSE(field(Field::Date)->isEnabled());
+  EXPECT_FALSE(field(Field::ReplyDate)->isEnabled());
   EXPECT_EQ(Enabled(), kEditing);
-  EXPECT_EQ(Texts({9, 7, 8, 5, kRouteBox}), (Names{"Ridge Fire", "Planning", "Lead", "11/19/2026 14:05", "EOC"}));
+  EXPECT_EQ(Texts({Field::IncidentName, Field::Signature, Field::SignaturePos, Field::Date, TextBox::Route}),
+            (Names{"Ridge Fire", "Planning", "Lead", "11/19/2026 14:05", "EOC"}));
   EXPECT_TRUE(win->keepLocal());
   EXPECT_EQ(FocusName(), "txtField_4");
   EXPECT_EQ(MsgInfo(), "Msg# 1,  Locally created message; Draft");
@@ -86,7 +87,9 @@ TEST_F(WindowTest, CommandTableThroughSaveEditCloseBrowseDelete) {
   start();
   click("cmdNew");
   EXPECT_EQ(FocusName(), "txtField_0");  // nothing filled: the first empty field
-  for (int i : {0, 1, 2, 3, 4, 6, 7, 8, 9}) type(i, "x");
+  for (Field f : kMessageFields) {
+    if (f != Field::Date) type(f, "x");
+  }
 
   click("cmdSave");
   EXPECT_EQ(State(), "SAVE 1 LLLLLLLLLLLLLL");
@@ -106,12 +109,12 @@ TEST_F(WindowTest, CommandTableThroughSaveEditCloseBrowseDelete) {
   click("cmdClose");  // nothing typed since the save
   EXPECT_EQ(ed->EditState(), 0);
   EXPECT_EQ(Enabled(), kIdle);
-  EXPECT_EQ((Names{fieldText(4), MsgInfo()}), (Names{"", ""}));
+  EXPECT_EQ((Names{fieldText(Field::Subject), MsgInfo()}), (Names{"", ""}));
 
   click("cmdBrowse");
   EXPECT_EQ(ed->EditState(), 1);
   EXPECT_EQ(Enabled(), (Names{"mnuPrint", "cmdNew", "cmdDelete", "cmdClose", "cmdBrowse", "cmdBRight", "cmdEdit"}));
-  EXPECT_EQ((Names{fieldText(4), BrowsePtr()}), (Names{"x", "( 1/1 )"}));
+  EXPECT_EQ((Names{fieldText(Field::Subject), BrowsePtr()}), (Names{"x", "( 1/1 )"}));
   click("cmdBRight");  // one message: the arrow is on, pressing it only turns it off
   EXPECT_EQ(BrowsePtr(), "( 1/1 )");
   EXPECT_FALSE(button("cmdBRight")->isEnabled());
@@ -125,11 +128,11 @@ TEST_F(WindowTest, CommandTableThroughSaveEditCloseBrowseDelete) {
 TEST_F(WindowTest, SendWithEmptySubjectMarksItThenTypingClearsTheMark) {
   start(WithDefaults());
   click("cmdNew");
-  type(6, "Need water");
+  type(Field::Message, "Need water");
   const QString before = find<QLabel>("NetState")->text();
   click("cmdSend");
-  EXPECT_EQ(win->backColour(4), kLightYellow);
-  EXPECT_EQ(win->backColour(3), kWindowColour);
+  EXPECT_EQ(win->backColour(Field::Subject), kLightYellow);
+  EXPECT_EQ(win->backColour(Field::FromPos), kWindowColour);
   EXPECT_EQ(FocusName(), "txtField_4");
   EXPECT_EQ(StoredStatus(1), Status::Draft);
   EXPECT_EQ(ed->EditState(), 2);
@@ -139,17 +142,17 @@ TEST_F(WindowTest, SendWithEmptySubjectMarksItThenTypingClearsTheMark) {
 
   ASSERT_TRUE(ed->MessageSaved());
   button("cmdSave")->setEnabled(false);  // so that only the key can turn it on
-  type(4, "W");
-  EXPECT_EQ(win->backColour(4), kWindowColour);
+  type(Field::Subject, "W");
+  EXPECT_EQ(win->backColour(Field::Subject), kWindowColour);
   EXPECT_TRUE(button("cmdSave")->isEnabled());
   EXPECT_FALSE(ed->MessageSaved());
-  EXPECT_EQ(fieldText(4), "W");  // the key itself goes through
+  EXPECT_EQ(fieldText(Field::Subject), "W");  // the key itself goes through
 
   // Locked after Save: keys change neither the text nor the state.
   click("cmdSave");
-  field(4)->setFocus(Qt::MouseFocusReason);
-  type(4, "zz");
-  EXPECT_EQ(fieldText(4), "W");
+  field(Field::Subject)->setFocus(Qt::MouseFocusReason);
+  type(Field::Subject, "zz");
+  EXPECT_EQ(fieldText(Field::Subject), "W");
   EXPECT_TRUE(ed->MessageSaved());
   EXPECT_FALSE(button("cmdSave")->isEnabled());
 }
@@ -161,7 +164,8 @@ TEST_F(WindowTest, ReplyToReceivedMessageAndCloseWithoutQuestion) {
   click("cmdReply");
   EXPECT_EQ(Enabled(), (Names{"mnuPrint", "mnuSave", "mnuOpen", "cmdSend", "cmdSave", "cmdDelete", "cmdClose"}));
   EXPECT_EQ(State(), "REPLY 2 LLLLLLLLLLEEEL route");
-  EXPECT_EQ(Texts({11, 12, 13}), (Names{"Logistics", "Chief", "11/19/2026 14:05"}));
+  EXPECT_EQ(Texts({Field::ReplySignature, Field::ReplyPos, Field::ReplyDate}),
+            (Names{"Logistics", "Chief", "11/19/2026 14:05"}));
   EXPECT_EQ(FocusName(), "txtField_10");
   EXPECT_EQ(MsgInfo(), "Msg# " + std::to_string(n) + ",  Locally created reply; Draft");
   click("cmdClose");  // Reply leaves the form saved: no question
@@ -174,11 +178,11 @@ TEST_F(WindowTest, UnsavedTypingRefusesCloseAndLockedRecordRefusesDelete) {
   click("cmdNew");
   ed->CurrentRecord().rec().setLocked(1);
   ed->CurrentRecord().Update(1);
-  type(4, "Kept");
+  type(Field::Subject, "Kept");
   dialogs.expectMessage("Message was not saved.  Press Save or\r\nDelete on the form to continue.");
   click("cmdClose");
   EXPECT_EQ(ed->EditState(), 2);
-  EXPECT_EQ(fieldText(4), "Kept");
+  EXPECT_EQ(fieldText(Field::Subject), "Kept");
   EXPECT_TRUE(button("cmdSend")->isEnabled());
 
   dialogs.expectMessage("Message is locked to another process.  Try\r\nagain later, or restart program to clear.");
@@ -186,7 +190,7 @@ TEST_F(WindowTest, UnsavedTypingRefusesCloseAndLockedRecordRefusesDelete) {
   click("cmdDelete");
   EXPECT_EQ(dialogs.shown.back().caption, "New Message");
   EXPECT_EQ(StoredStatus(1), Status::Draft);  // still there
-  EXPECT_EQ(fieldText(4), "Kept");  // No keeps the text, locked
+  EXPECT_EQ(fieldText(Field::Subject), "Kept");  // No keeps the text, locked
   EXPECT_EQ(State(), "DELETE 0 LLLLLLLLLLLLLL");
   EXPECT_EQ(Enabled(), kIdle);
 }
@@ -194,7 +198,7 @@ TEST_F(WindowTest, UnsavedTypingRefusesCloseAndLockedRecordRefusesDelete) {
 TEST_F(WindowTest, QuittingUnsavedNewMessageAbandonsIt) {
   start();
   click("cmdNew");
-  type(4, "Draft");
+  type(Field::Subject, "Draft");
   dialogs.expectMessage("Message changed and was not saved.\r\nDo you really want to quit?", MsgAnswer::No);
   EXPECT_FALSE(win->close());
   EXPECT_EQ(StoredStatus(1), Status::Draft);

@@ -14,8 +14,8 @@ namespace {
 class FieldEntryTest : public WindowTest {
  protected:
   // Moves the focus as a mouse click does, then lets the deferred focus handling run.
-  void clickInto(int i) const {
-    QWidget* w = field(i);
+  void clickInto(Field f) const {
+    QWidget* w = field(f);
     if (auto* body = qobject_cast<QPlainTextEdit*>(w)) w = body->viewport();
     QTest::mouseClick(w, Qt::LeftButton, {}, QPoint(4, 4));
     QApplication::processEvents();
@@ -25,37 +25,37 @@ class FieldEntryTest : public WindowTest {
 TEST_F(FieldEntryTest, FocusSelectsLineFieldsLeavingFromSignsRouteTakesCapitals) {
   start();
   click("cmdNew");
-  type(4, "Water");
-  type(6, "Need water");
-  type(7, "Someone else");
-  type(8, "Clerk");
+  type(Field::Subject, "Water");
+  type(Field::Message, "Need water");
+  type(Field::Signature, "Someone else");
+  type(Field::SignaturePos, "Clerk");
 
   // A click would put the cursor at the click; the subject still comes fully selected.
-  clickInto(4);
-  EXPECT_EQ(win->selectedText(4), "Water");
-  clickInto(6);
-  EXPECT_EQ(win->selectedText(6), "");
+  clickInto(Field::Subject);
+  EXPECT_EQ(win->selectedText(Field::Subject), "Water");
+  clickInto(Field::Message);
+  EXPECT_EQ(win->selectedText(Field::Message), "");
 
   // Leaving From signs with From and its position, trimmed, the empty position included.
-  clickInto(2);
-  type(2, "  Planning ");
-  clickInto(4);
-  EXPECT_EQ(Texts({7, 8}), (Names{"Planning", ""}));
-  clickInto(3);
-  type(3, "Lead ");
-  clickInto(9);
-  EXPECT_EQ(Texts({7, 8}), (Names{"Planning", "Lead"}));
+  clickInto(Field::From);
+  type(Field::From, "  Planning ");
+  clickInto(Field::Subject);
+  EXPECT_EQ(Texts({Field::Signature, Field::SignaturePos}), (Names{"Planning", ""}));
+  clickInto(Field::FromPos);
+  type(Field::FromPos, "Lead ");
+  clickInto(Field::IncidentName);
+  EXPECT_EQ(Texts({Field::Signature, Field::SignaturePos}), (Names{"Planning", "Lead"}));
   // Leaving any other field leaves the signature alone.
-  win->setText(7, "Edited");
-  clickInto(4);
-  EXPECT_EQ(fieldText(7), "Edited");
+  win->setText(Field::Signature, "Edited");
+  clickInto(Field::Subject);
+  EXPECT_EQ(fieldText(Field::Signature), "Edited");
 
   QWidget* route = find("txtDefaultToRoute");
-  win->setText(kRouteBox, "");
+  win->setText(TextBox::Route, "");
   route->setFocus(Qt::MouseFocusReason);
   QTest::keyClicks(route, "eoc-2b");
   QTest::sendKeyEvent(QTest::Click, route, Qt::Key_Eacute, QString::fromUtf8("\xc3\xa9"), Qt::NoModifier);
-  EXPECT_EQ(win->text(kRouteBox), "EOC-2B\xc9");
+  EXPECT_EQ(win->text(TextBox::Route), "EOC-2B\xc9");
   click("cmdSave");
   EXPECT_EQ(Stored(1).Route(), "EOC-2B\xc9:0");
 }
@@ -63,9 +63,9 @@ TEST_F(FieldEntryTest, FocusSelectsLineFieldsLeavingFromSignsRouteTakesCapitals)
 TEST_F(FieldEntryTest, SetFieldsAsDefaultEmptiesAnEmptiedDefault) {
   start(WithDefaults());
   click("cmdNew");
-  ASSERT_EQ(fieldText(1), "Chief");
-  win->setText(1, "");
-  win->setText(0, "  Medical ");
+  ASSERT_EQ(fieldText(Field::ToPos), "Chief");
+  win->setText(Field::ToPos, "");
+  win->setText(Field::To, "  Medical ");
   click("cmdSetFieldsAsDefault");
 
   const Settings d = ReadSettings(dataPath + "/velnor.ini");
@@ -75,7 +75,7 @@ TEST_F(FieldEntryTest, SetFieldsAsDefaultEmptiesAnEmptiedDefault) {
   click("cmdSave");
   click("cmdClose");
   click("cmdNew");
-  EXPECT_EQ(Texts({0, 1, 2}), (Names{"Medical", "", "Planning"}));
+  EXPECT_EQ(Texts({Field::To, Field::ToPos, Field::From}), (Names{"Medical", "", "Planning"}));
   EXPECT_EQ(FocusName(), "txtField_1");  // the first empty field
 }
 
@@ -87,14 +87,14 @@ TEST_F(FieldEntryTest, OpenInsertsAtTheCursorOfTheBodyBeingWritten) {
 
   click("cmdBrowse");
   click("cmdReply");
-  type(10, "AB");
-  auto* body = find<QPlainTextEdit>("txtField_10");
+  type(Field::Reply, "AB");
+  auto* body = qobject_cast<QPlainTextEdit*>(field(Field::Reply));
   QTextCursor c = body->textCursor();
   c.setPosition(1);
   body->setTextCursor(c);
   dialogs.expectFile("Select the destination file name", file);
   trigger("mnuOpen");
-  EXPECT_EQ(fieldText(10), "Aone\r\ntwoB");
+  EXPECT_EQ(fieldText(Field::Reply), "Aone\r\ntwoB");
   const FileDialogRequest& asked = dialogs.lastFileRequest;
   EXPECT_EQ((Names{asked.initialDir, asked.defaultExt, std::to_string(asked.filterIndex),
                    std::to_string(asked.pathMustExist)}),
@@ -108,7 +108,7 @@ TEST_F(FieldEntryTest, OpenInsertsAtTheCursorOfTheBodyBeingWritten) {
   body->setTextCursor(c);
   dialogs.expectFile("Select the destination file name", file);
   trigger("mnuOpen");
-  EXPECT_EQ(fieldText(10), "Aone\r\none\r\ntwotwoB");
+  EXPECT_EQ(fieldText(Field::Reply), "Aone\r\none\r\ntwotwoB");
 
   click("cmdSave");
   const MsgRecord saved = Stored(n);
@@ -118,8 +118,8 @@ TEST_F(FieldEntryTest, OpenInsertsAtTheCursorOfTheBodyBeingWritten) {
 TEST_F(FieldEntryTest, ClipboardFollowsTheFocusAndAFileThatCannotBeReadChangesNothing) {
   start();
   click("cmdNew");
-  type(4, "Water");
-  type(6, "Body");
+  type(Field::Subject, "Water");
+  type(Field::Message, "Body");
   click("cmdSave");
   click("cmdEdit");
   QClipboard* cb = QApplication::clipboard();
@@ -128,20 +128,20 @@ TEST_F(FieldEntryTest, ClipboardFollowsTheFocusAndAFileThatCannotBeReadChangesNo
   trigger("mnuCopy");
   EXPECT_EQ(cb->text().toStdString(), "");
 
-  auto* subject = find<QLineEdit>("txtField_4");
+  auto* subject = qobject_cast<QLineEdit*>(field(Field::Subject));
   subject->setFocus(Qt::MouseFocusReason);
   subject->setSelection(1, 3);  // "ate"
   trigger("mnuCopy");
   EXPECT_EQ(cb->text().toStdString(), "ate");
-  EXPECT_EQ(fieldText(4), "Water");
+  EXPECT_EQ(fieldText(Field::Subject), "Water");
   trigger("MnuCut");
   EXPECT_EQ(cb->text().toStdString(), "ate");
-  EXPECT_EQ(fieldText(4), "Wr");
+  EXPECT_EQ(fieldText(Field::Subject), "Wr");
   EXPECT_TRUE(ed->MessageSaved());  // Cut leaves the saved flag alone
   subject->setCursorPosition(2);
   cb->setText("\xC3\xA9t\xC3\xA9");  // station text is single-byte: é survives as one character
   trigger("mnuPaste");
-  EXPECT_EQ(fieldText(4), "Wr\xE9t\xE9");
+  EXPECT_EQ(fieldText(Field::Subject), "Wr\xE9t\xE9");
   EXPECT_FALSE(ed->MessageSaved());
 
   click("cmdSave");
@@ -161,7 +161,7 @@ TEST_F(FieldEntryTest, ClipboardFollowsTheFocusAndAFileThatCannotBeReadChangesNo
     dialogs.expectMessage("could not be read");
     trigger("mnuOpen");
     EXPECT_NE(dialogs.shown.back().text.find(path), std::string::npos) << dialogs.shown.back().text;
-    EXPECT_EQ(fieldText(6), "Body");
+    EXPECT_EQ(fieldText(Field::Message), "Body");
     EXPECT_TRUE(ed->MessageSaved()) << path;
     EXPECT_EQ(ed->EditState(), 2);
   }
@@ -173,7 +173,7 @@ TEST_F(FieldEntryTest, ClipboardFollowsTheFocusAndAFileThatCannotBeReadChangesNo
   // A name that is not there inserts nothing, yet counts as a change.
   dialogs.expectFile("Select the destination file name", tmp.file("missing.txt"));
   trigger("mnuOpen");
-  EXPECT_EQ(fieldText(6), "Body");
+  EXPECT_EQ(fieldText(Field::Message), "Body");
   EXPECT_FALSE(ed->MessageSaved());
 }
 

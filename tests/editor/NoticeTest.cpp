@@ -58,10 +58,10 @@ TEST_F(NoticeTest, TwoMessagesFromOneSessionLeaveTwoNotices) {
   const auto n1 = notices[0]->number(), n2 = notices[1]->number();
   EXPECT_EQ((std::vector{StoredStatus(n1), StoredStatus(n2)}), (std::vector{Status::Unread, Status::Unread}));
   press(notices[0], "cmdOpen");
-  EXPECT_EQ(fieldText(4), "Water");
+  EXPECT_EQ(fieldText(Field::Subject), "Water");
   EXPECT_EQ(Notices().size(), 1u);
   press(notices[1], "cmdOpen");
-  EXPECT_EQ(fieldText(4), "Fuel");
+  EXPECT_EQ(fieldText(Field::Subject), "Fuel");
   EXPECT_EQ(Notices().size(), 0u);
   EXPECT_EQ((std::vector{StoredStatus(n1), StoredStatus(n2)}), (std::vector{Status::Read, Status::Read}));
 }
@@ -75,14 +75,14 @@ TEST_F(NoticeTest, CloseLeavesUnreadOpenWaitsWhileEditingThenShowsTheMessageLock
   EXPECT_EQ(Notices().size(), 0u);
   EXPECT_EQ(StoredStatus(unread), Status::Unread);
   EXPECT_EQ(ed->EditState(), 0);
-  EXPECT_EQ(fieldText(4), "");
+  EXPECT_EQ(fieldText(Field::Subject), "");
 
   FrmNewMsgPopup* notice = Receive(Kind::Reply, "Answer");
   ASSERT_NE(notice, nullptr);
   const auto n = notice->number();
 
   click("cmdNew");
-  type(4, "Mine");
+  type(Field::Subject, "Mine");
   dialogs.expectMessage("Press Save, Close, or Delete for your\r\ncurrent message before Opening this message.");
   press(notice, "cmdOpen");
   EXPECT_EQ(dialogs.shown.back().caption, "New Incoming Message");
@@ -90,7 +90,7 @@ TEST_F(NoticeTest, CloseLeavesUnreadOpenWaitsWhileEditingThenShowsTheMessageLock
   EXPECT_EQ(Notices().size(), 1u);
   EXPECT_EQ(State(), "NEW 2 EEEEELEEEELLLL route");
   EXPECT_EQ(Enabled(), kEditing);
-  EXPECT_EQ(fieldText(4), "Mine");
+  EXPECT_EQ(fieldText(Field::Subject), "Mine");
   EXPECT_FALSE(ed->MessageSaved());
   EXPECT_EQ(StoredStatus(n), Status::Unread);
 
@@ -98,7 +98,7 @@ TEST_F(NoticeTest, CloseLeavesUnreadOpenWaitsWhileEditingThenShowsTheMessageLock
   press(notice, "cmdOpen");
   EXPECT_EQ(Notices().size(), 0u);
   EXPECT_EQ(State(), "SAVE 1 LLLLLLLLLLLLLL");  // opening from a notice is not a command
-  EXPECT_EQ(Texts({4, 10}), (Names{"Answer", "Understood"}));
+  EXPECT_EQ(Texts({Field::Subject, Field::Reply}), (Names{"Answer", "Understood"}));
   // A received reply can be neither edited nor answered.
   EXPECT_EQ(Enabled(), (Names{"mnuPrint", "cmdNew", "cmdDelete", "cmdClose", "cmdBrowse"}));
   EXPECT_EQ(MsgInfo(), "Msg# " + std::to_string(n) + ",  Received reply; Unread");

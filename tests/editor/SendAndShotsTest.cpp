@@ -92,8 +92,8 @@ class PictureTest : public WindowTest {
   // Every field lies wholly inside the window and keeps room for a line of some words.
   void expectFieldsFit(const char* when) {
     const QRect area = win->rect();
-    for (int i = 0; i <= kFieldCount; ++i) {
-      QWidget* w = i < kFieldCount ? field(i) : find("txtDefaultToRoute");
+    for (std::size_t i = 0; i <= kFieldCount; ++i) {
+      QWidget* w = i < kFieldCount ? field(kAllFields[i]) : find("txtDefaultToRoute");
       ASSERT_NE(w, nullptr) << i;
       const QRect r(w->mapTo(win.get(), QPoint(0, 0)), w->size());
       SCOPED_TRACE(std::string(when) + ": field " + std::to_string(i));
@@ -131,8 +131,8 @@ TEST_F(PictureTest, SendCollectsTheReplyOnAFormThatFitsSmallScreenAndGrowsOnLarg
   shoot("main-empty");
 
   click("cmdNew");
-  type(4, "Water tender");
-  type(6, "Need one water tender at gate 3 by 14:30.\rRoad from the north is open.");
+  type(Field::Subject, "Water tender");
+  type(Field::Message, "Need one water tender at gate 3 by 14:30.\rRoad from the north is open.");
   expectFieldsFit("new");
   // A click on the caption ticks the box, as on any check box.
   QTest::mouseClick(find("lblKeepLocal"), Qt::LeftButton);
@@ -162,17 +162,17 @@ TEST_F(PictureTest, SendCollectsTheReplyOnAFormThatFitsSmallScreenAndGrowsOnLarg
   click("cmdClose");
   for (auto* notice : win->findChildren<FrmNewMsgPopup*>()) notice->close();
   ed->OpenFromNotice(2);
-  EXPECT_EQ(fieldText(10), "Tender 41 on its way, ETA 14:30.");
+  EXPECT_EQ(fieldText(Field::Reply), "Tender 41 on its way, ETA 14:30.");
   EXPECT_EQ(MsgInfo(), "Msg# 2,  Received reply; Unread");
   shoot("main-reply");
 
   // A large screen gives the extra room to the message and reply bodies.
-  const int bodyAt1024 = field(6)->height();
-  const int replyAt1024 = field(10)->height();
+  const int bodyAt1024 = field(Field::Message)->height();
+  const int replyAt1024 = field(Field::Reply)->height();
   fitTo(1600, 1200);
   expectFieldsFit("large");
-  EXPECT_GT(field(6)->height(), bodyAt1024 + 100);
-  EXPECT_GT(field(10)->height(), replyAt1024);
+  EXPECT_GT(field(Field::Message)->height(), bodyAt1024 + 100);
+  EXPECT_GT(field(Field::Reply)->height(), replyAt1024);
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include <QTest>
 #include <filesystem>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -159,14 +160,19 @@ class WindowTest : public ::testing::Test {
     ASSERT_TRUE(b->isEnabled()) << name << " is disabled";
     b->click();
   }
-  QWidget* field(int i) const { return find(("txtField_" + std::to_string(i)).c_str()); }
-  std::string fieldText(int i) const { return win->text(i); }
-  Names Texts(std::initializer_list<int> boxes) const {
+  QWidget* field(Field f) const { return find(("txtField_" + std::to_string(FieldIndex(f))).c_str()); }
+  std::string fieldText(Field f) const { return win->text(f); }
+  Names Texts(std::initializer_list<TextBox> boxes) const {
     Names out;
-    for (int i : boxes) out.push_back(win->text(i));
+    for (TextBox b : boxes) out.push_back(win->text(b));
     return out;
   }
-  void type(int i, const char* text) const { QTest::keyClicks(field(i), text); }
+  Names Texts(std::span<const Field> fields) const {
+    Names out;
+    for (Field f : fields) out.push_back(win->text(f));
+    return out;
+  }
+  void type(Field f, const char* text) const { QTest::keyClicks(field(f), text); }
   void trigger(const char* action) const {
     auto* a = win->findChild<QAction*>(action);
     ASSERT_NE(a, nullptr) << action;
@@ -184,11 +190,11 @@ class WindowTest : public ::testing::Test {
     }
     return out;
   }
-  // Mode, edit state, 'E'ditable or 'L'ocked per field 0..13 (typing needs enabled and not
-  // read-only), and " route" when the routing frame is enabled.
+  // Mode, edit state, 'E'ditable or 'L'ocked per field in the form's order (typing needs
+  // enabled and not read-only), and " route" when the routing frame is enabled.
   std::string State() const {
-    std::string out = ed->EditorMode() + " " + std::to_string(ed->EditState()) + " ";
-    for (int i = 0; i < kFieldCount; ++i) out += win->readOnly(i) || !field(i)->isEnabled() ? 'L' : 'E';
+    std::string out = std::string(ModeName(ed->EditorMode())) + " " + std::to_string(ed->EditState()) + " ";
+    for (Field f : kAllFields) out += win->readOnly(f) || !field(f)->isEnabled() ? 'L' : 'E';
     const bool route = find("txtDefaultToRoute")->isEnabled() && find("chkKeepLocal")->isEnabled();
     return route ? out + " route" : out;
   }

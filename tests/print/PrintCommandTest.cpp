@@ -66,7 +66,7 @@ TEST_F(PrintCommand, PrintsAsTypedOnChosenPrinterThenRestoresThePreviousOne) {
     p.SetCopies(5);
     p.MakeCurrent(1);
     p.SetCopies(3);
-    fields[0] = "Edited, not saved";  // the texts are read after the dialog
+    fields[Field::To] = "Edited, not saved";  // the texts are read after the dialog
     return true;
   };
   Print(7);
