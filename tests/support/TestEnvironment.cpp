@@ -29,6 +29,9 @@ struct TestEnvironment {
       m_dir = dir;
       setenv("XDG_RUNTIME_DIR", dir, 1);
       setenv("CUPS_SERVER", (m_dir + "/no-print-server").c_str(), 1);
+      // Window state, dialog history and a simulator's default spool stay in here too.
+      for (const char* var : {"XDG_CONFIG_HOME", "XDG_CACHE_HOME", "XDG_STATE_HOME", "XDG_DATA_HOME"})
+        setenv(var, (m_dir + "/" + var).c_str(), 1);
     }
   }
   ~TestEnvironment() {
