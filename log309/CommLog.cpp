@@ -109,7 +109,8 @@ std::vector<LogLine> ReadLogLines(IcsMsg& store, const std::string& station) {
   return out;
 }
 
-std::vector<LogLine> SelectLogLines(const std::vector<LogLine>& all, const LogPeriod& period, bool includeUnsent) {
+std::vector<LogLine> SelectLogLines(const std::vector<LogLine>& all, const LogPeriod& period,
+                                    bool includeUnsent) {
   const std::int64_t from = OleSeconds(period.from), to = OleSeconds(period.to);
   std::vector<LogLine> out;
   for (const LogLine& l : all) {
@@ -117,7 +118,8 @@ std::vector<LogLine> SelectLogLines(const std::vector<LogLine>& all, const LogPe
     if (l.unsent && !includeUnsent) continue;
     out.push_back(l);
   }
-  std::stable_sort(out.begin(), out.end(), [](const LogLine& a, const LogLine& b) { return a.second < b.second; });
+  std::stable_sort(out.begin(), out.end(),
+                   [](const LogLine& a, const LogLine& b) { return a.second < b.second; });
   return out;
 }
 
@@ -132,7 +134,8 @@ std::string CommLogCsv(const std::vector<LogLine>& lines) {
       "No,Date,Time,From Call Sign/ID,From Msg #,To Call Sign/ID,To Msg #,Subject,Reply,Status\r\n";
   std::size_t n = 0;
   for (const LogLine& l : lines) {
-    csv += std::to_string(++n) + ',' + FormatDate(l.time, "yyyy-mm-dd") + ',' + FormatDate(l.time, "hh:nn:ss");
+    csv +=
+        std::to_string(++n) + ',' + FormatDate(l.time, "yyyy-mm-dd") + ',' + FormatDate(l.time, "hh:nn:ss");
     for (const std::string* cell : {&l.fromId, &l.fromNo, &l.toId, &l.toNo, &l.subject})
       csv += ',' + CsvField(*cell, true);
     csv += std::string(",") + (l.reply ? "Yes" : "") + ',' + CsvField(l.status, false) + "\r\n";

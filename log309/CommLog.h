@@ -65,7 +65,8 @@ std::vector<LogLine> ReadLogLines(IcsMsg& store, const std::string& station);
 
 // The lines of the period in time order (store order within one second), without the
 // unsent ones unless asked for.
-std::vector<LogLine> SelectLogLines(const std::vector<LogLine>& all, const LogPeriod& period, bool includeUnsent);
+std::vector<LogLine> SelectLogLines(const std::vector<LogLine>& all, const LogPeriod& period,
+                                    bool includeUnsent);
 
 // The Message column: the subject, "Reply: " before a reply's, the status after an
 // unsent one's.

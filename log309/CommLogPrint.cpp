@@ -42,15 +42,19 @@ constexpr std::size_t kOperatorChars = 49;
 
 constexpr const char* kArial = "Arial";
 constexpr const char* kCourier = "Courier New";
-constexpr const char* kFormSource = "Ref: ICS 309, Communications Log, FEMA / NIMS Incident Command System forms";
+constexpr const char* kFormSource =
+    "Ref: ICS 309, Communications Log, FEMA / NIMS Incident Command System forms";
 
-void Text(DrawingSurface& s, const char* font, int size, bool bold, double x, double y, const std::string& text) {
+void Text(DrawingSurface& s, const char* font, int size, bool bold, double x, double y,
+          const std::string& text) {
   s.setFont(font, size, bold);
   s.setPosition(x, y);
   s.printText(text);
 }
 
-void Caption(DrawingSurface& s, double x, double y, const std::string& text) { Text(s, kArial, 7, false, x, y, text); }
+void Caption(DrawingSurface& s, double x, double y, const std::string& text) {
+  Text(s, kArial, 7, false, x, y, text);
+}
 
 // Lines of a value, one under the other.
 void Value(DrawingSurface& s, int size, double x, double y, const std::vector<std::string>& lines) {
@@ -101,14 +105,16 @@ void DrawHeader(DrawingSurface& s, const LogHeader& h, std::size_t page, std::si
     Caption(s, kHeaderSplit + 51, y + 0.5, toCaption);
     Value(s, 9, kHeaderSplit + 63, y, {to});
   };
-  period(kTop + 4.5, "Date From:", FormatDate(h.period.from, h.dateFormat), "Date To:",
-         FormatDate(h.period.to, h.dateFormat));
-  period(kTop + 8, "Time From:", FormatDate(h.period.from, "hh:nn"), "Time To:", FormatDate(h.period.to, "hh:nn"));
+  period(kTop + 4.5, "Date From:", FormatDate(h.period.from, h.dateFormat),
+         "Date To:", FormatDate(h.period.to, h.dateFormat));
+  period(kTop + 8, "Time From:", FormatDate(h.period.from, "hh:nn"),
+         "Time To:", FormatDate(h.period.to, "hh:nn"));
 
   Caption(s, kLeft + 1, kRow2 + 1, "3. Radio Net Name or Position/Tactical Call:");
   Value(s, 9, kLeft + 3, kRow2 + 4.5, CellLines(h.net, kHalfBlockChars, 2));
   Caption(s, kHeaderSplit + 1, kRow2 + 1, "4. Radio Operator (Name, Call Sign/ID):");
-  Value(s, 9, kHeaderSplit + 3, kRow2 + 4.5, CellLines(Joined(h.operatorName, h.operatorCall), kOperatorChars, 2));
+  Value(s, 9, kHeaderSplit + 3, kRow2 + 4.5,
+        CellLines(Joined(h.operatorName, h.operatorCall), kOperatorChars, 2));
 
   Text(s, kArial, 9, true, kLeft + 1, kBandTop + 1.2, "5. COMMUNICATIONS LOG");
   Caption(s, kCol[0] + 1, kHeadTop + 3.5, "No.");
@@ -133,11 +139,20 @@ void DrawHeader(DrawingSurface& s, const LogHeader& h, std::size_t page, std::si
        std::string(kFormSource) + "\t\t\t\t\t\tCreated by: velnor.exe, v" + h.programVersion);
 }
 
-void DrawLine(DrawingSurface& s, double top, std::size_t number, const std::string& timePattern, const LogLine& l) {
-  const std::array<std::string, 7> cells = {std::to_string(number), FormatDate(l.time, timePattern), l.fromId,
-                                            l.fromNo, l.toId, l.toNo, LogMessageText(l)};
-  for (std::size_t c = 0; c < cells.size(); ++c)
-    Value(s, 8, kCol[c] + 1, top + 0.4, CellLines(cells[c], kColChars[c], 2));
+void DrawLine(DrawingSurface& s, double top, std::size_t number, const std::string& timePattern,
+              const LogLine& l) {
+  const std::array<std::string, 7> cells = {
+      std::to_string(number), FormatDate(l.time, timePattern), l.fromId, l.fromNo, l.toId, l.toNo,
+      LogMessageText(l)};
+  std::array<std::vector<std::string>, 7> wrapped;
+  std::size_t height = 1;
+  for (std::size_t c = 0; c < cells.size(); ++c) {
+    wrapped[c] = CellLines(cells[c], kColChars[c], 2);
+    height = std::max(height, wrapped[c].size());
+  }
+  // One line sits in the middle of its row; two fill it.
+  const double y = top + (height == 1 ? 1.8 : 0.35);
+  for (std::size_t c = 0; c < cells.size(); ++c) Value(s, 8, kCol[c] + 1, y, wrapped[c]);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <QGuiApplication>
 #include <QSettings>
 #include <cstdio>
+#include <filesystem>
 
 #include "app/Settings.h"
 #include "core/AtomicFile.h"
@@ -40,7 +41,10 @@ int WriteCommLogFiles(int& argc, char** argv, const CommandLine& cl, const FileL
   const Settings settings = ReadSettingsOnly(dataPath + "/velnor.ini", eventLog);
   std::vector<LogLine> all;
   try {
-    all = ReadLogLines(store, settings.LoginName);
+    // An empty file is a store that was never used; reading it would write its header.
+    std::error_code ec;
+    if (std::filesystem::file_size(store.storeFile(), ec) != 0 || ec)
+      all = ReadLogLines(store, settings.LoginName);
   } catch (const VError& e) {
     return Failed(store.storeFile() + " could not be read: " + e.description());
   }
@@ -66,8 +70,9 @@ int WriteCommLogFiles(int& argc, char** argv, const CommandLine& cl, const FileL
   // Read only: nothing here is remembered for the next run.
   QSettings memory("velnor", "velnor");
   const LogForm f = RememberedLogForm(memory, settings);
-  const LogHeader header{f.incident,     period,       f.net,   f.operatorName, f.operatorCall, f.preparedBy,
-                         clock.now(), settings.DateFormat, ProgramVersion()};
+  const LogHeader header{f.incident,      period,       f.net,       f.operatorName,
+                         f.operatorCall,  f.preparedBy, clock.now(), settings.DateFormat,
+                         ProgramVersion()};
   try {
     WriteCommLogPdf(cl.pdf, header, lines);
   } catch (const VError& e) {

@@ -100,24 +100,27 @@ CommandLine ParseCommandLine(const QStringList& arguments) {
   if (parser.isSet(pdf) && !parser.isSet(print) && !parser.isSet(ics309))
     return Bad("--pdf goes with --print or --ics309");
   for (const QCommandLineOption* o : {&from, &to, &csv})
-    if (parser.isSet(*o) && !parser.isSet(ics309)) return Bad("--" + o->names().front().toStdString() + " goes with --ics309");
+    if (parser.isSet(*o) && !parser.isSet(ics309))
+      return Bad("--" + o->names().front().toStdString() + " goes with --ics309");
   if (parser.isSet(ics309)) {
     if (parser.isSet(print)) return Bad("--print and --ics309 are two jobs: give one of them");
-    if (!parser.isSet(pdf) && !parser.isSet(csv)) return Bad("--ics309 needs --pdf FILE or --csv FILE, or both");
+    if (!parser.isSet(pdf) && !parser.isSet(csv))
+      return Bad("--ics309 needs --pdf FILE or --csv FILE, or both");
     for (const QCommandLineOption* o : {&from, &to}) {
       if (!parser.isSet(*o)) continue;
       const std::string value = parser.value(*o).toStdString();
       const std::optional<double> t = ParseDateText(value);
       if (!t)
-        return Bad("--" + o->names().front().toStdString() + " takes a date and time such as 2026-11-19T06:00, not '" +
-                   value + "'");
+        return Bad("--" + o->names().front().toStdString() +
+                   " takes a date and time such as 2026-11-19T06:00, not '" + value + "'");
       (o == &from ? c.from : c.to) = t;
     }
     if (c.from && c.to && OleSeconds(*c.from) >= OleSeconds(*c.to))
       return Bad("the period ends before it begins: --to must come after --from");
     for (const QCommandLineOption* o : {&pdf, &csv}) {
       if (!parser.isSet(*o)) continue;
-      if (parser.value(*o).isEmpty()) return Bad("--" + o->names().front().toStdString() + " needs a file name");
+      if (parser.value(*o).isEmpty())
+        return Bad("--" + o->names().front().toStdString() + " needs a file name");
       (o == &pdf ? c.pdf : c.csv) = AbsolutePath(parser.value(*o));
     }
     c.action = CommandLine::Action::CommLog;

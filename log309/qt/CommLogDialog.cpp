@@ -142,6 +142,7 @@ CommLogDialog::CommLogDialog(QWidget* owner, CommLogDeps deps) : QDialog(owner),
   m_preview->setEditTriggers(QAbstractItemView::NoEditTriggers);
   m_preview->setSelectionBehavior(QAbstractItemView::SelectRows);
   m_preview->verticalHeader()->hide();
+  m_preview->verticalHeader()->setDefaultSectionSize(m_preview->fontMetrics().height() + 6);
   m_preview->horizontalHeader()->setStretchLastSection(true);
   m_preview->setMinimumSize(640, 220);
   auto* previewLabel = new QLabel("Pre&view of the log:", this);
@@ -230,10 +231,10 @@ void CommLogDialog::UpdatePreview() {
   m_preview->setRowCount(static_cast<int>(m_lines.size()));
   for (std::size_t i = 0; i < m_lines.size(); ++i) {
     const LogLine& l = m_lines[i];
-    const std::string cells[] = {std::to_string(i + 1), FormatDate(l.time, pattern), l.fromId, l.fromNo,
-                                 l.toId, l.toNo, LogMessageText(l)};
-    for (int c = 0; c < 7; ++c)
-      m_preview->setItem(static_cast<int>(i), c, new QTableWidgetItem(Q(cells[c])));
+    const std::string cells[] = {
+        std::to_string(i + 1), FormatDate(l.time, pattern), l.fromId, l.fromNo, l.toId, l.toNo,
+        LogMessageText(l)};
+    for (int c = 0; c < 7; ++c) m_preview->setItem(static_cast<int>(i), c, new QTableWidgetItem(Q(cells[c])));
   }
   m_preview->resizeColumnsToContents();
   const std::size_t pages = LogPageCount(m_lines.size());

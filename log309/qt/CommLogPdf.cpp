@@ -13,7 +13,8 @@ void WriteCommLogPdf(const std::string& path, const LogHeader& header, const std
   // Drawn into a file of its own first, so the named file never holds part of a log.
   QTemporaryDir scratch;
   if (!scratch.isValid())
-    throw VError(kErrDeviceIO, "WriteCommLogPdf", "no temporary folder: " + scratch.errorString().toStdString());
+    throw VError(kErrDeviceIO, "WriteCommLogPdf",
+                 "no temporary folder: " + scratch.errorString().toStdString());
   const QString page = scratch.filePath("log.pdf");
   QtPrinterSystem printers(nullptr, scratch.path(), [] { return QList<QtPrinterSystem::SystemPrinter>{}; });
   printers.currentPrinter()->setOutputFileName(page);

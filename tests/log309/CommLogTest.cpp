@@ -34,46 +34,118 @@ struct Row {
 };
 
 const Row kRows[] = {
-    {Origin::Local, Kind::Message, Status::Sent, "LOGISTICS:0", At(6, 0), 0, "Water for shelter",
+    {Origin::Local,
+     Kind::Message,
+     Status::Sent,
+     "LOGISTICS:0",
+     At(6, 0),
+     0,
+     "Water for shelter",
      {"06:00:00 EOC-2#1 > LOGISTICS# Water for shelter"}},
     {Origin::Local, Kind::Message, Status::Sent, "LOGISTICS:0", At(5, 59, 59), 0, "Too early", {}},
-    {Origin::Received, Kind::Message, Status::Unread, "STAGING:17", At(17, 59, 59), 0, "Cots, \"large\" size",
+    {Origin::Received,
+     Kind::Message,
+     Status::Unread,
+     "STAGING:17",
+     At(17, 59, 59),
+     0,
+     "Cots, \"large\" size",
      {"17:59:59 STAGING#17 > EOC-2#3 Cots, \"large\" size"}},
     {Origin::Received, Kind::Message, Status::Read, "STAGING:18", At(18, 0), 0, "Too late", {}},
     // No route: the sender's name from the form stands in.
-    {Origin::Received, Kind::Message, Status::Read, "", At(9, 15), 0, "Caf\xE9 needs power",
+    {Origin::Received,
+     Kind::Message,
+     Status::Read,
+     "",
+     At(9, 15),
+     0,
+     "Caf\xE9 needs power",
      {"09:15:00 Shelter Manager# > EOC-2#5 Caf\xE9 needs power"}},
     // Our sent reply to a message received before the period: only the reply is in it.
-    {Origin::Local, Kind::Reply, Status::Sent, "PLANNING:0", At(5, 30), At(10, 0), "Road closures",
+    {Origin::Local,
+     Kind::Reply,
+     Status::Sent,
+     "PLANNING:0",
+     At(5, 30),
+     At(10, 0),
+     "Road closures",
      {"10:00:00 EOC-2#6 > PLANNING# Reply: Road closures"}},
     // A reply still a draft: the message it answers was received all the same.
-    {Origin::Local, Kind::Reply, Status::Draft, "MEDICAL:0", At(11, 0), At(11, 30), "Ambulance staging",
+    {Origin::Local,
+     Kind::Reply,
+     Status::Draft,
+     "MEDICAL:0",
+     At(11, 0),
+     At(11, 30),
+     "Ambulance staging",
      {"11:00:00 MEDICAL# > EOC-2#7 Ambulance staging",
       "+11:30:00 EOC-2#7 > MEDICAL# Reply: Ambulance staging [Draft]"}},
-    {Origin::Local, Kind::Message, Status::Draft, "LOGISTICS:0", At(12, 0), 0, "Fuel order",
+    {Origin::Local,
+     Kind::Message,
+     Status::Draft,
+     "LOGISTICS:0",
+     At(12, 0),
+     0,
+     "Fuel order",
      {"+12:00:00 EOC-2#8 > LOGISTICS# Fuel order [Draft]"}},
-    {Origin::Local, Kind::Message, Status::Abandoned, "LOGISTICS:0", At(12, 30), 0, "Never finished",
+    {Origin::Local,
+     Kind::Message,
+     Status::Abandoned,
+     "LOGISTICS:0",
+     At(12, 30),
+     0,
+     "Never finished",
      {"+12:30:00 EOC-2#9 > LOGISTICS# Never finished [Abandoned]"}},
     // A reply received: timed by the reply, though our message it answers is in the period too.
-    {Origin::Received, Kind::Reply, Status::Unread, "LOGISTICS:4", At(6, 0), At(13, 0), "Water for shelter",
+    {Origin::Received,
+     Kind::Reply,
+     Status::Unread,
+     "LOGISTICS:4",
+     At(6, 0),
+     At(13, 0),
+     "Water for shelter",
      {"13:00:00 LOGISTICS#4 > EOC-2#10 Reply: Water for shelter"}},
-    {Origin::Local, Kind::Message, Status::ReadyToSend, "OPS:0", At(14, 0), 0, "Queued",
+    {Origin::Local,
+     Kind::Message,
+     Status::ReadyToSend,
+     "OPS:0",
+     At(14, 0),
+     0,
+     "Queued",
      {"+14:00:00 EOC-2#11 > OPS# Queued [Ready, but not sent]"}},
-    {Origin::Local, Kind::Message, Status::Read, "OPS:0", At(15, 0), 0, "Status report",
+    {Origin::Local,
+     Kind::Message,
+     Status::Read,
+     "OPS:0",
+     At(15, 0),
+     0,
+     "Status report",
      {"15:00:00 EOC-2#12 > OPS# Status report"}},
     {Origin::Received, Kind::Message, Status::Deleted, "OPS:3", At(16, 0), 0, "Deleted", {}},
     // No route: the addressee's name stands in.
-    {Origin::Local, Kind::Message, Status::Sent, "", At(16, 30), 0, "=SUM(A1)",
+    {Origin::Local,
+     Kind::Message,
+     Status::Sent,
+     "",
+     At(16, 30),
+     0,
+     "=SUM(A1)",
      {"16:30:00 EOC-2#14 > Finance Chief# =SUM(A1)"}},
     {Origin::Local, Kind::Message, Status::Sent, "OPS:0", 0, 0, "No date", {}},
     // A reply without a reply date keeps the message's.
-    {Origin::Received, Kind::Reply, Status::Read, "OPS:9", At(17, 0), 0, "Status report",
+    {Origin::Received,
+     Kind::Reply,
+     Status::Read,
+     "OPS:9",
+     At(17, 0),
+     0,
+     "Status report",
      {"17:00:00 OPS#9 > EOC-2#16 Reply: Status report"}},
 };
 
 std::string Describe(const LogLine& l) {
-  return FormatDate(l.time, "hh:nn:ss") + " " + l.fromId + "#" + l.fromNo + " > " + l.toId + "#" + l.toNo + " " +
-         LogMessageText(l);
+  return FormatDate(l.time, "hh:nn:ss") + " " + l.fromId + "#" + l.fromNo + " > " + l.toId + "#" + l.toNo +
+         " " + LogMessageText(l);
 }
 
 class CommLogStore : public testing::StoreTest {
@@ -133,7 +205,8 @@ TEST(CommLogPage, CellsWrapAtWordsAndCutWhatIsLeft) {
       {"ABCDEFGHIJ", 5, {"ABCDE", "FGHIJ"}},
       {"ABCDEFGHIJK", 5, {"ABCDE", "FG..."}},
   };
-  for (const Case& c : cases) EXPECT_EQ(CellLines(c.text, c.width, 2), c.lines) << c.text << " in " << c.width;
+  for (const Case& c : cases)
+    EXPECT_EQ(CellLines(c.text, c.width, 2), c.lines) << c.text << " in " << c.width;
 }
 
 TEST(CommLogPage, EveryPageHasTheHeaderAndLinesAreNumberedAcrossPages) {
@@ -152,8 +225,11 @@ TEST(CommLogPage, EveryPageHasTheHeaderAndLinesAreNumberedAcrossPages) {
     EXPECT_EQ(printers.surfacesOpened, 1);
     ASSERT_EQ(ops.back(), "end");
     EXPECT_EQ(std::count(ops.begin(), ops.end(), "page"), static_cast<long>(c.pages - 1));
-    EXPECT_EQ(std::count(ops.begin(), ops.end(), "text COMMUNICATIONS LOG (ICS 309)"), static_cast<long>(c.pages));
-    const auto at = [&](const std::string& op) { return std::find(ops.begin(), ops.end(), op) - ops.begin(); };
+    EXPECT_EQ(std::count(ops.begin(), ops.end(), "text COMMUNICATIONS LOG (ICS 309)"),
+              static_cast<long>(c.pages));
+    const auto at = [&](const std::string& op) {
+      return std::find(ops.begin(), ops.end(), op) - ops.begin();
+    };
     const auto pageBreak = at("page");
     for (std::size_t p = 1; p <= c.pages; ++p) {
       const auto footer = at("text Page " + std::to_string(p) + " of " + std::to_string(c.pages));
