@@ -42,9 +42,9 @@ LogLine Line(double time, bool reply, std::string status, bool unsent) {
   return l;
 }
 
-std::string CsvField(const std::string& text, bool stationText) {
+std::string CsvField(const std::string& text) {
   std::string v = text;
-  if (stationText && !v.empty() && (v[0] == '=' || v[0] == '+' || v[0] == '-' || v[0] == '@'))
+  if (!v.empty() && (v[0] == '=' || v[0] == '+' || v[0] == '-' || v[0] == '@'))
     v.insert(v.begin(), '\'');
   if (v.find_first_of(",\"\r\n") == std::string::npos) return v;
   std::string out = "\"";
@@ -80,7 +80,7 @@ void AppendLogLines(const MsgRecord& rec, const std::string& station, std::vecto
     LogLine l = Line(answered || !reply ? rec.MsgDate() : replyTime, reply && !answered, "Received", false);
     // A received reply was written by the addressee of the message it answers.
     l.fromId = !routeId.empty() ? routeId : (reply && !answered ? rec.To() : rec.Fr());
-    l.fromNo = answered || routeId.empty() ? std::string() : routeNo;
+    l.fromNo = routeNo;
     l.toId = station;
     l.toNo = ourNo;
     l.subject = rec.Subj();
@@ -97,7 +97,7 @@ void AppendLogLines(const MsgRecord& rec, const std::string& station, std::vecto
   l.fromNo = ourNo;
   // A reply goes back to the sender of the message it answers.
   l.toId = !routeId.empty() ? routeId : (reply ? rec.Fr() : rec.To());
-  l.toNo = routeId.empty() ? std::string() : routeNo;
+  l.toNo = routeNo;
   l.subject = rec.Subj();
   out.push_back(std::move(l));
 }
@@ -137,8 +137,8 @@ std::string CommLogCsv(const std::vector<LogLine>& lines) {
     csv +=
         std::to_string(++n) + ',' + FormatDate(l.time, "yyyy-mm-dd") + ',' + FormatDate(l.time, "hh:nn:ss");
     for (const std::string* cell : {&l.fromId, &l.fromNo, &l.toId, &l.toNo, &l.subject})
-      csv += ',' + CsvField(*cell, true);
-    csv += std::string(",") + (l.reply ? "Yes" : "") + ',' + CsvField(l.status, false) + "\r\n";
+      csv += ',' + CsvField(*cell);
+    csv += std::string(",") + (l.reply ? "Yes" : "") + ',' + CsvField(l.status) + "\r\n";
   }
   return "\xEF\xBB\xBF" + Cp1252ToUtf8(csv);
 }

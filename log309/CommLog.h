@@ -22,8 +22,8 @@
 // second, so periods that meet count no message twice; a line without a date (0) is in
 // no period.
 // An empty identifier in a Route is stood in for by the other party's name on the form
-// (the addressee of a message we sent, the sender of one we received), its number left
-// empty; the number 0 means "none" and is left empty too.
+// (the addressee of a message we sent, the sender of one we received); the number 0
+// means "none" and is left empty.
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -74,9 +74,8 @@ std::string LogMessageText(const LogLine& line);
 
 // RFC 4180 text: UTF-8 with a byte-order mark (so spreadsheet programs take it as
 // UTF-8), a header row, CR LF line ends, fields quoted when they hold a comma, quote or
-// line break. Date and time in ISO 8601. A station text cell that begins like a formula
-// (= + - @) is prefixed with an apostrophe, so a spreadsheet shows it rather than
-// computing it.
+// line break. Date and time in ISO 8601. A cell that begins like a formula (= + - @) is
+// prefixed with an apostrophe, so a spreadsheet shows it rather than computing it.
 std::string CommLogCsv(const std::vector<LogLine>& lines);
 
 // Lines on one printed page, and the pages a log needs (an empty log is one page, so

@@ -33,115 +33,49 @@ struct Row {
   std::vector<std::string> lines;
 };
 
+constexpr auto L = Origin::Local, R = Origin::Received;
+constexpr auto M = Kind::Message, Re = Kind::Reply;
+
+// clang-format off
 const Row kRows[] = {
-    {Origin::Local,
-     Kind::Message,
-     Status::Sent,
-     "LOGISTICS:0",
-     At(6, 0),
-     0,
-     "Water for shelter",
+    {L, M, Status::Sent, "LOGISTICS:0", At(6, 0), 0, "Water for shelter",
      {"06:00:00 EOC-2#1 > LOGISTICS# Water for shelter"}},
-    {Origin::Local, Kind::Message, Status::Sent, "LOGISTICS:0", At(5, 59, 59), 0, "Too early", {}},
-    {Origin::Received,
-     Kind::Message,
-     Status::Unread,
-     "STAGING:17",
-     At(17, 59, 59),
-     0,
-     "Cots, \"large\" size",
+    {L, M, Status::Sent, "LOGISTICS:0", At(5, 59, 59), 0, "Too early", {}},
+    {R, M, Status::Unread, "STAGING : 17", At(17, 59, 59), 0, "Cots, \"large\" size",
      {"17:59:59 STAGING#17 > EOC-2#3 Cots, \"large\" size"}},
-    {Origin::Received, Kind::Message, Status::Read, "STAGING:18", At(18, 0), 0, "Too late", {}},
+    {R, M, Status::Read, "STAGING:18", At(18, 0), 0, "Too late", {}},
     // No route: the sender's name from the form stands in.
-    {Origin::Received,
-     Kind::Message,
-     Status::Read,
-     "",
-     At(9, 15),
-     0,
-     "Caf\xE9 needs power",
+    {R, M, Status::Read, "", At(9, 15), 0, "Caf\xE9 needs power",
      {"09:15:00 Shelter Manager# > EOC-2#5 Caf\xE9 needs power"}},
     // Our sent reply to a message received before the period: only the reply is in it.
-    {Origin::Local,
-     Kind::Reply,
-     Status::Sent,
-     "PLANNING:0",
-     At(5, 30),
-     At(10, 0),
-     "Road closures",
+    {L, Re, Status::Sent, "PLANNING:0", At(5, 30), At(10, 0), "Road closures",
      {"10:00:00 EOC-2#6 > PLANNING# Reply: Road closures"}},
     // A reply still a draft: the message it answers was received all the same.
-    {Origin::Local,
-     Kind::Reply,
-     Status::Draft,
-     "MEDICAL:0",
-     At(11, 0),
-     At(11, 30),
-     "Ambulance staging",
+    {L, Re, Status::Draft, "MEDICAL:0", At(11, 0), At(11, 30), "Ambulance staging",
      {"11:00:00 MEDICAL# > EOC-2#7 Ambulance staging",
       "+11:30:00 EOC-2#7 > MEDICAL# Reply: Ambulance staging [Draft]"}},
-    {Origin::Local,
-     Kind::Message,
-     Status::Draft,
-     "LOGISTICS:0",
-     At(12, 0),
-     0,
-     "Fuel order",
+    {L, M, Status::Draft, "LOGISTICS:0", At(12, 0), 0, "Fuel order",
      {"+12:00:00 EOC-2#8 > LOGISTICS# Fuel order [Draft]"}},
-    {Origin::Local,
-     Kind::Message,
-     Status::Abandoned,
-     "LOGISTICS:0",
-     At(12, 30),
-     0,
-     "Never finished",
-     {"+12:30:00 EOC-2#9 > LOGISTICS# Never finished [Abandoned]"}},
+    {L, M, Status::Abandoned, "LOGISTICS:0", At(12, 30), 0, "@all never finished",
+     {"+12:30:00 EOC-2#9 > LOGISTICS# @all never finished [Abandoned]"}},
     // A reply received: timed by the reply, though our message it answers is in the period too.
-    {Origin::Received,
-     Kind::Reply,
-     Status::Unread,
-     "LOGISTICS:4",
-     At(6, 0),
-     At(13, 0),
-     "Water for shelter",
+    {R, Re, Status::Unread, "LOGISTICS:4", At(6, 0), At(13, 0), "Water for shelter",
      {"13:00:00 LOGISTICS#4 > EOC-2#10 Reply: Water for shelter"}},
-    {Origin::Local,
-     Kind::Message,
-     Status::ReadyToSend,
-     "OPS:0",
-     At(14, 0),
-     0,
-     "Queued",
-     {"+14:00:00 EOC-2#11 > OPS# Queued [Ready, but not sent]"}},
-    {Origin::Local,
-     Kind::Message,
-     Status::Read,
-     "OPS:0",
-     At(15, 0),
-     0,
-     "Status report",
-     {"15:00:00 EOC-2#12 > OPS# Status report"}},
-    {Origin::Received, Kind::Message, Status::Deleted, "OPS:3", At(16, 0), 0, "Deleted", {}},
-    // No route: the addressee's name stands in.
-    {Origin::Local,
-     Kind::Message,
-     Status::Sent,
-     "",
-     At(16, 30),
-     0,
-     "=SUM(A1)",
-     {"16:30:00 EOC-2#14 > Finance Chief# =SUM(A1)"}},
-    {Origin::Local, Kind::Message, Status::Sent, "OPS:0", 0, 0, "No date", {}},
-    // A reply without a reply date keeps the message's.
-    {Origin::Received,
-     Kind::Reply,
-     Status::Read,
-     "OPS:9",
-     At(17, 0),
-     0,
-     "Status report",
-     {"17:00:00 OPS#9 > EOC-2#16 Reply: Status report"}},
+    {L, M, Status::ReadyToSend, "OPS:0", At(14, 0), 0, "-3 cots short",
+     {"+14:00:00 EOC-2#11 > OPS# -3 cots short [Ready, but not sent]"}},
+    {L, M, Status::Read, "OPS:0", At(15, 0), 0, "+2 generators",
+     {"15:00:00 EOC-2#12 > OPS# +2 generators"}},
+    {R, M, Status::Deleted, "OPS:3", At(16, 0), 0, "Deleted", {}},
+    // No route: the addressee's name stands in. The same second as #12: store order.
+    {L, M, Status::Sent, "", At(15, 0), 0, "=SUM(A1)",
+     {"15:00:00 EOC-2#14 > Finance Chief# =SUM(A1)"}},
+    {L, M, Status::Sent, "OPS:0", 0, 0, "No date", {}},
+    // A reply without a reply date keeps the message's; without a route it is named by its
+    // replier, the addressee of the message it answers.
+    {R, Re, Status::Read, "", At(17, 0), 0, "Status report",
+     {"17:00:00 Finance Chief# > EOC-2#16 Reply: Status report"}},
 };
+// clang-format on
 
 std::string Describe(const LogLine& l) {
   return FormatDate(l.time, "hh:nn:ss") + " " + l.fromId + "#" + l.fromNo + " > " + l.toId + "#" + l.toNo +
@@ -183,6 +117,19 @@ TEST_F(CommLogStore, EachRecordGivesItsLinesInTimeOrder) {
     for (const LogLine& l : SelectLogLines(all, kShift, unsent)) got.push_back(Describe(l));
     EXPECT_EQ(got, want);
   }
+  // A line without a date is in no period, not even one around the date 0.
+  EXPECT_TRUE(SelectLogLines(all, {-1, 1}, true).empty());
+}
+
+TEST(CommLogTime, OleDatesToTheSecond) {
+  EXPECT_EQ(OleSeconds(0), 0);
+  EXPECT_EQ(OleSeconds(1.5), 129600);
+  EXPECT_EQ(OleSeconds(-1.25), -64800);  // 29 Dec 1899, 06:00
+  EXPECT_EQ(OleSeconds(At(6, 0, 1)) - OleSeconds(At(6, 0)), 1);
+  // The page's Time column shows the day only when the period runs past midnight.
+  EXPECT_EQ(LogTimePattern(kShift), "hh:nn");
+  EXPECT_EQ(LogTimePattern({At(6, 0), At(24, 0)}), "hh:nn");
+  EXPECT_EQ(LogTimePattern({At(18, 0), At(30, 0)}), "dd-mmm hh:nn");
 }
 
 TEST_F(CommLogStore, CsvIsTheGoldenFile) {
@@ -217,6 +164,8 @@ TEST(CommLogPage, EveryPageHasTheHeaderAndLinesAreNumberedAcrossPages) {
     SCOPED_TRACE(c.lines);
     std::vector<LogLine> lines(c.lines);
     for (std::size_t i = 0; i < c.lines; ++i) lines[i].subject = "Line " + std::to_string(i + 1);
+    // A subject too long for its cell goes on in the same row.
+    if (!lines.empty()) lines.back().subject += " and a subject that runs on past its cell";
     test::FakePrinters printers;
     LogHeader header;
     header.period = kShift;
@@ -238,9 +187,13 @@ TEST(CommLogPage, EveryPageHasTheHeaderAndLinesAreNumberedAcrossPages) {
     // Every line once, under its own number, and the one past a full page on the next.
     for (std::size_t n = 1; n <= c.lines; ++n) {
       EXPECT_EQ(std::count(ops.begin(), ops.end(), "text " + std::to_string(n)), 1) << n;
-      EXPECT_EQ(at("text Line " + std::to_string(n)) < pageBreak, n <= kLogLinesPerPage) << n;
+      EXPECT_EQ(at("text Line " + std::to_string(n) +
+                   (n == c.lines ? " and a subject that runs on past" : "")) < pageBreak,
+                n <= kLogLinesPerPage)
+          << n;
     }
     EXPECT_EQ(std::count(ops.begin(), ops.end(), "text " + std::to_string(c.lines + 1)), 0);
+    if (c.lines > 0) EXPECT_EQ(ops[static_cast<std::size_t>(at("text its cell")) - 1], "x 125");
   }
 }
 
