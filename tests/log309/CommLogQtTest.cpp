@@ -140,7 +140,7 @@ TEST(CommLogDialogTest, DefaultsPreviewOutputsAndMemory) {
     m.rec().setOrigin(r.origin);
     m.rec().setKind(Kind::Message);
     m.rec().setStatus(r.status);
-    m.rec().setRoute("STAGING:7");
+    m.rec().setRoute(r.origin == Origin::Local ? "STAGING:0" : "STAGING:7");
     m.rec().setMsgDate(At(r.hour, 0));
     m.rec().setSubj("At " + std::to_string(r.hour));
     m.NewMsg();
