@@ -3,7 +3,7 @@
 // --data names another data directory (for training); a job runs without any window,
 // writes one file and ends.
 //
-// Exit codes: 0 done, 1 the store, the message or the output file failed, 2 bad
+// Exit codes: 0 done, 1 the store, the message or an output file failed, 2 bad
 // arguments. Every failure is one line on stderr, "velnor: <what went wrong>".
 #include <QStringList>
 #include <cstdint>
@@ -19,9 +19,9 @@ inline constexpr int kExitBadArguments = 2;
 struct CommandLine {
   enum class Action {
     Window,
-    // Jobs without a window. The ICS 309 communications log (--ics309 with --from and
-    // --to, to --pdf or --csv) is to be added here as a job of its own.
+    // Jobs without a window.
     PrintMessage,  // --print N --pdf FILE
+    CommLog,       // --ics309 [--from TIME] [--to TIME] [--pdf FILE] [--csv FILE], one file at least
     Help,
     Version,
     BadArguments,
@@ -30,6 +30,10 @@ struct CommandLine {
   std::optional<std::string> dataDir;  // --data, made absolute
   std::int32_t message = 0;            // --print
   std::string pdf;                     // --pdf, made absolute
+  std::string csv;                     // --csv, made absolute
+  // --from and --to as OLE dates. The period is 12 hours: up to --to, from --from, or up
+  // to now when neither is given.
+  std::optional<double> from, to;
   // Help and Version: the text for stdout. BadArguments: the reason, one line.
   std::string text;
 };

@@ -21,8 +21,8 @@ int Failed(const std::string& what) {
   return kExitFailed;
 }
 
-// The operator's date and time formats; the window's defaults when the file is missing or
-// unreadable (it is not created: this job writes nothing into the data directory).
+}  // namespace
+
 Settings ReadSettingsOnly(const std::string& file, EventLog& eventLog) {
   Settings s;
   try {
@@ -36,8 +36,6 @@ Settings ReadSettingsOnly(const std::string& file, EventLog& eventLog) {
 void QuietQt(QtMsgType type, const QMessageLogContext&, const QString& text) {
   if (type == QtCriticalMsg || type == QtFatalMsg) std::fprintf(stderr, "velnor: %s\n", qPrintable(text));
 }
-
-}  // namespace
 
 int PrintMessageToPdf(int& argc, char** argv, const CommandLine& cl, const FileLib::Environment& env,
                       EventLog& eventLog) {

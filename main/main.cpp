@@ -7,6 +7,7 @@
 #include "app/FileLib.h"
 #include "core/Clock.h"
 #include "editor/qt/FrmMessage.h"
+#include "main/CommLogJob.h"
 #include "main/CommandLine.h"
 #include "main/PrintJob.h"
 #include "platform/SyslogEventLog.h"
@@ -28,6 +29,7 @@ int main(int argc, char** argv) {
       std::fprintf(stderr, "velnor: %s\n", cl.text.c_str());
       return velnor::kExitBadArguments;
     case Action::PrintMessage:
+    case Action::CommLog:
     case Action::Window:
       break;
   }
@@ -35,6 +37,10 @@ int main(int argc, char** argv) {
   velnor::FileLib::Environment env = velnor::FileLib::Environment::FromProcess();
   env.dataDir = cl.dataDir;
   if (cl.action == Action::PrintMessage) return velnor::PrintMessageToPdf(argc, argv, cl, env, eventLog);
+  if (cl.action == Action::CommLog) {
+    const velnor::SystemClock clock;
+    return velnor::WriteCommLogFiles(argc, argv, cl, env, eventLog, clock);
+  }
 
   QApplication app(argc, argv);
   QApplication::setApplicationName("Velnor");

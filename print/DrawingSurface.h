@@ -40,6 +40,8 @@ class DrawingSurface {
   // Draws the text at the position, then moves to the next line: x = 0, y down by the
   // line height of the current font.
   virtual void printText(const std::string& text) = 0;
+  // Ends the page and starts the next one of the same job, position at the top.
+  virtual void newPage() = 0;
   // Closes the page and hands the job to the printer.
   virtual void endDocument() = 0;
 };

@@ -263,6 +263,7 @@ void FrmMessage::BuildMenus() {
   file->addSeparator();
   QAction* print = action(file, "mnuPrint", "&Print...");
   QAction* printSetup = action(file, "mnuPrintSetup", "Print Set&up...");
+  QAction* commLog = action(file, "mnuCommLog", "Communications &Log (ICS 309)...");
   file->addSeparator();
   QAction* exit = action(file, "mnuExit", "&Exit");
 
@@ -291,6 +292,7 @@ void FrmMessage::BuildMenus() {
   connect(save, &QAction::triggered, this, [this] { if (m_editor) m_editor->cmdSave_Click(); });
   connect(print, &QAction::triggered, this, [this] { mnuPrint_Click(); });
   connect(printSetup, &QAction::triggered, this, [this] { mnuPrintSetup_Click(); });
+  connect(commLog, &QAction::triggered, this, [this] { mnuCommLog_Click(); });
   connect(exit, &QAction::triggered, this, [this] { close(); });
   connect(properties, &QAction::triggered, this, [this] { mnuProperties_Click(); });
   connect(identifier, &QAction::triggered, this, [this] { if (m_editor) m_editor->mnuIdentifier_Click(); });

@@ -136,6 +136,7 @@ class FrmMessage : public QMainWindow, public EditorView, public LinkHost, publi
   void tmrClock_Timer();
   void mnuPrint_Click();
   void mnuPrintSetup_Click();
+  void mnuCommLog_Click();
   void mnuProperties_Click();
   void mnuAbout_Click();
   void WriteLog(const std::string& line);

@@ -4,6 +4,7 @@
 #include <QCloseEvent>
 #include <QGroupBox>
 #include <QLabel>
+#include <QSettings>
 #include <QTimer>
 
 #include "app/SessionLog.h"
@@ -18,6 +19,7 @@
 #include "format/Decoder.h"
 #include "format/Encoder.h"
 #include "link/PmLink.h"
+#include "log309/qt/CommLogDialog.h"
 #include "platform/Dialogs.h"
 #include "print/IcsPrint.h"
 #include "print/PmGlobal.h"
@@ -274,6 +276,17 @@ void FrmMessage::mnuPrint_Click() {
 
 void FrmMessage::mnuPrintSetup_Click() {
   Guard("mnuPrintSetup_Click", [&] { PrintSetup(m_deps.printers); });
+}
+
+void FrmMessage::mnuCommLog_Click() {
+  Guard("mnuCommLog_Click", [&] {
+    if (m_dataPath.empty()) return;
+    // Window state and preferences of our own live beside velnor.ini's fixed lines, never in them.
+    QSettings memory("velnor", "velnor");
+    CommLogDialog dialog(this, {m_dataPath, m_deps.eventLog, m_settings, m_deps.clock, m_deps.printers,
+                                m_deps.dialogs, memory, ProgramVersion(), {}});
+    dialog.exec();
+  });
 }
 
 void FrmMessage::mnuProperties_Click() {

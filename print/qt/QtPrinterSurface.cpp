@@ -108,6 +108,13 @@ void QtPrinterSurface::printText(const std::string& text) {
   m_y += metrics.height() / (m_dotsPerMm * m_scale);
 }
 
+void QtPrinterSurface::newPage() {
+  if (!m_painter.isActive()) throw DrawError("the page is closed");
+  if (!m_printer.newPage()) throw DrawError("cannot start a new page");
+  m_x = 0;
+  m_y = 0;
+}
+
 void QtPrinterSurface::endDocument() {
   if (!m_painter.isActive()) throw DrawError("the page is closed");
   if (!m_painter.end()) throw DrawError("cannot finish the print job");

@@ -27,6 +27,7 @@ class QtPrinterSurface : public DrawingSurface {
   void setPosition(double x, double y) override;
   void setCurrentX(double x) override;
   void printText(const std::string& text) override;
+  void newPage() override;
   void endDocument() override;
 
  private:

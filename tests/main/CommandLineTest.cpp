@@ -1,8 +1,9 @@
 // velnor's command line, run as the built program: each option, the exit codes with one
-// line per failure, and a stored message printed to PDF from a data directory named on
-// the command line.
+// line per failure, a stored message printed to PDF and a day's communications log
+// written from a data directory named on the command line.
 #include <gtest/gtest.h>
 
+#include <QFile>
 #include <QProcess>
 #include <filesystem>
 
@@ -45,6 +46,11 @@ Result Velnor(const QStringList& args, const TempDir& dir) {
   return r;
 }
 
+std::string ReadFile(const std::string& path) {
+  QFile f(QString::fromStdString(path));
+  return f.open(QIODevice::ReadOnly) ? f.readAll().toStdString() : "";
+}
+
 std::string PdfText(const std::string& path) {
   QProcess p;
   p.start("pdftotext", {"-layout", QString::fromStdString(path), "-"});
@@ -83,7 +89,7 @@ void MakeStation(const std::string& dataPath) {
   }
 }
 
-TEST(VelnorCommandLine, OptionsExitCodesAndPrintToPdf) {
+TEST(VelnorCommandLine, OptionsExitCodesPrintToPdfAndCommLog) {
   TempDir dir;
   MakeStation(dir.file("station"));
   const std::string store = dir.file("station/velnor.odb"), empty = dir.file("empty");
@@ -114,6 +120,21 @@ TEST(VelnorCommandLine, OptionsExitCodesAndPrintToPdf) {
        1,
        "",
        dir.file("no/x.pdf") + " could not be"},
+      {{"--data", "station", "--ics309", "--from", "2026-03-12T00:00", "--to", "2026-03-13 00:00", "--csv",
+        "log.csv", "--pdf", "log.pdf"},
+       0,
+       "",
+       ""},
+      {{"--ics309", "--from", "yesterday", "--csv", "x.csv"}, 2, "", "--from takes a date and time"},
+      {{"--ics309", "--from", "2026-03-13", "--to", "2026-03-13", "--csv", "x.csv"},
+       2,
+       "",
+       "the period ends before"},
+      {{"--ics309"}, 2, "", "--ics309 needs --pdf FILE or --csv FILE"},
+      {{"--to", "2026-03-13", "--csv", "x.csv"}, 2, "", "--to goes with --ics309"},
+      {{"--ics309", "--print", "2", "--pdf", "x.pdf"}, 2, "", "--print and --ics309 are two jobs"},
+      {{"--data", "empty", "--ics309", "--csv", "x.csv"}, 1, "", "no message store " + empty},
+      {{"--data", "station", "--ics309", "--csv", "no/x.csv"}, 1, "", dir.file("no/x.csv") + " could not be"},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.args.join(' ').toStdString());
@@ -137,6 +158,15 @@ TEST(VelnorCommandLine, OptionsExitCodesAndPrintToPdf) {
     EXPECT_NE(page.find(want), std::string::npos) << want << " in\n" << page;
   EXPECT_EQ(page.find("Subject 1"), std::string::npos);
   EXPECT_EQ(page.find("Subject 3"), std::string::npos);
+  // The day's log: the message of that day alone, without a route, named by its sender.
+  EXPECT_EQ(ReadFile(dir.file("log.csv")),
+            "\xEF\xBB\xBFNo,Date,Time,From Call Sign/ID,From Msg #,To Call Sign/ID,To Msg "
+            "#,Subject,Reply,Status\r\n"
+            "1,2026-03-12,09:30:00,Operations,,LOCAL,2,Subject 2,,Received\r\n");
+  const std::string logPage = PdfText(dir.file("log.pdf"));
+  for (const char* want :
+       {"COMMUNICATIONS LOG (ICS 309)", "2026-03-12", "Operations", "LOCAL", "Subject 2", "Page 1 of 1"})
+    EXPECT_NE(logPage.find(want), std::string::npos) << want << " in\n" << logPage;
   // Printing reads the data directory and writes nothing there: no store is created in an
   // empty one, and the message printed keeps its status.
   EXPECT_TRUE(fs::is_empty(empty));
@@ -146,6 +176,7 @@ TEST(VelnorCommandLine, OptionsExitCodesAndPrintToPdf) {
   ASSERT_TRUE(stored.Load(2));
   EXPECT_EQ(stored.rec().Status(), Status::Unread);
   EXPECT_FALSE(fs::exists(dir.file("x.pdf")));
+  EXPECT_FALSE(fs::exists(dir.file("x.csv")));
 }
 
 }  // namespace

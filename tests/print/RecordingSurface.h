@@ -28,6 +28,7 @@ class RecordingSurface : public DrawingSurface {
   void setPosition(double x, double y) override { add("pos", x, y); }
   void setCurrentX(double x) override { add("x", x); }
   void printText(const std::string& text) override { add("text " + text); }
+  void newPage() override { add("page"); }
   void endDocument() override {
     if (m_failEnd) throw std::runtime_error("job refused");
     add("end");

@@ -1,0 +1,201 @@
+// The communications log from a store: which records give which lines across the edges of
+// the period, the CSV of them byte for byte, the cells of the page and its paging.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "core/DateTime.h"
+#include "core/EventLog.h"
+#include "log309/CommLog.h"
+#include "log309/CommLogPrint.h"
+#include "store/IcsMsg.h"
+#include "tests/print/RecordingSurface.h"
+#include "tests/store/StoreFiles.h"
+
+namespace velnor {
+namespace {
+
+double At(int hour, int minute, int second = 0) { return ToOleDate({2026, 11, 19, hour, minute, second}); }
+
+const LogPeriod kShift{At(6, 0), At(18, 0)};
+constexpr const char* kStation = "EOC-2";
+
+// A record of the store, numbered in table order from 1, and the lines it must give: "+"
+// before a line that shows only when messages not sent are asked for.
+struct Row {
+  Origin origin;
+  Kind kind;
+  Status status;
+  const char* route;
+  double date, repDate;
+  const char* subject;
+  std::vector<std::string> lines;
+};
+
+constexpr auto L = Origin::Local, R = Origin::Received;
+constexpr auto M = Kind::Message, Re = Kind::Reply;
+
+// clang-format off
+const Row kRows[] = {
+    {L, M, Status::Sent, "LOGISTICS:0", At(6, 0), 0, "Water for shelter",
+     {"06:00:00 EOC-2#1 > LOGISTICS# Water for shelter"}},
+    {L, M, Status::Sent, "LOGISTICS:0", At(5, 59, 59), 0, "Too early", {}},
+    {R, M, Status::Unread, "STAGING : 17", At(17, 59, 59), 0, "Cots, \"large\" size",
+     {"17:59:59 STAGING#17 > EOC-2#3 Cots, \"large\" size"}},
+    {R, M, Status::Read, "STAGING:18", At(18, 0), 0, "Too late", {}},
+    // No route: the sender's name from the form stands in.
+    {R, M, Status::Read, "", At(9, 15), 0, "Caf\xE9 needs power",
+     {"09:15:00 Shelter Manager# > EOC-2#5 Caf\xE9 needs power"}},
+    // Our sent reply to a message received before the period: only the reply is in it.
+    {L, Re, Status::Sent, "PLANNING:0", At(5, 30), At(10, 0), "Road closures",
+     {"10:00:00 EOC-2#6 > PLANNING# Reply: Road closures"}},
+    // A reply still a draft: the message it answers was received all the same.
+    {L, Re, Status::Draft, "MEDICAL:0", At(11, 0), At(11, 30), "Ambulance staging",
+     {"11:00:00 MEDICAL# > EOC-2#7 Ambulance staging",
+      "+11:30:00 EOC-2#7 > MEDICAL# Reply: Ambulance staging [Draft]"}},
+    {L, M, Status::Draft, "LOGISTICS:0", At(12, 0), 0, "Fuel order",
+     {"+12:00:00 EOC-2#8 > LOGISTICS# Fuel order [Draft]"}},
+    {L, M, Status::Abandoned, "LOGISTICS:0", At(12, 30), 0, "@all never finished",
+     {"+12:30:00 EOC-2#9 > LOGISTICS# @all never finished [Abandoned]"}},
+    // A reply received: timed by the reply, though our message it answers is in the period too.
+    {R, Re, Status::Unread, "LOGISTICS:4", At(6, 0), At(13, 0), "Water for shelter",
+     {"13:00:00 LOGISTICS#4 > EOC-2#10 Reply: Water for shelter"}},
+    {L, M, Status::ReadyToSend, "OPS:0", At(14, 0), 0, "-3 cots short",
+     {"+14:00:00 EOC-2#11 > OPS# -3 cots short [Ready, but not sent]"}},
+    {L, M, Status::Read, "OPS:0", At(15, 0), 0, "+2 generators",
+     {"15:00:00 EOC-2#12 > OPS# +2 generators"}},
+    {R, M, Status::Deleted, "OPS:3", At(16, 0), 0, "Deleted", {}},
+    // No route: the addressee's name stands in. The same second as #12: store order.
+    {L, M, Status::Sent, "", At(15, 0), 0, "=SUM(A1)",
+     {"15:00:00 EOC-2#14 > Finance Chief# =SUM(A1)"}},
+    {L, M, Status::Sent, "OPS:0", 0, 0, "No date", {}},
+    // A reply without a reply date keeps the message's; without a route it is named by its
+    // replier, the addressee of the message it answers.
+    {R, Re, Status::Read, "", At(17, 0), 0, "Status report",
+     {"17:00:00 Finance Chief# > EOC-2#16 Reply: Status report"}},
+};
+// clang-format on
+
+std::string Describe(const LogLine& l) {
+  return FormatDate(l.time, "hh:nn:ss") + " " + l.fromId + "#" + l.fromNo + " > " + l.toId + "#" + l.toNo +
+         " " + LogMessageText(l);
+}
+
+class CommLogStore : public testing::StoreTest {
+ protected:
+  CommLogStore() {
+    for (const Row& row : kRows) {
+      IcsMsg m(dir.path(), log);
+      MsgRecord& r = m.rec();
+      r.setOrigin(row.origin);
+      r.setKind(row.kind);
+      r.setStatus(row.status);
+      r.setRoute(row.route);
+      r.setMsgDate(row.date);
+      r.setRepDate(row.repDate);
+      r.setSubj(row.subject);
+      r.setTo("Finance Chief");
+      r.setFr("Shelter Manager");
+      m.NewMsg();
+    }
+    IcsMsg store(dir.path(), log);
+    all = ReadLogLines(store, kStation);
+  }
+  std::vector<LogLine> all;
+};
+
+TEST_F(CommLogStore, EachRecordGivesItsLinesInTimeOrder) {
+  for (const bool unsent : {false, true}) {
+    SCOPED_TRACE(unsent ? "with messages not sent" : "sent and received only");
+    std::vector<std::string> want;
+    for (const Row& row : kRows)
+      for (const std::string& line : row.lines)
+        if (line[0] != '+' || unsent) want.push_back(line[0] == '+' ? line.substr(1) : line);
+    std::sort(want.begin(), want.end());
+    std::vector<std::string> got;
+    for (const LogLine& l : SelectLogLines(all, kShift, unsent)) got.push_back(Describe(l));
+    EXPECT_EQ(got, want);
+  }
+  // A line without a date is in no period, not even one around the date 0.
+  EXPECT_TRUE(SelectLogLines(all, {-1, 1}, true).empty());
+}
+
+TEST(CommLogTime, OleDatesToTheSecond) {
+  EXPECT_EQ(OleSeconds(0), 0);
+  EXPECT_EQ(OleSeconds(1.5), 129600);
+  EXPECT_EQ(OleSeconds(-1.25), -64800);  // 29 Dec 1899, 06:00
+  EXPECT_EQ(OleSeconds(At(6, 0, 1)) - OleSeconds(At(6, 0)), 1);
+  // The page's Time column shows the day only when the period runs past midnight.
+  EXPECT_EQ(LogTimePattern(kShift), "hh:nn");
+  EXPECT_EQ(LogTimePattern({At(6, 0), At(24, 0)}), "hh:nn");
+  EXPECT_EQ(LogTimePattern({At(18, 0), At(30, 0)}), "dd-mmm hh:nn");
+}
+
+TEST_F(CommLogStore, CsvIsTheGoldenFile) {
+  const std::string csv = CommLogCsv(SelectLogLines(all, kShift, true));
+  if (const char* keep = std::getenv("VELNOR_WRITE_GOLDEN")) testing::WriteFile(keep, csv);
+  EXPECT_EQ(csv, testing::ReadFile(VELNOR_LOG309_GOLDEN));
+}
+
+TEST(CommLogPage, CellsWrapAtWordsAndCutWhatIsLeft) {
+  struct Case {
+    std::string text;
+    std::size_t width;
+    std::vector<std::string> lines;
+  };
+  const Case cases[] = {
+      {"", 5, {""}},
+      {"Water for shelter", 17, {"Water for shelter"}},
+      {"Water for shelter", 16, {"Water for", "shelter"}},
+      {"Water  for   shelter now", 9, {"Water for", "shelte..."}},
+      {"ABCDEFGHIJ", 5, {"ABCDE", "FGHIJ"}},
+      {"ABCDEFGHIJK", 5, {"ABCDE", "FG..."}},
+  };
+  for (const Case& c : cases)
+    EXPECT_EQ(CellLines(c.text, c.width, 2), c.lines) << c.text << " in " << c.width;
+}
+
+TEST(CommLogPage, EveryPageHasTheHeaderAndLinesAreNumberedAcrossPages) {
+  struct Case {
+    std::size_t lines, pages;
+  };
+  for (const Case c : {Case{0, 1}, Case{kLogLinesPerPage, 1}, Case{kLogLinesPerPage + 1, 2}}) {
+    SCOPED_TRACE(c.lines);
+    std::vector<LogLine> lines(c.lines);
+    for (std::size_t i = 0; i < c.lines; ++i) lines[i].subject = "Line " + std::to_string(i + 1);
+    // A subject too long for its cell goes on in the same row.
+    if (!lines.empty()) lines.back().subject += " and a subject that runs on past its cell";
+    test::FakePrinters printers;
+    LogHeader header;
+    header.period = kShift;
+    PrintCommLog(printers, header, lines);
+    const std::vector<std::string>& ops = printers.ops;
+    EXPECT_EQ(printers.surfacesOpened, 1);
+    ASSERT_EQ(ops.back(), "end");
+    EXPECT_EQ(std::count(ops.begin(), ops.end(), "page"), static_cast<long>(c.pages - 1));
+    EXPECT_EQ(std::count(ops.begin(), ops.end(), "text COMMUNICATIONS LOG (ICS 309)"),
+              static_cast<long>(c.pages));
+    const auto at = [&](const std::string& op) {
+      return std::find(ops.begin(), ops.end(), op) - ops.begin();
+    };
+    const auto pageBreak = at("page");
+    for (std::size_t p = 1; p <= c.pages; ++p) {
+      const auto footer = at("text Page " + std::to_string(p) + " of " + std::to_string(c.pages));
+      EXPECT_EQ(footer < pageBreak, p == 1) << p;
+    }
+    // Every line once, under its own number, and the one past a full page on the next.
+    for (std::size_t n = 1; n <= c.lines; ++n) {
+      EXPECT_EQ(std::count(ops.begin(), ops.end(), "text " + std::to_string(n)), 1) << n;
+      EXPECT_EQ(at("text Line " + std::to_string(n) +
+                   (n == c.lines ? " and a subject that runs on past" : "")) < pageBreak,
+                n <= kLogLinesPerPage)
+          << n;
+    }
+    EXPECT_EQ(std::count(ops.begin(), ops.end(), "text " + std::to_string(c.lines + 1)), 0);
+    if (c.lines > 0) EXPECT_EQ(ops[static_cast<std::size_t>(at("text its cell")) - 1], "x 125");
+  }
+}
+
+}  // namespace
+}  // namespace velnor
