@@ -1,10 +1,8 @@
 #include "store/IcsMsg.h"
 
 #include <fcntl.h>
-#include <linux/magic.h>
 #include <sys/file.h>
 #include <sys/stat.h>
-#include <sys/vfs.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -19,6 +17,7 @@
 
 #include "core/EventLog.h"
 #include "core/VError.h"
+#include "store/StoreIndex.h"
 
 namespace velnor {
 namespace {
@@ -59,22 +58,6 @@ bool TimeNs(const timespec& ts, std::int64_t& out) {
   if (ts.tv_sec > limit || ts.tv_sec < -limit) return false;
   out = static_cast<std::int64_t>(ts.tv_sec) * kNsPerSec + ts.tv_nsec;
   return true;
-}
-
-// Local file systems stamped by this kernel's clock with 1 ns or 1 s granularity.
-bool TimesFromThisKernel(int fd) {
-  struct statfs fs {};
-  if (::fstatfs(fd, &fs) != 0) return false;
-  switch (static_cast<unsigned long>(fs.f_type)) {
-    case EXT4_SUPER_MAGIC:
-    case XFS_SUPER_MAGIC:
-    case BTRFS_SUPER_MAGIC:
-    case TMPFS_MAGIC:
-    case F2FS_SUPER_MAGIC:
-      return true;
-    default:
-      return false;
-  }
 }
 
 std::int64_t RecCountFor(off_t size) {
@@ -214,27 +197,85 @@ class StoreFile {
 
 // Walks records 2..RecCount in chunks for the first whose MsgNo is number; into ends
 // holding that record, or the last one read. Returns its index, or 0. The 16-bit walk of
-// Load and Update cannot go past record 32767.
-std::int64_t FindRecord(const StoreFile& f, std::int32_t number, MsgRecord& into, const std::string& source) {
+// Load and Update cannot go past record 32767. With an index to fill, the walk reads every
+// record, and into ends as it would have.
+std::int64_t FindRecord(const StoreFile& f, std::int32_t number, MsgRecord& into, const std::string& source,
+                        StoreIndex* fill) {
   const std::int64_t n = f.recCount();
   if (n >= 32768) throw Overflow(source);
-  if (n < 2) return 0;
-  std::vector<unsigned char> buf(static_cast<std::size_t>(std::min(kChunkRecords, n - 1)) * kRec);
-  for (std::int64_t r = 2; r <= n;) {
-    const std::int64_t k = std::min(kChunkRecords, n - r + 1);
-    f.readRecords(r, k, buf.data(), source);
-    for (std::int64_t i = 0; i < k; ++i) {
-      const unsigned char* rec = buf.data() + static_cast<std::size_t>(i) * kRec;
-      if (MsgNoOf(rec) == number || r + i == n) {
-        std::memcpy(into.image().data(), rec, kRec);
-        if (MsgNoOf(rec) == number) return r + i;
+  std::int64_t found = 0;
+  if (n >= 2) {
+    std::vector<unsigned char> buf(static_cast<std::size_t>(std::min(kChunkRecords, n - 1)) * kRec);
+    for (std::int64_t r = 2; r <= n;) {
+      const std::int64_t k = std::min(kChunkRecords, n - r + 1);
+      f.readRecords(r, k, buf.data(), source);
+      for (std::int64_t i = 0; i < k; ++i) {
+        const unsigned char* rec = buf.data() + static_cast<std::size_t>(i) * kRec;
+        const std::int32_t no = MsgNoOf(rec);
+        if (fill) fill->Walked(no);
+        if (found == 0 && (no == number || r + i == n)) {
+          std::memcpy(into.image().data(), rec, kRec);
+          if (no == number) found = r + i;
+          if (found != 0 && !fill) return found;
+        }
       }
+      r += k;
     }
-    r += k;
   }
-  if (n == 32767) throw Overflow(source);
-  return 0;
+  if (fill) fill->EndWalk(f.fd());
+  if (found == 0 && n == 32767) throw Overflow(source);
+  return found;
 }
+
+// FindRecord's answer, through the file's index when it provably describes the file: one
+// record read instead of the walk. index: the index, when the caller's writes can follow.
+std::int64_t Locate(const StoreFile& f, std::int32_t number, MsgRecord& into, const std::string& source,
+                    StoreIndex*& index, std::int64_t& walks) {
+  const std::int64_t n = f.recCount();
+  if (n >= 32768) throw Overflow(source);
+  index = StoreIndex::Trusted(f.lockedStat());
+  if (index) {
+    const std::int64_t at = index->Find(number);
+    if (at == 0) {
+      if (n >= 2) f.readRecords(n, 1, into.image().data(), source);
+      if (n == 32767) throw Overflow(source);
+      return 0;
+    }
+    f.readRecords(at, 1, into.image().data(), source);
+    if (MsgNoOf(into.image().data()) == number) return at;
+    // The file says otherwise: it changed in a way nothing reported.
+    index->Forget();
+  }
+  ++walks;
+  index = StoreIndex::Rebuild(f.fd(), f.lockedStat());
+  return FindRecord(f, number, into, source, index);
+}
+
+// Writes whole records under the lock and lets the file's index, if trusted, follow them.
+class FollowedWrite {
+ public:
+  explicit FollowedWrite(StoreIndex* index) : m_index(index) {}
+  void record(StoreFile& f, std::int64_t at, const MsgRecord& rec, const std::string& source) {
+    begin();
+    f.writeRecord(at, rec.image().data(), source);
+    if (m_index) m_index->Wrote(at, rec.MsgNo());
+  }
+  void header(StoreFile& f, const MsgRecord& header, const std::string& source) {
+    begin();
+    f.writeRecord(1, header.image().data(), source);
+  }
+  void done(const StoreFile& f) {
+    if (m_index && m_begun) m_index->EndWrite(f.fd());
+  }
+
+ private:
+  void begin() {
+    if (m_index && !m_begun) m_index->BeginWrite();
+    m_begun = true;
+  }
+  StoreIndex* m_index;
+  bool m_begun = false;
+};
 
 void DirSync(const std::string& dir) {
   const int dfd = ::open(dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
@@ -271,7 +312,8 @@ void IcsMsg::rethrow(const char* op) {
 bool IcsMsg::Load(std::int32_t number) {
   try {
     StoreFile f(m_storeFile, m_header);
-    return FindRecord(f, number, m_current, "PmMsg:Load") != 0;
+    StoreIndex* index = nullptr;
+    return Locate(f, number, m_current, "PmMsg:Load", index, m_walks) != 0;
   } catch (...) {
     rethrow("Load");
   }
@@ -280,8 +322,10 @@ bool IcsMsg::Load(std::int32_t number) {
 void IcsMsg::Add() {
   try {
     StoreFile f(m_storeFile, m_header);
+    FollowedWrite w(StoreIndex::Trusted(f.lockedStat()));
     f.grow();
-    f.writeRecord(f.recCount(), m_current.image().data(), "PmMsg:Add");
+    w.record(f, f.recCount(), m_current, "PmMsg:Add");
+    w.done(f);
   } catch (...) {
     rethrow("Add");
   }
@@ -290,6 +334,7 @@ void IcsMsg::Add() {
 short IcsMsg::NewMsg() {
   // One lock from reading the counter to appending, so two processes never share a number.
   StoreFile f(m_storeFile, m_header);
+  FollowedWrite w(StoreIndex::Trusted(f.lockedStat()));
   f.readRecords(1, 1, m_header.image().data(), "PmMsg:ReadHeader");
   const std::int32_t counter = m_header.MsgNo();
   if (counter == 2147483647) throw Overflow("PmMsg:NewMsg");
@@ -297,7 +342,7 @@ short IcsMsg::NewMsg() {
   // finished: it is completed as a new store's header, keeping whatever counter it shows.
   if (f.size() < static_cast<off_t>(kRec)) m_header = NewHeader(counter);
   m_header.setMsgNo(counter + 1);
-  f.writeRecord(1, m_header.image().data(), "PmMsg:WriteHeader");
+  w.header(f, m_header, "PmMsg:WriteHeader");
   m_current.setMsgNo(counter + 1);
   m_current.setKeepLocal(0);
   try {
@@ -305,7 +350,8 @@ short IcsMsg::NewMsg() {
     // long: the message goes after the header, never over it.
     f.recount();
     f.grow();
-    f.writeRecord(f.recCount(), m_current.image().data(), "PmMsg:Add");
+    w.record(f, f.recCount(), m_current, "PmMsg:Add");
+    w.done(f);
   } catch (...) {
     rethrow("Add");
   }
@@ -318,8 +364,12 @@ short IcsMsg::NewMsg() {
 void IcsMsg::Update(std::int32_t number) {
   try {
     StoreFile f(m_storeFile, m_header);
-    const std::int64_t at = FindRecord(f, number, m_scan, "PmMsg:Update");
-    if (at != 0) f.writeRecord(at, m_current.image().data(), "PmMsg:Update");
+    StoreIndex* index = nullptr;
+    const std::int64_t at = Locate(f, number, m_scan, "PmMsg:Update", index, m_walks);
+    if (at == 0) return;
+    FollowedWrite w(index);
+    w.record(f, at, m_current, "PmMsg:Update");
+    w.done(f);
   } catch (...) {
     rethrow("Update");
   }
@@ -329,6 +379,7 @@ bool IcsMsg::UpdateListed(const MsgRecord& listed) {
   const std::string source = "PmMsg:UpdateListed";
   try {
     StoreFile f(m_storeFile, m_header);
+    FollowedWrite w(StoreIndex::Trusted(f.lockedStat()));
     const std::int64_t n = f.recCount();
     const auto holdsListed = [&](std::int64_t at) {
       f.readRecords(at, 1, m_scan.image().data(), source);
@@ -339,7 +390,8 @@ bool IcsMsg::UpdateListed(const MsgRecord& listed) {
       if (r != m_listPos && holdsListed(r)) at = r;
     }
     if (at == 0) return false;
-    f.writeRecord(at, m_current.image().data(), source);
+    w.record(f, at, m_current, source);
+    w.done(f);
     return true;
   } catch (...) {
     rethrow("UpdateListed");
@@ -387,6 +439,7 @@ void IcsMsg::DeleteOne(std::int32_t number) {
     step(3);
     // One atomic step: readers see the old store or the new one, never neither.
     ++g_storeWrites;
+    StoreIndex::Drop(f.lockedStat());
     if (::rename(tmp.c_str(), m_storeFile.c_str()) != 0) throw ErrnoError(errno, source);
     tmpMade = false;
     DirSync(m_dataPath);
@@ -470,8 +523,9 @@ bool IcsMsg::GetList() {
     FileState state;
     const struct stat& st = f.lockedStat();
     const std::int64_t nowNs = m_fileClock ? m_fileClock() : ClockNs(CLOCK_REALTIME);
-    bool trusted = !f.wroteHeader() && StateOf(st, state.dev, state.ino, state.size, state.mtimeNs, state.ctimeNs) &&
-                         FileStateSettled(state.ctimeNs, nowNs, CoarseTickNs()) && TimesFromThisKernel(f.fd());
+    bool trusted = !f.wroteHeader() &&
+                   StateOf(st, state.dev, state.ino, state.size, state.mtimeNs, state.ctimeNs) &&
+                   FileStateSettled(state.ctimeNs, nowNs, CoarseTickNs()) && LocalKernelFileSystem(f.fd());
     std::int64_t count = 1;
     Fd watch;
     if (trusted) {

@@ -20,6 +20,12 @@
 // on a file shorter than one record writes a whole header (marker, the counter it found)
 // and appends after it.
 //
+// Load and Update find a number through this process's index of the file (StoreIndex.h):
+// one record read, with the answer the walk from the start would give, as long as the
+// index provably describes the file; otherwise they walk the whole file and rebuild it.
+// The writes of store objects of this process keep it up to date; DeleteOne, which
+// replaces the file, drops it.
+//
 // A ResetList/GetList walk reads ahead: GetList keeps a block of the records after the one
 // it returns, with the file's state (device, inode, size, mtime, ctime, mode, owner) as
 // seen under the lock when the block was read, and a descriptor of that file opened
@@ -105,6 +111,8 @@ class IcsMsg {
   void setFileClock(std::function<std::int64_t()> nowNs) { m_fileClock = std::move(nowNs); }
   // How many times GetList opened and read the store (the rest came from its block).
   std::int64_t listFileReads() const { return m_listFileReads; }
+  // How many times Load and Update walked the file (the rest went through the index).
+  std::int64_t walks() const { return m_walks; }
 
   // True when a block read at nowNs, of a file whose ctime was ctimeNs, may be trusted:
   // any later change of the file is then bound to get a newer ctime. tickNs is the
@@ -155,6 +163,7 @@ class IcsMsg {
   ListBlock m_block;
   std::function<std::int64_t()> m_fileClock;
   std::int64_t m_listFileReads = 0;
+  std::int64_t m_walks = 0;
 };
 
 }  // namespace velnor

@@ -1,5 +1,6 @@
 // Several processes on one store: numbering under contention, a DeleteOne killed at any
-// point, and a waiter whose store was replaced while it waited for the lock.
+// point, a waiter whose store was replaced while it waited for the lock, and Load and
+// Update through the index while others change the file.
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/file.h>
@@ -122,6 +123,105 @@ TEST_F(IcsMsgProcesses, WaiterFollowsAStoreReplacedWhileItWaited) {
   const std::string bytes = ReadFile(store());
   EXPECT_EQ(GetI32(bytes, 0), 8);
   EXPECT_EQ(NumbersIn(bytes), (std::vector<std::int32_t>{5, 6, 7, 8}));
+}
+
+// The first record holding number, or (not found) the last record, as a walk of bytes
+// finds them.
+struct Walked {
+  bool found = false;
+  std::size_t at = 0;  // byte offset of that record
+};
+Walked WalkFor(const std::string& bytes, std::int32_t number) {
+  Walked w;
+  for (std::size_t at = kRecLen; at + kRecLen <= bytes.size(); at += kRecLen) {
+    w.at = at;
+    if (GetI32(bytes, at) == number) {
+      w.found = true;
+      break;
+    }
+  }
+  return w;
+}
+
+// Between two of our calls another process changes the store, right after our own write:
+// whatever the index held, Load and Update answer as the walk of the file as it is now.
+TEST_F(IcsMsgProcesses, IndexedLoadAndUpdateAnswerAsTheWalkWhateverChangedBetweenCalls) {
+  const auto poke = [&](std::int64_t record, const std::string& bytes) {
+    const int fd = ::open(store().c_str(), O_WRONLY);
+    ASSERT_EQ(::pwrite(fd, bytes.data(), bytes.size(),
+                       static_cast<off_t>(record - 1) * static_cast<off_t>(kRecLen)),
+              static_cast<ssize_t>(bytes.size()));
+    ::close(fd);
+  };
+  const auto velnor = [&](std::function<void(IcsMsg&)> op) {
+    ASSERT_EQ(WaitFor(Spawn([&] {
+                IcsMsg other(dir.path(), log);
+                op(other);
+              })),
+              0);
+  };
+  // Our store before the change: 8, 2, 3, 4, 5, 6, after our own renumbering writes.
+  const struct {
+    const char* change;
+    std::function<void()> make;
+  } cases[] = {
+      {"nothing", [] {}},
+      {"appends", [&] { poke(8, MessageRecord(7)); }},
+      {"appends a duplicate", [&] { poke(8, MessageRecord(2, "second two")); }},
+      {"rewrites an earlier record with a later number", [&] { poke(3, MessageRecord(4, "earlier four")); }},
+      {"rewrites an indexed record with another number", [&] { poke(5, MessageRecord(9, "was four")); }},
+      {"shrinks the store", [&] { ASSERT_EQ(::truncate(store().c_str(), 4 * kRecLen), 0); }},
+      {"a Velnor renumbers a record in place",
+       [&] {
+         velnor([](IcsMsg& o) {
+           o.Load(3);
+           o.rec().setMsgNo(5);
+           o.Update(3);
+         });
+       }},
+      {"a Velnor deletes a record", [&] { velnor([](IcsMsg& o) { o.DeleteOne(2); }); }},
+      {"an older copy is put back by hand", [&] { WriteFile(store(), StoreBytes(6, Range(1, 6))); }},
+      {"a copy is renamed over it",
+       [&] {
+         WriteFile(dir.file("copy"), StoreBytes(8, {1, 8, 2, 3, 5}));
+         ASSERT_EQ(::rename(dir.file("copy").c_str(), store().c_str()), 0);
+       }},
+  };
+  for (const auto& c : cases) {
+    for (std::int32_t probe = 0; probe <= 9; ++probe) {
+      for (const bool update : {false, true}) {
+        SCOPED_TRACE(std::string(c.change) + (update ? ", Update(" : ", Load(") + std::to_string(probe) +
+                     ")");
+        ::unlink(store().c_str());
+        make(6, Range(1, 6));
+        IcsMsg m(dir.path(), log);
+        ASSERT_TRUE(m.Load(1));
+        m.rec().setMsgNo(5);  // two records of 5 now: the first is where 1 was
+        m.Update(1);
+        m.rec().setMsgNo(8);
+        m.rec().setSubj("ours");
+        m.Update(5);
+        ASSERT_EQ(NumbersIn(ReadFile(store())), (std::vector<std::int32_t>{8, 2, 3, 4, 5, 6}));
+        ASSERT_EQ(m.walks(), 1);  // our own writes keep the index
+        c.make();
+
+        const std::string bytes = ReadFile(store());
+        const Walked w = WalkFor(bytes, probe);
+        if (update) {
+          m.rec().setSubj("written");
+          m.Update(probe);
+          const std::string want =
+              w.found ? std::string(bytes).replace(w.at, kRecLen, ImageOf(m.rec())) : bytes;
+          EXPECT_EQ(NumbersIn(ReadFile(store())), NumbersIn(want));
+          EXPECT_TRUE(ReadFile(store()) == want);
+        } else {
+          EXPECT_EQ(m.Load(probe), w.found);
+          EXPECT_TRUE(ImageOf(m.rec()) == bytes.substr(w.at, kRecLen));
+        }
+        EXPECT_EQ(m.walks(), std::string(c.change) == "nothing" ? 1 : 2);
+      }
+    }
+  }
 }
 
 }  // namespace
