@@ -7,7 +7,9 @@ namespace velnor {
 
 void PrintMessage(std::int32_t msgNo, const PrintCommandContext& ctx) {
   if (msgNo == 0) return;
-  // The menu handler reports nothing: whatever fails, the command just ends.
+  // Before the dialog a failure ends the command quietly: nothing has been asked or done.
+  // Once the page is under way the status panel says how it ended.
+  std::string printing;
   try {
     const std::string previousName = ctx.printers.CurrentDeviceName();
     const short previousOrientation = ctx.printers.Orientation();
@@ -15,16 +17,24 @@ void PrintMessage(std::int32_t msgNo, const PrintCommandContext& ctx) {
 
     if (!ctx.printers.ShowPrinter(kPrintDialogFlags)) return;
 
-    if (ctx.setStatus) ctx.setStatus("Printing message to " + ctx.printers.CurrentDeviceName());
+    printing = "Printing message to " + ctx.printers.CurrentDeviceName();
+    if (ctx.setStatus) ctx.setStatus(printing);
 
     const FormTexts t = ctx.readFields ? ctx.readFields() : FormTexts{};
+    const std::string file = ctx.printers.CurrentOutputFile();
     ctx.form.PrintIcs(t);
+    if (ctx.setStatus)
+      ctx.setStatus(printing + (file.empty() ? "... sent to the printer" : "... saved as " + file));
+    printing.clear();  // the page is out; putting the printer back is no part of it
 
     // The dialog's choice was for this page only.
     ctx.printers.SetPrinterByName(previousName);
     ctx.printers.SetOrientation(previousOrientation);
     ctx.printers.SetCopies(previousCopies);
+  } catch (const std::exception& e) {
+    if (!printing.empty() && ctx.setStatus) ctx.setStatus(printing + "... failed: " + e.what());
   } catch (...) {
+    if (!printing.empty() && ctx.setStatus) ctx.setStatus(printing + "... failed");
   }
 }
 

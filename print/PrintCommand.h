@@ -3,7 +3,9 @@
 //
 // PrintMessage prints the fourteen texts the editor shows (unsaved edits included) on a
 // printer the operator confirms in the print dialog, then puts the printer that was current
-// before back, with its orientation and copies. Any failure ends it silently.
+// before back, with its orientation and copies. A failure ends it; once the page is under
+// way the "Status" panel tells how it ended: where the PDF file went, that the page went to
+// the printer, or that it failed.
 #include <cstdint>
 #include <functional>
 #include <string>

@@ -54,6 +54,9 @@ class PrinterSystem {
   // Starts one page on the current printer for a drawing whose content lies in `content`.
   virtual std::unique_ptr<DrawingSurface> OpenSurface(const PageContent& content) = 0;
 
+  // The file the current printer writes its pages to; empty for a printer that prints.
+  virtual std::string CurrentOutputFile() { return {}; }
+
   // Makes the first installed printer whose device name equals name exactly (case
   // matters) current. False when none matches, for an empty name, or on any failure.
   bool SetPrinterByName(const std::string& name);

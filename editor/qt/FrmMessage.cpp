@@ -17,11 +17,14 @@
 #include <QMouseEvent>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QScrollArea>
 #include <QStatusBar>
 #include <QStyle>
 #include <QTextBlock>
 #include <QTimer>
 #include <QVBoxLayout>
+#include <algorithm>
+#include <vector>
 
 #include "app/SessionLog.h"
 #include "core/Cp1252.h"
@@ -63,8 +66,13 @@ FrmMessage::FrmMessage(FrmMessageDeps deps, QWidget* parent) : QMainWindow(paren
   BuildForm();
   BuildMenus();
   ConnectCommands();
+  SetTabOrder();
   setWindowTitle(kProgramTitle);
   resize(980, 720);
+  // A control that takes the focus is scrolled into view.
+  connect(qApp, &QApplication::focusChanged, this, [this](QWidget*, QWidget* now) {
+    if (now && m_scrForm->widget()->isAncestorOf(now)) m_scrForm->ensureWidgetVisible(now);
+  });
 
   m_tmrClock = new QTimer(this);
   m_tmrClock->setObjectName("tmrClock");
@@ -87,6 +95,10 @@ std::optional<TextBox> FrmMessage::boxOf(const QObject* widget) const {
 }
 
 QWidget* FrmMessage::commandWidget(Command c) const { return m_commands.at(static_cast<std::size_t>(c)); }
+
+bool FrmMessage::isCommandButton(const QObject* widget) const {
+  return widget && std::find(m_commands.begin(), m_commands.end(), widget) != m_commands.end();
+}
 
 void FrmMessage::BuildForm() {
   auto* central = new QWidget(this);
@@ -174,6 +186,7 @@ void FrmMessage::BuildForm() {
   auto button = [&](Command c, const char* name, const char* caption) {
     auto* b = new QPushButton(caption, central);
     b->setObjectName(name);
+    b->installEventFilter(this);
     m_commands[static_cast<std::size_t>(c)] = b;
     return b;
   };
@@ -231,7 +244,14 @@ void FrmMessage::BuildForm() {
   sideWidget->setLayout(side);
   sideWidget->setFixedWidth(230);
   outer->addWidget(sideWidget);
-  setCentralWidget(central);
+  // On a small screen the form scrolls instead of being cut off.
+  m_scrForm = new QScrollArea(this);
+  m_scrForm->setObjectName("scrForm");
+  m_scrForm->setFrameShape(QFrame::NoFrame);
+  m_scrForm->setFocusPolicy(Qt::NoFocus);
+  m_scrForm->setWidgetResizable(true);
+  m_scrForm->setWidget(central);
+  setCentralWidget(m_scrForm);
 
   m_panelStatus = new QLabel(this);
   m_panelStatus->setObjectName("Status");
@@ -281,8 +301,16 @@ void FrmMessage::BuildMenus() {
   QAction* paste = action(edit, "mnuPaste", "&Paste");
   paste->setShortcut(QKeySequence("Ctrl+V"));
 
+  QMenu* view = menuBar()->addMenu("&View");
+  view->setObjectName("mnuView");
+  QAction* sessionLog = action(view, "mnuSessionLog", "Session &Log");
+
   QMenu* help = menuBar()->addMenu("&Help");
   help->setObjectName("munHelp");
+  QAction* guide = action(help, "mnuGuide", "Operator's &Guide");
+  guide->setShortcut(QKeySequence::HelpContents);
+  QAction* shortcuts = action(help, "mnuShortcuts", "&Keyboard Shortcuts");
+  help->addSeparator();
   QAction* about = action(help, "mnuAbout", "&About");
 
   // The three file items whose availability follows the editor are tracked as commands;
@@ -300,6 +328,9 @@ void FrmMessage::BuildMenus() {
   connect(copy, &QAction::triggered, this, [this] { if (m_editor) m_editor->mnuCopy_Click(); });
   connect(paste, &QAction::triggered, this, [this] { if (m_editor) m_editor->mnuPaste_Click(); });
   connect(about, &QAction::triggered, this, [this] { mnuAbout_Click(); });
+  connect(sessionLog, &QAction::triggered, this, [this] { mnuSessionLog_Click(); });
+  connect(guide, &QAction::triggered, this, [this] { mnuGuide_Click(); });
+  connect(shortcuts, &QAction::triggered, this, [this] { mnuShortcuts_Click(); });
 }
 
 void FrmMessage::ConnectCommands() {
@@ -322,7 +353,63 @@ void FrmMessage::ConnectCommands() {
   wire(Command::cmdSetFieldsAsDefault, &MessageEditor::cmdSetFieldsAsDefault_Click);
 }
 
+// The paper form's order, then the reply, the routing box and the commands last. Locked
+// and disabled fields drop out of the chain by themselves.
+void FrmMessage::SetTabOrder() {
+  std::vector<QWidget*> chain;
+  for (Field f : {Field::IncidentName, Field::To, Field::ToPos, Field::From, Field::FromPos, Field::Subject,
+                  Field::Date, Field::Message, Field::Signature, Field::SignaturePos, Field::Reply,
+                  Field::ReplySignature, Field::ReplyPos, Field::ReplyDate})
+    chain.push_back(box(f));
+  chain.push_back(box(TextBox::Route));
+  chain.push_back(m_chkKeepLocal);
+  for (Command c : {Command::cmdNew, Command::cmdEdit, Command::cmdReply, Command::cmdSave, Command::cmdSend,
+                    Command::cmdDelete, Command::cmdClose, Command::cmdBrowse, Command::cmdBLeft,
+                    Command::cmdBRight, Command::cmdSetFieldsAsDefault})
+    chain.push_back(commandWidget(c));
+  for (std::size_t i = 1; i < chain.size(); ++i) setTabOrder(chain[i - 1], chain[i]);
+}
+
+// Typing goes on after a Tab without looking, so a Space must not press the button a Tab
+// happened to land on: the button takes it only when the operator chose it, by a click or
+// by a Tab pressed on another button. Focus the program moves (after Send, or off a button
+// that was just disabled) chooses nothing. Buttons stay in the Tab chain for the keyboard.
+bool FrmMessage::CommandButtonEvent(QObject* button, QEvent* event) {
+  switch (event->type()) {
+    case QEvent::FocusIn: {
+      const Qt::FocusReason reason = static_cast<QFocusEvent*>(event)->reason();
+      if (reason == Qt::MouseFocusReason ||
+          ((reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason) && m_tabOnButton))
+        m_armedButton = button;
+      else if (reason != Qt::ActiveWindowFocusReason && reason != Qt::PopupFocusReason)
+        m_armedButton = nullptr;
+      m_tabOnButton = false;
+      return false;
+    }
+    case QEvent::KeyPress:
+    case QEvent::KeyRelease: {
+      auto* k = static_cast<QKeyEvent*>(event);
+      // Qt moves the focus while it handles this press; whatever moves it later is not this Tab.
+      if (k->key() == Qt::Key_Tab || k->key() == Qt::Key_Backtab) {
+        if (event->type() == QEvent::KeyPress) {
+          m_tabOnButton = true;
+          QTimer::singleShot(0, this, [this] { m_tabOnButton = false; });
+        }
+        return false;
+      }
+      if ((k->key() != Qt::Key_Space && k->key() != Qt::Key_Select) || m_armedButton == button) return false;
+      // Not silent: the operator hears that the key did nothing.
+      if (event->type() == QEvent::KeyPress && !k->isAutoRepeat()) m_deps.dialogs.beep();
+      return true;
+    }
+    default:
+      return false;
+  }
+}
+
 bool FrmMessage::eventFilter(QObject* watched, QEvent* event) {
+  if (isCommandButton(watched))
+    return CommandButtonEvent(watched, event) || QMainWindow::eventFilter(watched, event);
   if (watched->parent() == m_chkKeepLocal && event->type() == QEvent::MouseButtonRelease &&
       static_cast<QMouseEvent*>(event)->button() == Qt::LeftButton) {
     m_chkKeepLocal->click();

@@ -26,6 +26,7 @@ class QLabel;
 class QLineEdit;
 class QPlainTextEdit;
 class QPushButton;
+class QScrollArea;
 class QTimer;
 
 namespace velnor {
@@ -34,6 +35,7 @@ class Clock;
 class Dialogs;
 class EventLog;
 class EventLoop;
+class FrmSessionLog;
 class IcsPrint;
 class PmGlobal;
 class PmLink;
@@ -132,6 +134,11 @@ class FrmMessage : public QMainWindow, public EditorView, public LinkHost, publi
   // The text box that is this widget, if one is.
   std::optional<TextBox> boxOf(const QObject* widget) const;
   QWidget* commandWidget(Command c) const;
+  bool isCommandButton(const QObject* widget) const;
+  // Space on a command button the operator did not choose is swallowed (true).
+  bool CommandButtonEvent(QObject* button, QEvent* event);
+  void SetTabOrder();
+  void PlaceNotice(QWidget* notice) const;
   void ApplyColours(TextBox b);
   void tmrClock_Timer();
   void mnuPrint_Click();
@@ -139,6 +146,9 @@ class FrmMessage : public QMainWindow, public EditorView, public LinkHost, publi
   void mnuCommLog_Click();
   void mnuProperties_Click();
   void mnuAbout_Click();
+  void mnuSessionLog_Click();
+  void mnuGuide_Click();
+  void mnuShortcuts_Click();
   void WriteLog(const std::string& line);
   // Start-up cut short by the window's closing; the program ends.
   bool StartupAbandoned();
@@ -173,7 +183,15 @@ class FrmMessage : public QMainWindow, public EditorView, public LinkHost, publi
   QLabel* m_panelCurrentTime = nullptr;
   QAction* m_mnuSaveAs = nullptr;
   QTimer* m_tmrClock = nullptr;
+  QScrollArea* m_scrForm = nullptr;
   QPointer<QMessageBox> m_warning;
+  QPointer<FrmSessionLog> m_frmSessionLog;
+  QPointer<QWidget> m_frmGuide;
+  QPointer<QWidget> m_frmShortcuts;
+  // The command button that may take a Space: one the operator clicked or moved to by a
+  // Tab pressed on another button (m_tabOnButton while that Tab is handled).
+  QPointer<QObject> m_armedButton;
+  bool m_tabOnButton = false;
   bool m_unloaded = false;
 };
 

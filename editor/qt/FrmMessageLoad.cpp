@@ -4,6 +4,7 @@
 #include <QCloseEvent>
 #include <QGroupBox>
 #include <QLabel>
+#include <QScreen>
 #include <QSettings>
 #include <QTimer>
 
@@ -16,11 +17,14 @@
 #include "editor/qt/AboutBox.h"
 #include "editor/qt/FrmMessage.h"
 #include "editor/qt/FrmNewMsgPopup.h"
+#include "editor/qt/HelpWindows.h"
 #include "format/Decoder.h"
 #include "format/Encoder.h"
 #include "link/PmLink.h"
 #include "log309/qt/CommLogDialog.h"
+#include "logview/qt/FrmSessionLog.h"
 #include "platform/Dialogs.h"
+#include "platform/qt/WindowState.h"
 #include "print/IcsPrint.h"
 #include "print/PmGlobal.h"
 #include "print/PrintCommand.h"
@@ -28,6 +32,10 @@
 #include "settings_ui/qt/frmProperties.h"
 
 namespace velnor {
+
+namespace {
+constexpr const char* kGeometryKey = "MainWindow/geometry";
+}
 
 FrmMessage::~FrmMessage() = default;
 
@@ -85,8 +93,9 @@ bool FrmMessage::Form_Load() {
   m_link = std::make_unique<PmLink>(m_deps.loop, m_deps.socket, m_settings, *this, *m_sessionLog, dialogs,
                                     StoreOutbox(m_dataPath, m_deps.eventLog), m_dataPath);
 
-  // 7-10: visible from here on, so the progress can be followed.
+  // 7-10: visible from here on, so the progress can be followed; where the operator left it.
   setCaption(kProgramTitle);
+  restoreGeometry(QSettings(kStateOrganisation, kStateApplication).value(kGeometryKey).toByteArray());
   show();
   m_frame2->setToolTip(
       "Changes the Destination Routing for this message only.\r\n"
@@ -190,6 +199,7 @@ void FrmMessage::closeEvent(QCloseEvent* event) {
   }
   m_tmrClock->stop();
   if (m_link) m_link->tmrSRTimer().setEnabled(false);
+  QSettings(kStateOrganisation, kStateApplication).setValue(kGeometryKey, saveGeometry());
   // Writes "Pellmoor.glo" back if anything marked it changed.
   m_pmGlobal.reset();
   m_unloaded = true;
@@ -248,7 +258,37 @@ void FrmMessage::ShowNotice(const std::string& t, std::int32_t number) {
                    if (m_editor) m_editor->OpenFromNotice(n);
                  }},
       this);
+  PlaceNotice(notice);
   notice->ShowNotice(t, number);
+}
+
+// Notices fill the screen from its top right corner downwards, then column by column to
+// the left, each in the first place no open notice covers. Only when the screen is full do
+// they cascade over the others.
+void FrmMessage::PlaceNotice(QWidget* notice) const {
+  QScreen* where = screen() ? screen() : QGuiApplication::primaryScreen();
+  if (!where) return;
+  const QRect area = where->availableGeometry();
+  // A notice has the same frame as this window; before it is shown its own is not known.
+  const QSize frame = frameGeometry().size() - size();
+  const QSize outer = notice->size() + frame;
+  constexpr int kGap = 6;
+  QList<QRect> taken;
+  for (auto* other : findChildren<FrmNewMsgPopup*>()) {
+    if (other != notice && other->isVisible()) taken.push_back(other->frameGeometry());
+  }
+  const int rows = std::max(1, (area.height() + kGap) / (outer.height() + kGap));
+  const int columns = std::max(1, (area.width() + kGap) / (outer.width() + kGap));
+  for (int slot = 0; slot < rows * columns; ++slot) {
+    const QRect place(area.right() + 1 - (slot / rows + 1) * (outer.width() + kGap) + kGap,
+                      area.top() + (slot % rows) * (outer.height() + kGap), outer.width(), outer.height());
+    if (std::none_of(taken.begin(), taken.end(), [&](const QRect& r) { return r.intersects(place); })) {
+      notice->move(place.topLeft());
+      return;
+    }
+  }
+  const int step = static_cast<int>(taken.size() % 10) * 28;
+  notice->move(area.right() + 1 - outer.width() - step, area.top() + step);
 }
 
 int FrmMessage::OpenNotices() const {
@@ -309,6 +349,34 @@ void FrmMessage::mnuProperties_Click() {
 void FrmMessage::mnuAbout_Click() {
   AboutBox about(this);
   about.exec();
+}
+
+// One window of each at a time: asked again, the open one comes to the front.
+namespace {
+template <class Make>
+void ShowOnce(QPointer<QWidget>& window, Make make) {
+  if (!window) {
+    window = make();
+    window->setAttribute(Qt::WA_DeleteOnClose);
+  }
+  window->show();
+  window->raise();
+  window->activateWindow();
+}
+}  // namespace
+
+void FrmMessage::mnuSessionLog_Click() {
+  QPointer<QWidget> window = m_frmSessionLog.data();
+  ShowOnce(window, [this] { return new FrmSessionLog(m_logFile, this); });
+  m_frmSessionLog = qobject_cast<FrmSessionLog*>(window.data());
+}
+
+void FrmMessage::mnuGuide_Click() {
+  ShowOnce(m_frmGuide, [this] { return NewGuideWindow(this); });
+}
+
+void FrmMessage::mnuShortcuts_Click() {
+  ShowOnce(m_frmShortcuts, [this] { return NewShortcutsWindow(this); });
 }
 
 }  // namespace velnor

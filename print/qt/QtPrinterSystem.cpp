@@ -12,6 +12,7 @@
 
 #include "core/Cp1252.h"
 #include "core/VError.h"
+#include "print/qt/PrintSetupDialog.h"
 #include "print/qt/QtPrinterSurface.h"
 
 namespace velnor {
@@ -50,7 +51,9 @@ QPageSize LocalePaper() {
 QtPrinterSystem::QtPrinterSystem(QWidget* owner, QString pdfDirectory, PrinterLister lister)
     : m_owner(owner),
       // The owner is looked up when the dialog opens: the main window is made after us.
-      m_runDialog([this](QPrinter& p, std::uint32_t flags) { return RunQtPrintDialog(m_owner, p, flags); }) {
+      m_runDialog([this](QPrinter& p, std::uint32_t flags) {
+        return (flags & kPrintSetupFlags) ? RunSetupDialog(p) : RunQtPrintDialog(m_owner, p, flags);
+      }) {
   if (pdfDirectory.isEmpty()) pdfDirectory = QDir::homePath();
   m_pdf = std::make_unique<QPrinter>(QPrinter::HighResolution);
   m_pdf->setOutputFormat(QPrinter::PdfFormat);
@@ -166,6 +169,7 @@ bool QtPrinterSystem::ShowPrinter(std::uint32_t flags) {
   }
 
   bool confirmed = false;
+  m_dialogChoice.reset();
   try {
     confirmed = m_runDialog && m_runDialog(request, flags);
   } catch (...) {
@@ -173,10 +177,14 @@ bool QtPrinterSystem::ShowPrinter(std::uint32_t flags) {
   }
   if (!confirmed) return false;
 
-  const bool pdf = request.outputFormat() == QPrinter::PdfFormat;
-  const std::string chosen = pdf ? std::string(kPdfPrinterName) : Station(request.printerName());
+  const std::vector<std::string> names = InstalledPrinters();
+  bool pdf = request.outputFormat() == QPrinter::PdfFormat;
+  std::string chosen = pdf ? std::string(kPdfPrinterName) : Station(request.printerName());
+  if (m_dialogChoice && *m_dialogChoice < names.size()) {
+    pdf = *m_dialogChoice + 1 == names.size();
+    chosen = names[*m_dialogChoice];
+  }
   if (pdf != m_currentIsPdf || chosen != m_currentName) {
-    const std::vector<std::string> names = InstalledPrinters();
     for (std::size_t i = 0; i < names.size(); ++i)
       if (names[i] == chosen && (i + 1 == names.size()) == pdf) Try([&] { MakeCurrent(i); });
   }
@@ -200,18 +208,32 @@ std::unique_ptr<DrawingSurface> QtPrinterSystem::OpenSurface(const PageContent& 
   return std::make_unique<QtPrinterSurface>(current(), content);
 }
 
-bool QtPrinterSystem::RunQtPrintDialog(QWidget* owner, QPrinter& printer, std::uint32_t flags) {
+std::string QtPrinterSystem::CurrentOutputFile() {
+  if (!m_currentIsPdf) return {};
+  return Station(QDir::toNativeSeparators(current().outputFileName()));
+}
+
+bool QtPrinterSystem::RunQtPrintDialog(QWidget* owner, QPrinter& printer, std::uint32_t) {
   QPrintDialog dialog(&printer, owner);
   // The PDF printer is offered as the dialog's file output, so that choice stays; copies
   // and page ranges are the printer's own matter for a one-page form.
-  QAbstractPrintDialog::PrintDialogOptions options = QAbstractPrintDialog::PrintToFile;
-  if (flags & kPrintSetupFlags) {
-    dialog.setWindowTitle(QObject::tr("Print Setup"));
-  } else {
-    options |= QAbstractPrintDialog::PrintShowPageSize;
-  }
-  dialog.setOptions(options);
+  dialog.setOptions(QAbstractPrintDialog::PrintToFile | QAbstractPrintDialog::PrintShowPageSize);
   return dialog.exec() == QDialog::Accepted;
+}
+
+bool QtPrinterSystem::RunSetupDialog(QPrinter& printer) {
+  QList<PrintSetupDialog::Printer> printers;
+  int current = 0;
+  for (const SystemPrinter& p : systemPrinters()) {
+    if (!m_currentIsPdf && Station(p.name) == m_currentName) current = static_cast<int>(printers.size());
+    printers.push_back({p.name, p.defaultPageSize});
+  }
+  if (m_currentIsPdf) current = static_cast<int>(printers.size());
+  printers.push_back({QString::fromLatin1(kPdfPrinterName), LocalePaper()});
+  PrintSetupDialog dialog(printer, printers, current, m_pdf->outputFileName(), m_owner);
+  if (dialog.exec() != QDialog::Accepted) return false;
+  m_dialogChoice = static_cast<std::size_t>(dialog.chosen());
+  return true;
 }
 
 }  // namespace velnor

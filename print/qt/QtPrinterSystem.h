@@ -10,7 +10,8 @@
 //
 // The dialog is a replaceable runner so tests can confirm or cancel it without showing a
 // modal window; it receives a QPrinter pre-filled from the current printer, may change it,
-// and returns true when the operator confirmed.
+// and returns true when the operator confirmed. The stock runner shows Qt's print dialog
+// for printing and our page-setup dialog, which has the printer choice in it, for setup.
 #include <QList>
 #include <QPageSize>
 #include <QPointer>
@@ -20,6 +21,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 
 #include "print/PrinterSystem.h"
 
@@ -61,14 +63,19 @@ class QtPrinterSystem : public PrinterSystem {
   void SetCopies(short copies) override;
   bool ShowPrinter(std::uint32_t flags) override;
   std::unique_ptr<DrawingSurface> OpenSurface(const PageContent& content) override;
+  std::string CurrentOutputFile() override;
 
   // The current printer itself, e.g. to read the PDF file name.
   QPrinter* currentPrinter() { return m_printer; }
 
-  // The stock dialog: QPrintDialog in its print or setup form.
+  // The stock print dialog: QPrintDialog in its print form.
   static bool RunQtPrintDialog(QWidget* owner, QPrinter& printer, std::uint32_t flags);
 
  private:
+  // The stock setup dialog. It gives the chosen printer's place in InstalledPrinters() in
+  // m_dialogChoice: a QPrinter given a name the print system does not know turns itself
+  // into PDF output, so the name alone could not say it.
+  bool RunSetupDialog(QPrinter& printer);
   QList<SystemPrinter> systemPrinters() const;
   void makeCurrent(const std::string& name, bool pdf);
   QPrinter& current();
@@ -81,6 +88,7 @@ class QtPrinterSystem : public PrinterSystem {
   QPrinter* m_printer = nullptr;
   std::string m_currentName;
   bool m_currentIsPdf = false;
+  std::optional<std::size_t> m_dialogChoice;
 };
 
 }  // namespace velnor

@@ -22,6 +22,41 @@ class FieldEntryTest : public WindowTest {
   }
 };
 
+TEST_F(FieldEntryTest, TabFollowsThePaperFormAndSpaceOnlyPressesAButtonTheOperatorChose) {
+  start(WithDefaults());
+  click("cmdNew");
+  const auto press = [](Qt::Key key, Qt::KeyboardModifiers mods = {}) {
+    QTest::keyClick(QApplication::focusWidget(), key, mods);
+    QApplication::processEvents();
+  };
+  // The dates are never typed, the reply is locked, the buttons that cannot be used are off.
+  clickInto(Field::IncidentName);
+  Names chain{FocusName()};
+  for (int i = 0; i < 16; ++i) {
+    press(Qt::Key_Tab);
+    chain.push_back(FocusName());
+  }
+  EXPECT_EQ(chain,
+            (Names{"txtField_9", "txtField_0", "txtField_1", "txtField_2", "txtField_3", "txtField_4",
+                   "txtField_6", "txtField_7", "txtField_8", "txtDefaultToRoute", "chkKeepLocal", "cmdSave",
+                   "cmdSend", "cmdDelete", "cmdClose", "cmdSetFieldsAsDefault", "txtField_9"}));
+
+  // A Tab from the form onto a button, then a space: nothing pressed, and a beep says so.
+  for (int i = 0; i < 11; ++i) press(Qt::Key_Tab);
+  ASSERT_EQ(FocusName(), "cmdSave");
+  const int beeps = dialogs.beeps;
+  press(Qt::Key_Space);
+  EXPECT_EQ(State(), "NEW 2 EEEEELEEEELLLL route");
+  EXPECT_EQ(dialogs.beeps, beeps + 1);
+  // Moved to from another button, it was chosen.
+  press(Qt::Key_Tab);
+  press(Qt::Key_Tab, Qt::ShiftModifier);
+  ASSERT_EQ(FocusName(), "cmdSave");
+  press(Qt::Key_Space);
+  EXPECT_EQ(State(), "SAVE 1 LLLLLLLLLLLLLL");
+  EXPECT_EQ(dialogs.beeps, beeps + 1);
+}
+
 TEST_F(FieldEntryTest, FocusSelectsLineFieldsLeavingFromSignsRouteTakesCapitals) {
   start();
   click("cmdNew");

@@ -1,4 +1,6 @@
 // The new-message notices on the real window: one per received message, Open, Close, the sound.
+#include <QScreen>
+
 #include "WindowFixture.h"
 #include "editor/qt/FrmNewMsgPopup.h"
 #include "format/Encoder.h"
@@ -53,6 +55,10 @@ TEST_F(NoticeTest, TwoMessagesFromOneSessionLeaveTwoNotices) {
   EXPECT_EQ(notices[0]->windowTitle().toStdString(), "New Incoming Message");
   const std::string first = notices[0]->findChild<QPlainTextEdit*>("txtNotice")->toPlainText().toStdString();
   EXPECT_NE(first.find("SUBJECT: Water"), std::string::npos) << first;
+  // Side by side on the screen: neither hides the other.
+  const QRect screen = win->screen()->availableGeometry();
+  EXPECT_FALSE(notices[0]->frameGeometry().intersects(notices[1]->frameGeometry()));
+  for (auto* n : notices) EXPECT_TRUE(screen.contains(n->frameGeometry()));
 
   // Opening the first and then the second leaves the second in the editor.
   const auto n1 = notices[0]->number(), n2 = notices[1]->number();

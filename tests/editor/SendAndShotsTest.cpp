@@ -2,12 +2,20 @@
 // on the smallest screen; scripts/screenshots runs the last with VELNOR_SHOTS_DIR to make docs/*.png.
 #include <QLabel>
 #include <QPixmap>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QSettings>
+#include <QTableWidget>
+#include <QTextBrowser>
+#include <QTimer>
 #include <cstdlib>
 
 #include "WindowFixture.h"
 #include "editor/qt/FrmNewMsgPopup.h"
 #include "format/Encoder.h"
 #include "link/PmLink.h"
+#include "logview/qt/FrmSessionLog.h"
+#include "platform/qt/WindowState.h"
 #include "tests/support/DefaultPort.h"
 
 namespace velnor::testing {
@@ -59,6 +67,99 @@ TEST_F(WindowTest, FirstStartOnCleanDataDirectoryThenGlobalFileRewrittenOnlyForA
   EXPECT_EQ(Slurp(glo), GloText(" Shack laser", "3"));
 }
 
+// A table's rows as "first column | second column".
+Names Rows(const QTableWidget& table) {
+  Names out;
+  for (int r = 0; r < table.rowCount(); ++r)
+    out.push_back((table.item(r, 0)->text() + " | " + table.item(r, 1)->text()).toStdString());
+  return out;
+}
+bool Has(const Names& rows, const std::string& row) {
+  return std::find(rows.begin(), rows.end(), row) != rows.end();
+}
+
+TEST_F(WindowTest, PlaceIsKeptOutsideTheSettingsFileAndTheFormScrollsAt800x600) {
+  start();
+  const std::string ini = Slurp(dataPath + "/velnor.ini");
+  win->resize(800, 600);
+  QApplication::processEvents();
+  EXPECT_EQ(win->size(), QSize(800, 600));
+  auto* scroll = find<QScrollArea>("scrForm");
+  ASSERT_NE(scroll, nullptr);
+  EXPECT_GT(scroll->verticalScrollBar()->maximum(), 0);
+  // Nothing is cut off: every control lies wholly in the scrolled form and fits its view.
+  std::vector<QWidget*> controls{find("txtDefaultToRoute"), find("chkKeepLocal")};
+  for (Field f : kAllFields) controls.push_back(field(f));
+  for (auto* b : scroll->widget()->findChildren<QPushButton*>()) controls.push_back(b);
+  const QRect view = scroll->viewport()->rect();
+  for (QWidget* w : controls) {
+    const QRect r(w->mapTo(scroll->widget(), QPoint(0, 0)), w->size());
+    EXPECT_TRUE(scroll->widget()->rect().contains(r) && r.height() <= view.height() &&
+                r.width() <= view.width())
+        << w->objectName().toStdString();
+  }
+  // The field that takes the focus comes into view by itself.
+  win->focusBox(Field::ReplyPos);
+  EXPECT_TRUE(view.contains(field(Field::ReplyPos)->mapTo(scroll->viewport(), QPoint(0, 0))));
+
+  const QString state = QSettings(kStateOrganisation, kStateApplication).fileName();
+  EXPECT_TRUE(win->close());
+  win.reset();
+  EXPECT_TRUE(QFile::exists(state)) << state.toStdString();
+  EXPECT_FALSE(state.startsWith(QString::fromStdString(dataPath)));
+  EXPECT_EQ(Slurp(dataPath + "/velnor.ini"), ini);
+  start();
+  EXPECT_EQ(win->size(), QSize(800, 600));
+  QFile::remove(state);
+}
+
+TEST_F(WindowTest, PrintSetupThenPrintSaysWhereThePdfWentAndTheHelpMenuOpensItsWindows) {
+  start();
+  const std::string glo = Slurp(dataPath + "/Pellmoor.glo");
+  click("cmdNew");
+  type(Field::Subject, "Water");
+  const auto answer = [](std::function<void(QDialog&)> f) {
+    QTimer::singleShot(0, [f] {
+      auto* d = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+      ASSERT_NE(d, nullptr);
+      f(*d);
+    });
+  };
+  const std::string pdf = tmp.file("page.pdf");
+  answer([&](QDialog& d) {
+    EXPECT_EQ(d.objectName(), "dlgPrintSetup");
+    d.findChild<QLineEdit*>("txtPdfFile")->setText(QString::fromStdString(pdf));
+    d.accept();
+  });
+  trigger("mnuPrintSetup");
+  EXPECT_FALSE(std::filesystem::exists(pdf));
+  answer([](QDialog& d) { d.accept(); });  // the print dialog
+  trigger("mnuPrint");
+  EXPECT_EQ(win->status(), "Printing message to PDF file... saved as " + pdf);
+  EXPECT_TRUE(std::filesystem::exists(pdf));
+
+  trigger("mnuGuide");
+  auto* guide = win->findChild<QTextBrowser*>("txtGuide");
+  ASSERT_NE(guide, nullptr);
+  EXPECT_TRUE(guide->isVisible());
+  EXPECT_TRUE(guide->toPlainText().contains("When something goes wrong"));
+  // The list is read from the menus themselves.
+  trigger("mnuShortcuts");
+  auto* keys = win->findChild<QTableWidget*>("lstShortcuts");
+  ASSERT_NE(keys, nullptr);
+  EXPECT_TRUE(keys->isVisible());
+  const Names rows = Rows(*keys);
+  for (const char* row :
+       {"Alt+F | Open the File menu", "Alt+F, O | File > Open...", "Ctrl+X  or  Alt+E, T | Edit > Cut",
+        "Alt+V, L | View > Session Log", "F1  or  Alt+H, G | Help > Operator's Guide"})
+    EXPECT_TRUE(Has(rows, row)) << row;
+
+  // Print Setup changed nothing that Pellmoor reads.
+  click("cmdSave");
+  EXPECT_TRUE(win->close());
+  EXPECT_EQ(Slurp(dataPath + "/Pellmoor.glo"), glo);
+}
+
 // Velnor against pmdirect-sim, with "EOC" as a second station speaking over a raw socket.
 class PictureTest : public WindowTest {
  protected:
@@ -81,10 +182,11 @@ class PictureTest : public WindowTest {
   }
 
   // Renders the window; saved only when pictures are asked for.
-  void shoot(const char* name) {
+  void shoot(const char* name, QWidget* window = nullptr) {
+    if (!window) window = win.get();
     QApplication::processEvents();
-    const QPixmap pic = win->grab();
-    EXPECT_EQ(pic.size(), win->size()) << name;
+    const QPixmap pic = window->grab();
+    EXPECT_EQ(pic.size(), window->size()) << name;
     if (const char* dir = std::getenv("VELNOR_SHOTS_DIR"); dir && *dir) {
       EXPECT_TRUE(pic.save(QString::fromStdString(std::string(dir) + "/" + name + ".png"))) << name;
     }
@@ -173,6 +275,41 @@ TEST_F(PictureTest, SendCollectsTheReplyOnAFormThatFitsSmallScreenAndGrowsOnLarg
   expectFieldsFit("large");
   EXPECT_GT(field(Field::Message)->height(), bodyAt1024 + 100);
   EXPECT_GT(field(Field::Reply)->height(), replyAt1024);
+}
+
+TEST_F(PictureTest, SessionLogWindowFollowsTheGrowingLogInPlainWords) {
+  // The link test sends one message and collects one.
+  StoreRecord(Status::ReadyToSend, Origin::Local, Kind::Message, "Fuel for generator 2");
+  EocReplies();
+  start(QuickSettings(sim.port()));
+  trigger("mnuSessionLog");
+  auto* window = win->findChild<FrmSessionLog*>();
+  ASSERT_NE(window, nullptr);
+  EXPECT_TRUE(window->isVisible());
+  auto* lines = window->findChild<QTableWidget*>("lstLog");
+  ASSERT_NE(lines, nullptr);
+  const Names atStart = Rows(*lines);
+  for (const char* row : {"19-Nov 14:05:09: SendMessages: Sent No. 1 titled: Fuel for generator 2 | "
+                          "Message 1 \"Fuel for generator 2\" went to Pmdirect: sent.",
+                          "19-Nov 14:05:09: Link Test to Pmdirect... passed | "
+                          "Velnor reached Pmdirect at start-up: the link works."})
+    EXPECT_TRUE(Has(atStart, row)) << row;
+
+  // Pmdirect goes away: the failure shows up as it is written, each line once.
+  sim.stop();
+  EXPECT_FALSE(win->link()->SeqPmdirect());
+  const auto lineCount = [&] {
+    const std::string text = Slurp(win->LogFile());
+    return static_cast<int>(std::count(text.begin(), text.end(), '\n'));
+  };
+  EXPECT_TRUE(QTest::qWaitFor([&] { return lines->rowCount() == lineCount(); }, 3000));
+  EXPECT_TRUE(Has(Rows(*lines),
+                  "19-Nov 14:05:09: Connection Failed | Pmdirect did not accept the connection. "
+                  "Check that Pellmoor is running, and the host and port under Setup > Properties."));
+  QTest::qWait(600);
+  EXPECT_EQ(lines->rowCount(), lineCount());
+  window->resize(960, 380);
+  shoot("session-log", window);
 }
 
 }  // namespace

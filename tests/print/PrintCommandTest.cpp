@@ -70,7 +70,8 @@ TEST_F(PrintCommand, PrintsAsTypedOnChosenPrinterThenRestoresThePreviousOne) {
     return true;
   };
   Print(7);
-  EXPECT_EQ(statuses, std::vector<std::string>{"Printing message to Radio Room"});
+  EXPECT_EQ(statuses, (std::vector<std::string>{"Printing message to Radio Room",
+                                                "Printing message to Radio Room... sent to the printer"}));
   EXPECT_EQ(printers.surfacesOpened, 1);
   EXPECT_EQ(printers.ops.back(), "end");
   EXPECT_EQ(fieldReads, 1);
@@ -92,7 +93,9 @@ TEST_F(PrintCommand, FailureWhilePrintingSkipsTheRestore) {
   };
   printers.failEnd = true;
   Print(7);
-  EXPECT_EQ(statuses, std::vector<std::string>{"Printing message to Radio Room"});
+  ASSERT_EQ(statuses.size(), 2u);
+  EXPECT_EQ(statuses[0], "Printing message to Radio Room");
+  EXPECT_EQ(statuses[1].rfind("Printing message to Radio Room... failed", 0), 0u) << statuses[1];
   EXPECT_EQ(printers.CurrentDeviceName(), "Radio Room");
 }
 
@@ -112,7 +115,7 @@ TEST_F(PrintCommand, SetupUsesSetupFlagsAndItsChoiceIsRestoredAfterPrint) {
     return true;
   };
   Print(7);
-  EXPECT_EQ(statuses, std::vector<std::string>{"Printing message to Office Laser"});
+  EXPECT_EQ(statuses.front(), "Printing message to Office Laser");
   EXPECT_EQ(printers.CurrentDeviceName(), "Radio Room");
   EXPECT_EQ(printers.Orientation(), kOrientationLandscape);
 }

@@ -1,10 +1,15 @@
 #include <gtest/gtest.h>
 
+#include <QAbstractButton>
 #include <QApplication>
+#include <QComboBox>
 #include <QDialog>
 #include <QFile>
+#include <QLabel>
+#include <QLineEdit>
 #include <QPageLayout>
 #include <QProcess>
+#include <QRadioButton>
 #include <QRegularExpression>
 #include <QTimer>
 #include <algorithm>
@@ -194,6 +199,55 @@ TEST_F(QtPrinterChoice, PrintAndSetupDialogsOpenOverTheOwnerWindow) {
     EXPECT_FALSE(printers.ShowPrinter(flags));
     EXPECT_EQ(parent, &owner) << flags;
   }
+}
+
+// Setup is a page-setup dialog with the printer in it: it prints nothing and writes nothing.
+TEST_F(QtPrinterChoice, SetupDialogChoosesPrinterPaperAndOrientationAndThePdfFile) {
+  const auto setup = [&](const std::function<void(QDialog&)>& fill) {
+    QTimer::singleShot(0, [&] {
+      auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+      ASSERT_NE(dialog, nullptr);
+      EXPECT_EQ(dialog->objectName(), "dlgPrintSetup");
+      EXPECT_EQ(dialog->windowTitle(), "Print Setup");
+      for (auto* b : dialog->findChildren<QAbstractButton*>())
+        EXPECT_FALSE(b->text().contains("Print")) << b->text().toStdString();
+      fill(*dialog);
+    });
+    return printers.ShowPrinter(kPrintSetupFlags);
+  };
+  const auto choose = [](QDialog& d, const char* combo, const QString& item) {
+    auto* c = d.findChild<QComboBox*>(combo);
+    ASSERT_NE(c, nullptr) << combo;
+    ASSERT_GE(c->findText(item), 0) << item.toStdString();
+    c->setCurrentIndex(c->findText(item));
+  };
+  EXPECT_TRUE(setup([&](QDialog& d) {
+    EXPECT_EQ(d.findChild<QComboBox*>("cboPrinter")->currentText(), "Office Laser");
+    EXPECT_FALSE(d.findChild<QLineEdit*>("txtPdfFile")->isEnabled());
+    choose(d, "cboPrinter", "Radio Room");
+    choose(d, "cboPaper", QPageSize(QPageSize::A5).name());
+    d.findChild<QRadioButton*>("optLandscape")->setChecked(true);
+    d.accept();
+  }));
+  EXPECT_EQ(printers.CurrentDeviceName(), "Radio Room");
+  EXPECT_EQ(printers.Orientation(), kOrientationLandscape);
+  EXPECT_EQ(printers.currentPrinter()->pageLayout().pageSize().id(), QPageSize::A5);
+
+  const QString pdf = QString::fromStdString(dir.file("setup.pdf"));
+  EXPECT_TRUE(setup([&](QDialog& d) {
+    choose(d, "cboPrinter", "PDF file");
+    auto* file = d.findChild<QLineEdit*>("txtPdfFile");
+    EXPECT_TRUE(file->isEnabled());
+    file->setText(QString::fromStdString(dir.file("no-such-folder/x.pdf")));
+    d.accept();  // refused: the dialog says why and stays
+    EXPECT_TRUE(d.isVisible());
+    EXPECT_TRUE(d.findChild<QLabel*>("lblProblem")->text().startsWith("There is no folder"));
+    file->setText(pdf);
+    d.accept();
+  }));
+  EXPECT_EQ(printers.CurrentDeviceName(), "PDF file");
+  EXPECT_EQ(printers.CurrentOutputFile(), pdf.toStdString());
+  EXPECT_FALSE(QFile::exists(pdf));
 }
 
 }  // namespace
