@@ -41,6 +41,11 @@ class NoDialogs : public Dialogs {
   std::optional<std::string> inputBox(const std::string&, const std::string&, const std::string&) override {
     return std::nullopt;
   }
+  int choose(const std::string& text, const std::string&, const std::vector<std::string>&, int, int escape,
+             MsgIcon) override {
+    std::fprintf(stderr, "question: %s\n", text.c_str());
+    return escape;
+  }
   std::string openFileDialog(const FileDialogRequest&) override { return {}; }
   void beep() override {}
 };
