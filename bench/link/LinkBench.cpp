@@ -55,7 +55,8 @@ class Host : public LinkHost {
   explicit Host(const Settings& s) : m_s(s) {}
   void setStatus(const std::string& key, const std::string& text) override { panels[key] = text; }
   std::string status() override { return panels["Status"]; }
-  void RefreshMsgInfo() override {}
+  void RefreshMsgInfo(std::int32_t, Status) override {}
+  void SessionEnded(bool, const std::string&) override {}
   std::string EncodeMsg(const MsgRecord& rec) override { return EncodeRecord(rec, Trim(m_s.LoginName)); }
   std::int32_t StoreMsg(const std::string&) override { return 0; }
   void Warn(const std::string& text) override { std::fprintf(stderr, "warning: %s\n", text.c_str()); }
