@@ -18,9 +18,13 @@ bool IsBody(TextBox box) { return box == TextBox(Field::Message) || box == TextB
 
 // 4000 -> "4,000"
 std::string Grouped(std::size_t n) {
-  std::string s = std::to_string(n);
-  for (std::size_t i = s.size(); i > 3; i -= 3) s.insert(i - 3, ",");
-  return s;
+  const std::string digits = std::to_string(n);
+  std::string out;
+  for (std::size_t i = 0; i < digits.size(); ++i) {
+    if (i > 0 && (digits.size() - i) % 3 == 0) out += ',';
+    out += digits[i];
+  }
+  return out;
 }
 
 std::string PlaceName(TextBox box) {

@@ -68,7 +68,9 @@ TEST_F(FieldEntryTest, BoxesStopAtTheRecordWidthAndNothingIsEverCut) {
   start();
   click("cmdNew");
   for (Field f : kAllFields) {
-    if (auto* line = qobject_cast<QLineEdit*>(field(f))) EXPECT_EQ(line->maxLength(), 64) << FieldIndex(f);
+    if (auto* line = qobject_cast<QLineEdit*>(field(f))) {
+      EXPECT_EQ(line->maxLength(), 64) << FieldIndex(f);
+    }
   }
   EXPECT_EQ(find<QLineEdit>("txtDefaultToRoute")->maxLength(), 14);  // ":0" follows in the record
   type(Field::Subject, std::string(66, 's').c_str());
