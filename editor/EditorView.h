@@ -80,6 +80,9 @@ class EditorView {
   virtual std::optional<TextBox> focusedBox() const = 0;
 
   virtual void setMsgInfo(const std::string& text) = 0;
+  // The length counter under a body (Field::Message or Field::Reply); `full` when it is
+  // at its limit.
+  virtual void setLengthCounter(Field body, const std::string& text, bool full) = 0;
   virtual void setBrowsePtr(const std::string& text) = 0;
   virtual void setStatus(const std::string& text) = 0;
   virtual std::string status() const = 0;

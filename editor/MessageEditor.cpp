@@ -21,6 +21,11 @@ std::string RouteId(const std::string& route) { return route.substr(0, route.fin
 
 std::string DateTimePatternOf(const Settings& s) { return s.DateFormat + " " + s.TimeFormat; }
 
+// The commands while a message is being written (New, Edit).
+constexpr std::initializer_list<Command> kWritingCommands{
+    Command::mnuPrint, Command::mnuSave,   Command::mnuOpen,  Command::cmdSend,
+    Command::cmdSave,  Command::cmdDelete, Command::cmdClose, Command::cmdSetFieldsAsDefault};
+
 }  // namespace
 
 const char* ModeName(EditorMode mode) {
@@ -99,6 +104,11 @@ void MessageEditor::DisableAllCommands() {
   m_view.setBrowsePtr("");
 }
 
+void MessageEditor::BeginCommand(velnor::EditorMode mode) {
+  m_editorMode = mode;
+  ++m_commands;
+}
+
 void MessageEditor::EnableCommands(std::initializer_list<Command> commands) {
   for (Command c : commands) m_view.setCommandEnabled(c, true);
 }
@@ -146,6 +156,14 @@ void MessageEditor::SetRoutingEnabled(bool on) {
   m_view.setEnabled(TextBox::Route, on);
 }
 
+void MessageEditor::ShowStored(std::int32_t n) {
+  OnlyCommands(
+      {Command::mnuPrint, Command::cmdNew, Command::cmdDelete, Command::cmdClose, Command::cmdBrowse});
+  LockForm();
+  m_editState = 1;
+  ShowMessage(n);
+}
+
 void MessageEditor::FocusRule() {
   m_view.focusBox(Field::To);
   for (Field f : kMessageFields) {
@@ -162,6 +180,8 @@ void MessageEditor::StartupBegin() {
   DisableAllCommands();
   LockForm();
   m_messageSaved = true;
+  txtField_Change(Field::Message);
+  txtField_Change(Field::Reply);
 }
 
 void MessageEditor::StartupEnd() {
@@ -196,6 +216,7 @@ void MessageEditor::ClearForm() {
 
 void MessageEditor::PrepareNewMessage() {
   m_currentMsgNo = m_rec.NewMsg();
+  m_hasStoredText = false;
   MsgRecord& r = m_rec.rec();
   r.setStatus(Status::Draft);
   r.setOrigin(Origin::Local);
@@ -275,6 +296,7 @@ void MessageEditor::SaveForm() {
   r.setStatus(Status::Draft);
   m_rec.Update(m_currentMsgNo);
   m_messageSaved = true;
+  m_hasStoredText = true;
   RefreshMsgInfo();
   m_view.setStatus("Message saved");
 }
@@ -342,23 +364,23 @@ void MessageEditor::ShowMessage(std::int32_t n) {
 
   m_view.setKeepLocal(r.KeepLocal() != 0);
   m_view.setText(TextBox::Route, RouteId(r.Route()));
-  // The line shows the status as loaded; the store learns that it has been read.
-  RefreshMsgInfo();
+  // Shown is read: the line says so at once.
   if (r.Status() == Status::Unread && r.Origin() == Origin::Received) {
     m_rec.rec().setStatus(Status::Read);
     m_rec.Update(n);
   }
+  RefreshMsgInfo();
   m_messageSaved = true;
+  m_hasStoredText = true;
 }
 
 // ---- commands ----
 
 void MessageEditor::cmdNew_Click() {
   Trap("cmdNew_Click", [&] {
-    m_editorMode = EditorMode::New;
+    BeginCommand(EditorMode::New);
     m_editState = 2;
-    OnlyCommands({Command::mnuPrint, Command::mnuSave, Command::mnuOpen, Command::cmdSend, Command::cmdSave,
-                  Command::cmdDelete, Command::cmdClose, Command::cmdSetFieldsAsDefault});
+    OnlyCommands(kWritingCommands);
     ClearForm();
     PrepareNewMessage();
     SetMessageFieldsEditable(true);
@@ -370,10 +392,9 @@ void MessageEditor::cmdNew_Click() {
 
 void MessageEditor::cmdEdit_Click() {
   Trap("cmdEdit_Click", [&] {
-    m_editorMode = EditorMode::Edit;
+    BeginCommand(EditorMode::Edit);
     m_editState = 2;
-    OnlyCommands({Command::mnuPrint, Command::mnuSave, Command::mnuOpen, Command::cmdSend, Command::cmdSave,
-                  Command::cmdDelete, Command::cmdClose, Command::cmdSetFieldsAsDefault});
+    OnlyCommands(kWritingCommands);
     const Kind kind = m_rec.rec().Kind();
     if (kind == Kind::Message) {
       SetMessageFieldsEditable(true);
@@ -390,7 +411,7 @@ void MessageEditor::cmdEdit_Click() {
 
 void MessageEditor::cmdReply_Click() {
   Trap("cmdReply_Click", [&] {
-    m_editorMode = EditorMode::Reply;
+    BeginCommand(EditorMode::Reply);
     m_editState = 2;
     OnlyCommands({Command::mnuPrint, Command::mnuSave, Command::mnuOpen, Command::cmdSend, Command::cmdSave,
                   Command::cmdDelete, Command::cmdClose});
@@ -404,7 +425,8 @@ void MessageEditor::cmdReply_Click() {
 
 void MessageEditor::cmdSave_Click() {
   Trap("cmdSave_Click", [&] {
-    m_editorMode = EditorMode::Save;
+    if (!FormFitsRecord()) return;
+    BeginCommand(EditorMode::Save);
     m_editState = 1;
     SaveForm();
     OnlyCommands({Command::mnuPrint, Command::cmdNew, Command::cmdDelete, Command::cmdClose, Command::cmdBrowse,
@@ -415,7 +437,8 @@ void MessageEditor::cmdSave_Click() {
 
 void MessageEditor::cmdSend_Click() {
   Trap("cmdSend_Click", [&] {
-    m_editorMode = EditorMode::Send;
+    if (!FormFitsRecord()) return;
+    BeginCommand(EditorMode::Send);
     SaveForm();
     if (!CheckRequiredFields()) return;
     m_editState = 1;
@@ -426,10 +449,16 @@ void MessageEditor::cmdSend_Click() {
     m_rec.rec().setStatus(Status::ReadyToSend);
     m_rec.Update(m_currentMsgNo);
     RefreshMsgInfo();
+    const std::int32_t sending = m_currentMsgNo;
+    const std::uint64_t commands = m_commands;
     if (m_ctx.runSession) {
       m_ctx.runSession();
     } else {
       m_view.setStatus("No connection to Pmdirect in this build; the message waits as ready");
+    }
+    if (m_commands != commands) {
+      AfterSessionMovedOn(sending);
+      return;
     }
     ShowMessage(m_currentMsgNo);
     RefreshMsgInfo();
@@ -439,9 +468,74 @@ void MessageEditor::cmdSend_Click() {
   });
 }
 
+void MessageEditor::AfterSessionMovedOn(std::int32_t sent) {
+  // The form is the operator's now; it only needs a word when the session sent, as it
+  // was, the message they have since changed.
+  if (m_editState != 2 || m_messageSaved || m_currentMsgNo != sent || m_rec.rec().Status() != Status::Sent)
+    return;
+  const int answer = m_ctx.dialogs.choose(
+      "Message No. " + std::to_string(sent) +
+          " was sent while you were editing it;\r\nyour changes did not go with it.",
+      kProgramTitle, {"&Keep editing as a new draft", "&Discard my changes"}, 0, 0, MsgIcon::Information);
+  if (answer == 0) {
+    KeepAsNewDraft();
+  } else {
+    BeginCommand(EditorMode::Send);
+    DiscardChanges();
+  }
+}
+
+void MessageEditor::KeepAsNewDraft() {
+  const std::int32_t sent = m_currentMsgNo;
+  MsgRecord& r = m_rec.rec();
+  const short keepLocal = r.KeepLocal();
+  r.setStatus(Status::Draft);
+  r.setOrigin(Origin::Local);
+  m_currentMsgNo = m_rec.NewMsg();
+  r.setKeepLocal(keepLocal);
+  m_rec.Update(m_currentMsgNo);
+  m_hasStoredText = false;
+  // Like New: leaving the program without saving gives the copy up.
+  BeginCommand(EditorMode::New);
+  OnlyCommands(kWritingCommands);
+  RefreshMsgInfo();
+  m_view.setStatus("No. " + std::to_string(sent) + " went out as it was; your changes are now draft No. " +
+                   std::to_string(m_currentMsgNo));
+}
+
+void MessageEditor::StatusChangedInStore(std::int32_t n, Status now) {
+  Trap("RefreshMsgInfo", [&] {
+    if (m_editState == 0 || n != m_currentMsgNo) return;
+    m_rec.rec().setStatus(now);
+    RefreshMsgInfo();
+  });
+}
+
+bool MessageEditor::CanDiscard() const { return m_editState == 2 && !m_messageSaved && m_hasStoredText; }
+
+void MessageEditor::DiscardChanges() {
+  m_messageSaved = true;
+  for (Field f : kAllFields) m_view.setBackColour(f, kWindowColour);
+  ShowStored(m_currentMsgNo);
+  m_view.setStatus("Changes discarded");
+}
+
 void MessageEditor::cmdDelete_Click() {
   Trap("cmdDelete_Click", [&] {
-    m_editorMode = EditorMode::Delete;
+    const bool discard = CanDiscard();
+    const std::vector<std::string> buttons =
+        discard ? std::vector<std::string>{"&Yes", "&Discard my changes", "&No"}
+                : std::vector<std::string>{"&Yes", "&No"};
+    const int no = static_cast<int>(buttons.size()) - 1;
+    const int answer = m_ctx.dialogs.choose("Delete message No. " + std::to_string(m_rec.rec().MsgNo()) +
+                                                ", '" + Trim(m_view.text(Field::Subject)) + "'?",
+                                            kProgramTitle, buttons, no, no, MsgIcon::Exclamation);
+    if (answer == no) return;
+    BeginCommand(EditorMode::Delete);
+    if (discard && answer == 1) {
+      DiscardChanges();
+      return;
+    }
     m_editState = 0;
     DeleteCurrentMessage();
     ShowEmptyForm();
@@ -451,10 +545,14 @@ void MessageEditor::cmdDelete_Click() {
 
 void MessageEditor::cmdClose_Click() {
   Trap("cmdClose_Click", [&] {
-    m_editorMode = EditorMode::Close;
+    BeginCommand(EditorMode::Close);
     if (!m_messageSaved) {
-      m_ctx.dialogs.messageBox("Message was not saved.  Press Save or\r\nDelete on the form to continue.",
-                               kProgramTitle, MsgButtons::Ok);
+      const std::string text = "Message was not saved.  Press Save or\r\nDelete on the form to continue.";
+      if (!CanDiscard()) {
+        m_ctx.dialogs.messageBox(text, kProgramTitle, MsgButtons::Ok);
+      } else if (m_ctx.dialogs.choose(text, kProgramTitle, {"&Discard my changes", "OK"}, 1, 1) == 0) {
+        DiscardChanges();
+      }
       return;
     }
     m_editState = 0;
@@ -464,10 +562,8 @@ void MessageEditor::cmdClose_Click() {
 
 void MessageEditor::OpenFromNotice(std::int32_t number) {
   Trap("OpenFromNotice", [&] {
-    OnlyCommands({Command::mnuPrint, Command::cmdNew, Command::cmdDelete, Command::cmdClose, Command::cmdBrowse});
-    LockForm();
-    m_editState = 1;
-    ShowMessage(number);
+    ++m_commands;
+    ShowStored(number);
   });
 }
 
@@ -475,7 +571,7 @@ void MessageEditor::OpenFromNotice(std::int32_t number) {
 
 void MessageEditor::cmdBrowse_Click() {
   Trap("cmdBrowse_Click", [&] {
-    m_editorMode = EditorMode::Browse;
+    BeginCommand(EditorMode::Browse);
     ClearForm();
     LockForm();
     StartBrowse();
@@ -528,6 +624,7 @@ void MessageEditor::StartBrowse() {
 
 void MessageEditor::cmdBLeft_Click() {
   Trap("cmdBLeft_Click", [&] {
+    ++m_commands;
     const int p = m_browsePtr - 1;
     if (p > 0) {
       m_browsePtr = static_cast<short>(p);
@@ -541,6 +638,7 @@ void MessageEditor::cmdBLeft_Click() {
 
 void MessageEditor::cmdBRight_Click() {
   Trap("cmdBRight_Click", [&] {
+    ++m_commands;
     const int p = m_browsePtr + 1;
     if (p <= BrowseCount()) {
       m_browsePtr = static_cast<short>(p);

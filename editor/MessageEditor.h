@@ -10,6 +10,17 @@
 //
 // The *_Click handlers and the field events trap every failure: it goes to the session
 // log and the "Status" panel, and the handler returns. The procedures they use throw.
+//
+// No typing is thrown away without the operator's say, and no text is cut:
+// - a text box takes at most its record field's width (Width); typing past it is refused
+//   with a beep, and a paste or a file insert that would not fit is refused whole, with a
+//   message saying how much fits. Save refuses a form that holds more than the record can.
+// - Delete asks first. Delete and Close on an edited message that has a stored version
+//   offer to discard the changes and show that version again.
+// - Send's session lets events run. If the operator starts another command meanwhile,
+//   the form stays as that command left it. Only one case asks: an Edit of the message
+//   being sent, with typing, when the session sent the text as it was before: keep the
+//   typing as a new draft, or discard it.
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -68,15 +79,34 @@ class MessageEditor {
   void mnuPaste_Click();
   void mnuOpen_Click();
 
-  // Field events. KeyPress comes before the key reaches the box.
-  void txtField_KeyPress(Field field);
+  // Field events. KeyPress comes before the key reaches the box; `typed` is how many
+  // characters it would put there (a line break in a body counts two). False: refused,
+  // the box is full.
+  bool txtField_KeyPress(Field field, std::size_t typed = 0);
+  // A body's text changed: its length counter follows.
+  void txtField_Change(Field field);
   void txtField_GotFocus(Field field);
   void txtField_LostFocus(Field field);
   // The route box takes capitals only: the character to insert instead of `key`.
   static char txtDefaultToRoute_KeyPress(char key);
 
+  // Pastes text over the selection of box, whole or, when it does not fit, not at all.
+  void PasteInto(TextBox box, const std::string& text);
+  // Text about to be put into box by a way of the box's own (pasted from its menu, dropped
+  // on it): false, with the reason shown, when it does not fit; otherwise it counts as typing.
+  bool AcceptInsert(TextBox box, const std::string& text, bool pasted);
+
+  // The most characters box takes: its record field's width, the route box less the ":0"
+  // that follows the route.
+  static std::size_t Width(TextBox box);
+  // The length of text once in box: in a body every line break becomes CR LF.
+  static std::size_t LengthIn(TextBox box, const std::string& text);
+
   // A received message opened from its notice, shown locked.
   void OpenFromNotice(std::int32_t number);
+  // A session changed the status of message n in the store; the information line follows
+  // when n is the message shown.
+  void StatusChangedInStore(std::int32_t n, Status now);
 
   // Start-up: the locked, empty form before anything else runs, and the form once
   // start-up is done (New and Browse available).
@@ -100,6 +130,10 @@ class MessageEditor {
   void BuildBrowseList();
   std::int32_t BrowseMsgNo() const;
   void StartBrowse();
+  // Whether Delete and Close may offer to drop the typing: a message being edited that
+  // has a version in the store to go back to.
+  bool CanDiscard() const;
+  void DiscardChanges();
 
   // The caption "Velnor (<LoginName>)".
   std::string MainCaption() const;
@@ -118,6 +152,8 @@ class MessageEditor {
   void Trap(const char* routine, const std::function<void()>& f);
 
  private:
+  // Records the command; the Send of a session sees by it whether the operator went on.
+  void BeginCommand(velnor::EditorMode mode);
   void EnableCommands(std::initializer_list<Command> commands);
   // Exactly these commands available, the rest off.
   void OnlyCommands(std::initializer_list<Command> commands);
@@ -126,6 +162,18 @@ class MessageEditor {
   // The cleared, locked form with only New and Browse.
   void ShowEmptyForm();
   void FocusRule();
+  // Message n, locked, with the commands of a stored message shown.
+  void ShowStored(std::int32_t n);
+  // After a Send's session during which the operator ran another command.
+  void AfterSessionMovedOn(std::int32_t sent);
+  void KeepAsNewDraft();
+  // Room left in box, for an insert that replaces its selection or not.
+  std::size_t Room(TextBox box, bool overSelection) const;
+  // True when `length` more characters fit; otherwise says so after `refused`
+  // ("Nothing was pasted: the clipboard holds ") and returns false.
+  bool Fits(TextBox box, std::size_t length, bool overSelection, const std::string& refused);
+  // False, after saying which box and focusing it, when a box holds more than its field.
+  bool FormFitsRecord();
   void SetBrowsePtrLabel();
   std::string DateTimePattern() const;
   void Log(const std::string& line);
@@ -139,6 +187,8 @@ class MessageEditor {
   std::int32_t m_currentMsgNo = 0;
   std::vector<std::int32_t> m_browseList;
   short m_browsePtr = 0;
+  std::uint64_t m_commands = 0;  // commands run so far
+  bool m_hasStoredText = false;  // the record holds the form as last shown or saved
 };
 
 // What the form's fields show for a stored record: the dates in the operator's date and

@@ -19,8 +19,9 @@ class LinkHost {
   virtual void setStatus(const std::string& panelKey, const std::string& text) = 0;
   // Current text of the "Status" panel.
   virtual std::string status() = 0;
-  // Rebuilds the editor's message-information line after a record changed status.
-  virtual void RefreshMsgInfo() = 0;
+  // A session changed the status of message `msgNo` in the store: the editor's
+  // message-information line follows when that message is the one shown.
+  virtual void RefreshMsgInfo(std::int32_t msgNo, Status now) = 0;
   // The tagged text of a queued record, as the send step's walk found it (the encoder).
   // A failure keeps the message queued.
   virtual std::string EncodeMsg(const MsgRecord& rec) = 0;
@@ -30,6 +31,9 @@ class LinkHost {
   // Tells the operator something that must not be missed, without waiting for an answer:
   // the session goes on meanwhile.
   virtual void Warn(const std::string& text) = 0;
+  // A session has ended; `why` says what failed ("Connection refused", "error during
+  // Logging on"), empty when it went through.
+  virtual void SessionEnded(bool ok, const std::string& why) = 0;
 };
 
 // The send step's own cursor over the store, independent of the record the editor holds.

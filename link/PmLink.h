@@ -26,10 +26,18 @@
 //
 // Every wait sleeps in the event loop, so the editor, the clock and socket data go on
 // meanwhile, and a Send click or schedule tick may arrive inside a session:
-// SessionRunning turns such a second session away.
+// SessionRunning turns such a second session away. A Send is not turned away: its
+// message is queued and one more session runs right after the current one
+// (SendSession), since the running session's walk may already have passed it.
+//
+// The connect step ends as soon as the socket reports an error, so nothing listening at
+// HostName:Port fails at once; only silence waits the whole TimeOut. Each session ends by
+// telling the host its outcome (SessionEnded) for the connection panel.
 //
 // The link test (PmdirectTest) connects, hands over one text in pieces of 75 characters
-// without line ends, and closes; it speaks no dialogue and ignores SessionRunning.
+// without line ends, and closes; it speaks no dialogue. It shares the socket with the
+// sessions, so it refuses to run during one, and a run that falls due during the test
+// waits for its end.
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -48,6 +56,10 @@
 
 namespace velnor {
 
+// The connection panel after a session: "Disconnected. Last session 16:02 OK", or with
+// " failed: " and why in place of " OK".
+std::string LastSessionText(bool ok, const std::string& why, double when);
+
 class PmLink {
  public:
   // Settings are read live: HostName, Port, TimeOut, Pausev, LoginName, SRTime.
@@ -62,6 +74,11 @@ class PmLink {
   bool SeqPmdirect();
   // SeqPmdirect with its outcome reported; the "Status" panel text is restored after.
   void RunSession();
+  // The Send command's session: RunSession, or, while a session runs, one more session
+  // as soon as it ends, and "Queued: ..." in the "Status" panel instead of a failure.
+  void SendSession();
+  // Why the last session failed, empty when it went through.
+  const std::string& LastFailure() const { return m_lastFailure; }
   bool SessionRunning() const { return m_SessionRunning; }
   void setSessionRunning(bool on) { m_SessionRunning = on; }
 
@@ -77,8 +94,10 @@ class PmLink {
   // logs each; stops at the first that still cannot be filed. Called at start-up.
   void FileKept();
 
-  // Link test: true when connected and the whole text was handed to the socket.
+  // Link test: true when connected and the whole text was handed to the socket. False
+  // at once, the socket untouched, while a session runs.
   bool PmdirectTest(std::string inString);
+  bool TestRunning() const { return m_TestRunning; }
 
   // Waits, for the window's other users (start-up holds its banners with Pause).
   void Pause(short ms) { m_waits.Pause(ms); }
@@ -99,6 +118,8 @@ class PmLink {
   // Runs the steps in order up to the first that fails: its name ("error during <name>"),
   // or nothing when every step went through.
   std::optional<std::string> RunSteps();
+  // One session from connect to quit or abort; its outcome goes to the host.
+  bool OneSession();
   void QuitSession();
   void AbortSession(const std::string& step);
   // Keeps, files and lets go of one received text; false when it could not be filed.
@@ -123,6 +144,10 @@ class PmLink {
   Transport m_transport;
   std::unique_ptr<Timer> m_tmrSRTimer;
   bool m_SessionRunning = false;
+  bool m_RunAgain = false;       // a Send came during the session: one more follows it
+  bool m_TestRunning = false;    // the link test has the socket
+  std::string m_connectFailure;  // why the last connect step failed
+  std::string m_lastFailure;
   std::string m_OutgoingText;
   short m_SRCounter = 0;
   short m_SRTimeStarted = 0;

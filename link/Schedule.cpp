@@ -17,6 +17,8 @@ void PmLink::ClockTick() {
 }
 
 void PmLink::tmrSRTimer_Timer() {
+  // The link test has the socket: the run waits for the first check after it.
+  if (m_TestRunning) return;
   if (m_SRCounter >= m_settings.SRTime) {
     m_SRCounter = 0;
     RunSession();
@@ -24,6 +26,13 @@ void PmLink::tmrSRTimer_Timer() {
 }
 
 bool PmLink::PmdirectTest(std::string inString) {
+  // Closing the socket would break the session's dialogue.
+  if (m_SessionRunning) return false;
+  struct Running {
+    bool& flag;
+    explicit Running(bool& f) : flag(f) { flag = true; }
+    ~Running() { flag = false; }
+  } running(m_TestRunning);
   LinkState& s = state();
   bool result = false;
   try {
@@ -39,7 +48,7 @@ bool PmLink::PmdirectTest(std::string inString) {
     status("Passing Test message...");
     m_WNS.connect();
     StartGpTimer(timeOut);
-    while (m_WNS.state() != Socket::Connected && m_waits.GpTimerEnabled()) {
+    while (m_WNS.state() != Socket::Connected && m_WNS.state() != Socket::Error && m_waits.GpTimerEnabled()) {
       m_waits.loop().waitForEvents();
       s.TestStep = 804;
       m_WNS.checkHost();

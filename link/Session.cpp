@@ -1,11 +1,35 @@
 #include <exception>
 #include <optional>
 
+#include "core/DateTime.h"
 #include "core/StringLib.h"
 #include "core/VError.h"
 #include "link/PmLink.h"
 
 namespace velnor {
+
+namespace {
+
+std::string FailureText(Socket::Failure f) {
+  switch (f) {
+    case Socket::Failure::Refused:
+      return "Connection refused";
+    case Socket::Failure::HostNotFound:
+      return "Host not found";
+    case Socket::Failure::PeerClosed:
+      return "Pmdirect closed the connection";
+    case Socket::Failure::None:
+    case Socket::Failure::Other:
+      break;
+  }
+  return "Connection failed";
+}
+
+}  // namespace
+
+std::string LastSessionText(bool ok, const std::string& why, double when) {
+  return "Disconnected. Last session " + FormatDate(when, "hh:nn") + (ok ? " OK" : " failed: " + why);
+}
 
 PmLink::PmLink(EventLoop& loop, Socket& WNS, const Settings& settings, LinkHost& host, SessionLogWriter& log,
                Dialogs& dialogs, OutboxFactory outbox, const std::string& dataPath)
@@ -27,19 +51,31 @@ PmLink::~PmLink() = default;
 std::int32_t PmLink::timeOutMs() const {
   std::int32_t ms = 0;
   if (!ParseSettingNumber(m_settings.TimeOut, ms))
-    throw VError(kErrTypeMismatch, "ConnectServer", "Type mismatch");
+    throw VError(kErrTypeMismatch, "ConnectServer", "TimeOut is not a whole number");
   return ms;
 }
 
 bool PmLink::SeqPmdirect() {
   if (m_SessionRunning) return false;
   m_SessionRunning = true;
+  bool ok = false;
+  do {
+    m_RunAgain = false;
+    ok = OneSession();
+  } while (m_RunAgain);
+  m_SessionRunning = false;
+  return ok;
+}
+
+bool PmLink::OneSession() {
+  m_connectFailure.clear();
   const std::optional<std::string> failedAt = RunSteps();
   if (failedAt)
     AbortSession(*failedAt);
   else
     QuitSession();
-  m_SessionRunning = false;
+  m_lastFailure = !failedAt ? "" : *failedAt == "Connect" ? m_connectFailure : "error during " + *failedAt;
+  m_host.SessionEnded(!failedAt, m_lastFailure);
   return !failedAt;
 }
 
@@ -64,6 +100,15 @@ void PmLink::RunSession() {
   status(kept);
 }
 
+void PmLink::SendSession() {
+  if (!m_SessionRunning) {
+    RunSession();
+    return;
+  }
+  m_RunAgain = true;
+  status("Queued: will go with the session now running");
+}
+
 bool PmLink::ConnectServer() {
   try {
     state().ReplyComplete = false;
@@ -72,14 +117,15 @@ bool PmLink::ConnectServer() {
     m_WNS.setRemoteHost(m_settings.HostName);
     std::int32_t port = 0;
     if (!ParseSettingNumber(m_settings.Port, port) || port < 0 || port > 65535)
-      throw VError(kErrTypeMismatch, "ConnectServer", "Type mismatch");
+      throw VError(kErrTypeMismatch, "ConnectServer", "Port is not a number from 0 to 65535");
     const std::int32_t timeOut = timeOutMs();
     m_WNS.setRemotePort(static_cast<int>(port));
     m_WNS.connect();
     StartGpTimer(timeOut);
-    while (m_WNS.state() != Socket::Connected && m_waits.GpTimerEnabled()) {
+    // An error ends the wait at once; only silence waits for TimeOut.
+    while (m_WNS.state() != Socket::Connected && m_WNS.state() != Socket::Error && m_waits.GpTimerEnabled()) {
       m_waits.loop().waitForEvents();
-      m_WNS.checkHost();  // an unusable host is an error at once, not a time-out
+      m_WNS.checkHost();  // an unusable host goes to the network error box below
     }
     if (m_WNS.state() == Socket::Connected) {
       status("Trying to Connect... connected!");
@@ -87,11 +133,16 @@ bool PmLink::ConnectServer() {
       Pause(pausev());
       return true;
     }
+    m_connectFailure = m_WNS.state() == Socket::Error
+                           ? FailureText(m_WNS.failure())
+                           : "no connection within " + std::to_string(timeOut) + " ms";
     status("Trying to Connect... failed");
     netState("Disconnected");
     m_log.WriteLog("Connection Failed");
     return false;
-  } catch (const std::exception&) {
+  } catch (const std::exception& e) {
+    const auto* ve = dynamic_cast<const VError*>(&e);
+    m_connectFailure = ve ? ve->description() : e.what();
     m_dialogs.messageBox("Network error.  Confirm this is a networked PC", kProgramTitle,
                          MsgButtons::Ok);
     return false;
@@ -173,7 +224,7 @@ bool PmLink::SendMessages() {
       }
       status("Sending message # " + num + "... sent");
       const bool updated = cursor->UpdateStatus(Status::Sent);
-      m_host.RefreshMsgInfo();
+      if (updated) m_host.RefreshMsgInfo(rec.MsgNo(), Status::Sent);
       m_log.WriteLog("SendMessages: Sent No. " + num + " titled: " + Trim(rec.Subj()));
       if (!updated)
         m_log.WriteLog("SendMessages: No. " + num +

@@ -4,6 +4,7 @@
 // converts. Tests use a scripted implementation that fails on an unexpected question.
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace velnor {
 
@@ -27,6 +28,12 @@ class Dialogs {
   // The caption is the program's title unless the caller names another.
   virtual MsgAnswer messageBox(const std::string& text, const std::string& caption,
                                MsgButtons buttons = MsgButtons::Ok, MsgIcon icon = MsgIcon::None) = 0;
+  // A question answered with buttons of the caller's own ("&" marks a button's access
+  // key): the index of the one pressed. `preferred` is the default button; Escape or
+  // closing the box answers `escape`.
+  virtual int choose(const std::string& text, const std::string& caption,
+                     const std::vector<std::string>& buttons, int preferred, int escape,
+                     MsgIcon icon = MsgIcon::None) = 0;
   // nullopt when cancelled.
   virtual std::optional<std::string> inputBox(const std::string& prompt, const std::string& title,
                                               const std::string& preset) = 0;

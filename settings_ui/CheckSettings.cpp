@@ -158,7 +158,13 @@ void StoreProperties(const PropertiesState& st, Settings& s) {
 
 bool RunLinkTest(Settings& settings, const std::string& typedHost, const std::string& typedPort,
                  const std::function<bool(const std::string&)>& pmdirectTest, Dialogs& dialogs,
-                 const std::function<void()>& clearStatus) {
+                 const std::function<void()>& clearStatus, const std::function<bool()>& sessionRunning) {
+  // The test would take the session's socket from under it.
+  if (sessionRunning && sessionRunning()) {
+    dialogs.messageBox("A session with Pmdirect is running; try again when it ends", kProgramTitle,
+                       MsgButtons::Ok, MsgIcon::Information);
+    return false;
+  }
   const std::string keptHost = settings.HostName;
   long keptPortNumber = 0;
   const std::string keptPort =

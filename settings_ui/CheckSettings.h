@@ -76,10 +76,11 @@ void StoreProperties(const PropertiesState& state, Settings& settings);
 // port put into `settings` for the time of the call, reports the result in a message box,
 // clears the main window's Status panel on success, and puts HostName and Port back
 // (a numeric Port comes back in plain decimal; any other text comes back unchanged).
+// While `sessionRunning` says a session has the link, it is refused with a message box.
 inline constexpr const char* kLinkTestText = "<test>This is the ICS-213 test startup msg</test>";
 bool RunLinkTest(Settings& settings, const std::string& typedHost, const std::string& typedPort,
                  const std::function<bool(const std::string&)>& pmdirectTest, Dialogs& dialogs,
-                 const std::function<void()>& clearStatus);
+                 const std::function<void()>& clearStatus, const std::function<bool()>& sessionRunning = {});
 
 // The sound test: plays the file; on failure beeps and says so. True when it played.
 bool RunSoundTest(const std::string& soundPath, Sound& sound, Dialogs& dialogs);

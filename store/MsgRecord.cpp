@@ -14,11 +14,13 @@ struct Place {
   std::size_t width;
 };
 
+constexpr std::size_t kLine = MsgRecord::kLineWidth, kBody = MsgRecord::kBodyWidth;
 constexpr Place kMsgNo{0, 4}, kStatus{4, 2}, kOrigin{6, 2}, kKind{8, 2};
-constexpr Place kIcdName{10, 64}, kTo{74, 64}, kToPos{138, 64}, kFr{202, 64}, kFrPos{266, 64};
-constexpr Place kSubj{330, 64}, kMsgDate{394, 8}, kMsg{402, 4000}, kMsgLen{4402, 2};
-constexpr Place kSign{4404, 64}, kSignPos{4468, 64}, kReply{4532, 4000}, kRepSign{8532, 64};
-constexpr Place kRepPos{8596, 64}, kRoute{8660, 16}, kRepDate{8676, 8}, kLocked{8684, 2};
+constexpr Place kIcdName{10, kLine}, kTo{74, kLine}, kToPos{138, kLine}, kFr{202, kLine}, kFrPos{266, kLine};
+constexpr Place kSubj{330, kLine}, kMsgDate{394, 8}, kMsg{402, kBody}, kMsgLen{4402, 2};
+constexpr Place kSign{4404, kLine}, kSignPos{4468, kLine}, kReply{4532, kBody}, kRepSign{8532, kLine};
+constexpr Place kRepPos{8596, kLine}, kRoute{8660, MsgRecord::kRouteWidth}, kRepDate{8676, 8},
+    kLocked{8684, 2};
 constexpr Place kKeepLocal{8816, 2};
 
 static_assert(kKeepLocal.offset + 2 + 4 == MsgRecord::kSize);

@@ -32,6 +32,10 @@ enum class Kind : std::int16_t { Message = 1, Reply = 2 };
 class MsgRecord {
  public:
   static constexpr std::size_t kSize = 8822;
+  // Widths of the text fields in characters: the bodies (Msg, Reply), Route, every other.
+  static constexpr std::size_t kBodyWidth = 4000;
+  static constexpr std::size_t kRouteWidth = 16;
+  static constexpr std::size_t kLineWidth = 64;
   using Image = std::array<unsigned char, kSize>;
 
   MsgRecord() { m_image.fill(0); }

@@ -46,6 +46,11 @@ class NoDialogs : public Dialogs {
   std::optional<std::string> inputBox(const std::string&, const std::string&, const std::string&) override {
     return std::nullopt;
   }
+  int choose(const std::string& text, const std::string&, const std::vector<std::string>&, int, int escape,
+             MsgIcon) override {
+    std::fprintf(stderr, "question: %s\n", text.c_str());
+    return escape;
+  }
   std::string openFileDialog(const FileDialogRequest&) override { return {}; }
   void beep() override {}
 };
@@ -70,7 +75,8 @@ class Host : public LinkHost, public NoticeSink {
   Host(const Settings& s, const std::string& dataPath, Figures& f) : m_s(s), m_dataPath(dataPath), m_f(f) {}
   void setStatus(const std::string& key, const std::string& text) override { panels[key] = text; }
   std::string status() override { return panels["Status"]; }
-  void RefreshMsgInfo() override {}
+  void RefreshMsgInfo(std::int32_t, Status) override {}
+  void SessionEnded(bool, const std::string&) override {}
   std::string EncodeMsg(const MsgRecord& rec) override {
     const double t0 = Now();
     std::string text = EncodeRecord(rec, Trim(m_s.LoginName));

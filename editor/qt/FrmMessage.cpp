@@ -6,14 +6,19 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QClipboard>
+#include <QContextMenuEvent>
+#include <QDropEvent>
 #include <QFocusEvent>
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
+#include <QInputMethodEvent>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QMenuBar>
+#include <QMimeData>
 #include <QMouseEvent>
 #include <QPlainTextEdit>
 #include <QPushButton>
@@ -24,6 +29,7 @@
 #include <QTimer>
 #include <QVBoxLayout>
 #include <algorithm>
+#include <memory>
 #include <vector>
 
 #include "app/SessionLog.h"
@@ -57,7 +63,34 @@ QColor FromBgr(std::uint32_t bgr) {
   return QColor(static_cast<int>(bgr & 0xFF), static_cast<int>((bgr >> 8) & 0xFF), static_cast<int>((bgr >> 16) & 0xFF));
 }
 
+// A body that asks before its own ways put text in (its menu's Paste, a drop, the middle
+// button), so the limit holds for them as for typing and the Edit menu.
+class BodyEdit : public QPlainTextEdit {
+ public:
+  using QPlainTextEdit::QPlainTextEdit;
+  std::function<bool(const QString& text, bool pasted)> mayInsert;
+
+ protected:
+  void insertFromMimeData(const QMimeData* source) override {
+    const QClipboard* cb = QApplication::clipboard();
+    const bool pasted =
+        source == cb->mimeData(QClipboard::Clipboard) || source == cb->mimeData(QClipboard::Selection);
+    if (source && source->hasText() && mayInsert && !mayInsert(source->text(), pasted)) return;
+    QPlainTextEdit::insertFromMimeData(source);
+  }
+};
+
 }  // namespace
+
+void SetAlarm(QLabel* label, bool alarm) {
+  QPalette p;  // none of its own: the label follows its window, greyed when disabled
+  if (alarm) {
+    p = label->palette();
+    for (auto group : {QPalette::Active, QPalette::Inactive})
+      p.setColor(group, QPalette::WindowText, QColor(0xB0, 0, 0));
+  }
+  label->setPalette(p);
+}
 
 FrmMessage::FrmMessage(FrmMessageDeps deps, QWidget* parent) : QMainWindow(parent), m_deps(std::move(deps)) {
   setObjectName("frmMessage");
@@ -108,14 +141,33 @@ void FrmMessage::BuildForm() {
   form->setVerticalSpacing(4);
 
   for (Field f : kAllFields) {
-    QWidget* w = (f == Field::Message || f == Field::Reply)
-                     ? static_cast<QWidget*>(new QPlainTextEdit(central))
-                     : static_cast<QWidget*>(new QLineEdit(central));
+    QWidget* w = nullptr;
+    if (f == Field::Message || f == Field::Reply) {
+      auto* body = new BodyEdit(central);
+      body->mayInsert = [this, f](const QString& t, bool pasted) {
+        return m_editor && m_editor->AcceptInsert(f, FromWidgetText(t), pasted);
+      };
+      connect(body, &QPlainTextEdit::textChanged, this, [this, f] {
+        if (m_editor) m_editor->txtField_Change(f);
+      });
+      w = body;
+    } else {
+      auto* line = new QLineEdit(central);
+      line->setMaxLength(static_cast<int>(MessageEditor::Width(f)));
+      w = line;
+    }
     w->setObjectName(QString("txtField_%1").arg(FieldIndex(f)));
     w->installEventFilter(this);
     m_boxes[FieldIndex(f)] = w;
   }
+  for (std::size_t i = 0; i < m_lengthCounters.size(); ++i) {
+    m_lengthCounters[i] = new QLabel(central);
+    m_lengthCounters[i]->setObjectName(i == 0 ? "lblMsgLength" : "lblReplyLength");
+    m_lengthCounters[i]->setAccessibleName(i == 0 ? "Message length" : "Reply length");
+    m_lengthCounters[i]->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+  }
   auto* route = new QLineEdit(central);
+  route->setMaxLength(static_cast<int>(MessageEditor::Width(TextBox::Route)));
   route->setObjectName("txtDefaultToRoute");
   route->installEventFilter(this);
   m_boxes[TextBox::Route.index()] = route;
@@ -150,7 +202,8 @@ void FrmMessage::BuildForm() {
   form->addWidget(box(Field::Subject), row, 1);
   form->addWidget(label("DATE / TIME:"), row, 2);
   form->addWidget(box(Field::Date), row++, 3);
-  form->addWidget(label("MESSAGE:"), row++, 0, 1, 4);
+  form->addWidget(label("MESSAGE:"), row, 0, 1, 3);
+  form->addWidget(m_lengthCounters[0], row++, 3);
   form->addWidget(box(Field::Message), row, 0, 1, 4);
   form->setRowStretch(row++, 3);
   form->addWidget(label("SIGNATURE:"), row, 0);
@@ -160,7 +213,8 @@ void FrmMessage::BuildForm() {
   m_lblRep[0] = label("REPLY:", "lblRep_0");
   m_lblRep[1] = label("SIGNATURE:", "lblRep_1");
   m_lblRep[2] = label("POSITION:", "lblRep_2");
-  form->addWidget(m_lblRep[0], row++, 0, 1, 4);
+  form->addWidget(m_lblRep[0], row, 0, 1, 3);
+  form->addWidget(m_lengthCounters[1], row++, 3);
   form->addWidget(box(Field::Reply), row, 0, 1, 4);
   form->setRowStretch(row++, 2);
   form->addWidget(m_lblRep[1], row, 0);
@@ -432,16 +486,62 @@ bool FrmMessage::eventFilter(QObject* watched, QEvent* event) {
       auto* k = static_cast<QKeyEvent*>(event);
       const QString typed = k->text();
       if (typed.isEmpty() || k->key() == Qt::Key_Tab || k->key() == Qt::Key_Backtab) break;
-      if (!b->isField()) {
-        const std::string ch = S(typed);
-        if (ch.size() == 1 && ch[0] != MessageEditor::txtDefaultToRoute_KeyPress(ch[0])) {
-          lineBox(TextBox::Route)
-              ->insert(Q(std::string(1, MessageEditor::txtDefaultToRoute_KeyPress(ch[0]))));
-          return true;
-        }
+      if (b->isField()) {
+        // What the key would put in the box: a line break, printable text, or nothing.
+        const bool lineBreak = k->key() == Qt::Key_Return || k->key() == Qt::Key_Enter;
+        const bool printable = std::all_of(typed.begin(), typed.end(), [](QChar c) { return c.isPrint(); });
+        const std::size_t length = lineBreak ? (bodyBox(*b) ? 2 : 0) : printable ? S(typed).size() : 0;
+        if (!m_editor->txtField_KeyPress(b->field(), length)) return true;
         break;
       }
-      m_editor->txtField_KeyPress(b->field());
+      const std::string ch = S(typed);
+      if (ch.size() == 1 && ch[0] != MessageEditor::txtDefaultToRoute_KeyPress(ch[0])) {
+        lineBox(TextBox::Route)->insert(Q(std::string(1, MessageEditor::txtDefaultToRoute_KeyPress(ch[0]))));
+        return true;
+      }
+      break;
+    }
+    case QEvent::InputMethod: {
+      const std::string commit = S(static_cast<QInputMethodEvent*>(event)->commitString());
+      if (b->isField() && !commit.empty() &&
+          !m_editor->txtField_KeyPress(b->field(), MessageEditor::LengthIn(*b, commit)))
+        return true;
+      break;
+    }
+    // A line box's own ways of putting text in: refused whole when the text would not fit,
+    // where the box itself would cut it at its limit. (A body asks in BodyEdit.)
+    case QEvent::ContextMenu: {
+      QLineEdit* line = lineBox(*b);
+      if (!line) break;
+      std::unique_ptr<QMenu> menu(line->createStandardContextMenu());
+      for (QAction* paste : menu->actions()) {
+        if (paste->objectName() != "edit-paste" &&
+            paste->text().section('\t', 0, 0) != QLineEdit::tr("&Paste"))
+          continue;
+        disconnect(paste, &QAction::triggered, nullptr, nullptr);
+        connect(paste, &QAction::triggered, this,
+                [this, box = *b] { m_editor->PasteInto(box, clipboardText()); });
+      }
+      menu->exec(static_cast<QContextMenuEvent*>(event)->globalPos());
+      return true;
+    }
+    case QEvent::Drop: {
+      auto* drop = static_cast<QDropEvent*>(event);
+      if (lineBox(*b) && drop->mimeData()->hasText() &&
+          !m_editor->AcceptInsert(*b, S(drop->mimeData()->text()), false)) {
+        drop->ignore();
+        return true;
+      }
+      break;
+    }
+    case QEvent::MouseButtonRelease: {
+      QLineEdit* line = lineBox(*b);
+      if (line && !line->isReadOnly() && static_cast<QMouseEvent*>(event)->button() == Qt::MiddleButton &&
+          QApplication::clipboard()->supportsSelection()) {
+        line->deselect();
+        m_editor->PasteInto(*b, S(QApplication::clipboard()->text(QClipboard::Selection)));
+        return true;
+      }
       break;
     }
     case QEvent::FocusIn: {
@@ -568,6 +668,7 @@ void FrmMessage::setKeepLocal(bool on) { m_chkKeepLocal->setChecked(on); }
 void FrmMessage::setKeepLocalEnabled(bool on) { m_chkKeepLocal->setEnabled(on); }
 void FrmMessage::setReplyLabelsEnabled(bool on) {
   for (QLabel* l : m_lblRep) l->setEnabled(on);
+  m_lengthCounters[1]->setEnabled(on);
 }
 
 void FrmMessage::setCommandEnabled(Command c, bool on) {
@@ -588,6 +689,11 @@ void FrmMessage::focusCommand(Command c) {
 std::optional<TextBox> FrmMessage::focusedBox() const { return boxOf(focusWidget()); }
 
 void FrmMessage::setMsgInfo(const std::string& t) { m_lblMsgInfo->setText(Q(t)); }
+void FrmMessage::setLengthCounter(Field body, const std::string& t, bool full) {
+  QLabel* counter = m_lengthCounters.at(body == Field::Message ? 0 : 1);
+  counter->setText(Q(t));
+  SetAlarm(counter, full);
+}
 void FrmMessage::setBrowsePtr(const std::string& t) { m_lblBrowsePtr->setText(Q(t)); }
 void FrmMessage::setStatus(const std::string& t) { m_panelStatus->setText(Q(t)); }
 std::string FrmMessage::status() const { return S(m_panelStatus->text()); }

@@ -56,6 +56,9 @@ struct FrmMessageDeps {
   FileLib::Environment env;
 };
 
+// Red text on a label that reports a failure or a limit reached; normal again with false.
+void SetAlarm(QLabel* label, bool alarm);
+
 class FrmMessage : public QMainWindow, public EditorView, public LinkHost, public NoticeSink {
   Q_OBJECT
  public:
@@ -98,6 +101,7 @@ class FrmMessage : public QMainWindow, public EditorView, public LinkHost, publi
   void focusCommand(Command c) override;
   std::optional<TextBox> focusedBox() const override;
   void setMsgInfo(const std::string& text) override;
+  void setLengthCounter(Field body, const std::string& text, bool full) override;
   void setBrowsePtr(const std::string& text) override;
   void setStatus(const std::string& text) override;
   std::string status() const override;
@@ -109,11 +113,13 @@ class FrmMessage : public QMainWindow, public EditorView, public LinkHost, publi
   // LinkHost
   void setStatus(const std::string& panelKey, const std::string& text) override;
   std::string status() override;
-  void RefreshMsgInfo() override;
+  void RefreshMsgInfo(std::int32_t msgNo, Status now) override;
   std::string EncodeMsg(const MsgRecord& rec) override;
   std::int32_t StoreMsg(const std::string& text) override;
   // One box that does not wait; further warnings are added to it while it is open.
   void Warn(const std::string& text) override;
+  // The connection panel keeps the outcome until the next session; a failure in red.
+  void SessionEnded(bool ok, const std::string& why) override;
 
   // NoticeSink: one notice window per received message.
   void ShowNotice(const std::string& text, std::int32_t number) override;
@@ -178,6 +184,7 @@ class FrmMessage : public QMainWindow, public EditorView, public LinkHost, publi
   QGroupBox* m_frame2 = nullptr;
   QLabel* m_lblMsgInfo = nullptr;
   QLabel* m_lblBrowsePtr = nullptr;
+  std::array<QLabel*, 2> m_lengthCounters{};  // under the message and the reply body
   QLabel* m_panelStatus = nullptr;
   QLabel* m_panelNetState = nullptr;
   QLabel* m_panelCurrentTime = nullptr;

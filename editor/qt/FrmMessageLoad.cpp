@@ -78,7 +78,7 @@ bool FrmMessage::Form_Load() {
   EditorContext ctx{*this,          dialogs,        m_deps.clock, m_deps.eventLog, m_settings,
                     m_settingsFile, m_dataPath,     {},           {}};
   ctx.runSession = [this] {
-    if (m_link) m_link->RunSession();
+    if (m_link) m_link->SendSession();
   };
   ctx.writeLog = [this](const std::string& line) { WriteLog(line); };
   m_editor = std::make_unique<MessageEditor>(std::move(ctx));
@@ -159,9 +159,10 @@ bool FrmMessage::Form_Load() {
   if (m_unloaded) return StartupAbandoned();
   m_link->StartSRTimer();
 
-  // 21-22
+  // 21-22. A failed link test stays in view until the operator acts, not only in the log.
   m_editor->StartupEnd();
-  setStatus("Velnor Ready");
+  const std::string& why = m_link->LastFailure();
+  setStatus(passed ? "Velnor Ready" : "Velnor Ready. Link Test failed" + (why.empty() ? "" : ": " + why));
   QApplication::restoreOverrideCursor();
   return true;
 }
@@ -216,15 +217,26 @@ void FrmMessage::tmrClock_Timer() {
 // ---- LinkHost ----
 
 void FrmMessage::setStatus(const std::string& panelKey, const std::string& t) {
-  if (panelKey == "Status") setStatus(t);
-  else if (panelKey == "NetState") m_panelNetState->setText(QString::fromStdString(t));
-  else if (panelKey == "CurrentTime") m_panelCurrentTime->setText(QString::fromStdString(t));
+  if (panelKey == "Status") {
+    setStatus(t);
+  } else if (panelKey == "NetState") {
+    m_panelNetState->setText(QString::fromStdString(t));
+    SetAlarm(m_panelNetState, false);
+  } else if (panelKey == "CurrentTime") {
+    m_panelCurrentTime->setText(QString::fromStdString(t));
+  }
+}
+
+void FrmMessage::SessionEnded(bool ok, const std::string& why) {
+  m_panelNetState->setText(
+      QString::fromStdString(Cp1252ToUtf8(LastSessionText(ok, why, m_deps.clock.now()))));
+  SetAlarm(m_panelNetState, !ok);
 }
 
 std::string FrmMessage::status() { return static_cast<const FrmMessage*>(this)->status(); }
 
-void FrmMessage::RefreshMsgInfo() {
-  if (m_editor) m_editor->RefreshMsgInfo();
+void FrmMessage::RefreshMsgInfo(std::int32_t msgNo, Status now) {
+  if (m_editor) m_editor->StatusChangedInStore(msgNo, now);
 }
 
 std::string FrmMessage::EncodeMsg(const MsgRecord& rec) { return EncodeRecord(rec, m_settings.LoginName); }
@@ -337,6 +349,7 @@ void FrmMessage::mnuProperties_Click() {
     hooks.clock = &m_deps.clock;
     hooks.sound = &m_deps.sound;
     hooks.pmdirectTest = [this](const std::string& t) { return m_link && m_link->PmdirectTest(t); };
+    hooks.sessionRunning = [this] { return m_link && m_link->SessionRunning(); };
     hooks.clearStatus = [this] { setStatus(""); };
     hooks.dataPath = m_dataPath;
     ShowProperties(this, m_settings, hooks);

@@ -5,6 +5,7 @@
 #include <QFileInfo>
 #include <QInputDialog>
 #include <QMessageBox>
+#include <QPushButton>
 
 #include "core/Cp1252.h"
 
@@ -39,9 +40,8 @@ class OpenDialog : public QFileDialog {
 };
 }  // namespace
 
-MsgAnswer QtDialogs::messageBox(const std::string& text, const std::string& caption, MsgButtons buttons,
-                                MsgIcon icon) {
-  QMessageBox box(m_owner);
+namespace {
+void Dress(QMessageBox& box, const std::string& text, const std::string& caption, MsgIcon icon) {
   box.setWindowTitle(Q(caption.empty() ? std::string(kProgramTitle) : caption));
   box.setText(Q(text));
   switch (icon) {
@@ -50,6 +50,29 @@ MsgAnswer QtDialogs::messageBox(const std::string& text, const std::string& capt
     case MsgIcon::Critical: box.setIcon(QMessageBox::Critical); break;
     case MsgIcon::None: break;
   }
+}
+}  // namespace
+
+int QtDialogs::choose(const std::string& text, const std::string& caption,
+                      const std::vector<std::string>& buttons, int preferred, int escape, MsgIcon icon) {
+  QMessageBox box(m_owner);
+  Dress(box, text, caption, icon);
+  std::vector<QPushButton*> added;
+  for (const std::string& b : buttons) added.push_back(box.addButton(Q(b), QMessageBox::ActionRole));
+  const auto at = [&](int i) { return i >= 0 && i < static_cast<int>(added.size()) ? added[i] : nullptr; };
+  if (QPushButton* p = at(preferred)) box.setDefaultButton(p);
+  if (QPushButton* e = at(escape)) box.setEscapeButton(e);
+  box.exec();
+  for (std::size_t i = 0; i < added.size(); ++i) {
+    if (box.clickedButton() == added[i]) return static_cast<int>(i);
+  }
+  return escape;
+}
+
+MsgAnswer QtDialogs::messageBox(const std::string& text, const std::string& caption, MsgButtons buttons,
+                                MsgIcon icon) {
+  QMessageBox box(m_owner);
+  Dress(box, text, caption, icon);
   if (buttons == MsgButtons::YesNo) {
     box.setStandardButtons(QMessageBox::Yes | QMessageBox::No);
     box.setDefaultButton(QMessageBox::Yes);

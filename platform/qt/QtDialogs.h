@@ -15,6 +15,8 @@ class QtDialogs : public Dialogs {
 
   MsgAnswer messageBox(const std::string& text, const std::string& caption, MsgButtons buttons,
                        MsgIcon icon) override;
+  int choose(const std::string& text, const std::string& caption, const std::vector<std::string>& buttons,
+             int preferred, int escape, MsgIcon icon) override;
   std::optional<std::string> inputBox(const std::string& prompt, const std::string& title,
                                       const std::string& preset) override;
   std::string openFileDialog(const FileDialogRequest& request) override;

@@ -18,14 +18,24 @@ QtSocket::QtSocket() {
   QObject::connect(&m_socket, &QTcpSocket::readyRead, [this] {
     if (onDataArrival) onDataArrival();
   });
-  QObject::connect(&m_socket, &QAbstractSocket::errorOccurred,
-                   [this](QAbstractSocket::SocketError e) {
-                     m_failed = true;
-                     m_peerClosed = e == QAbstractSocket::RemoteHostClosedError;
-                     // Qt's lookup refuses an empty or malformed name without asking any
-                     // resolver, and reports it like a name no resolver knows.
-                     m_hostNotFound = e == QAbstractSocket::HostNotFoundError;
-                   });
+  QObject::connect(&m_socket, &QAbstractSocket::errorOccurred, [this](QAbstractSocket::SocketError e) {
+    switch (e) {
+      case QAbstractSocket::ConnectionRefusedError:
+        m_failure = Failure::Refused;
+        break;
+      case QAbstractSocket::RemoteHostClosedError:
+        m_failure = Failure::PeerClosed;
+        break;
+      // Qt's lookup refuses an empty or malformed name without asking any
+      // resolver, and reports it like a name no resolver knows.
+      case QAbstractSocket::HostNotFoundError:
+        m_failure = Failure::HostNotFound;
+        break;
+      default:
+        m_failure = Failure::Other;
+        break;
+    }
+  });
 }
 
 QtSocket::~QtSocket() {
@@ -37,23 +47,20 @@ void QtSocket::close() {
   // Whatever is still queued (a "QUIT") goes out before the connection is dropped.
   if (m_socket.state() == QAbstractSocket::ConnectedState) m_socket.flush();
   m_socket.abort();
-  m_failed = false;
-  m_peerClosed = false;
-  m_hostNotFound = false;
+  m_failure = Failure::None;
 }
 
 void QtSocket::connect() {
   m_socket.abort();
-  m_failed = false;
-  m_peerClosed = false;
-  m_hostNotFound = false;
+  m_failure = Failure::None;
   m_socket.connectToHost(QString::fromStdString(Cp1252ToUtf8(m_host)), static_cast<quint16>(m_port));
   // One short line, then a wait for the prompt: never hold a line back for coalescing.
   m_socket.setSocketOption(QAbstractSocket::LowDelayOption, 1);
 }
 
 void QtSocket::checkHost() const {
-  if (m_hostNotFound) throw VError(kErrHostNotFound, "WNS:Connect", "Host not found: " + m_host);
+  if (m_failure == Failure::HostNotFound)
+    throw VError(kErrHostNotFound, "WNS:Connect", "Host not found: " + m_host);
 }
 
 void QtSocket::send(std::string_view bytes) {
@@ -75,7 +82,7 @@ std::string QtSocket::getData() {
 int QtSocket::state() const {
   switch (m_socket.state()) {
     case QAbstractSocket::UnconnectedState:
-      if (m_failed) return m_peerClosed ? Closing : Error;
+      if (m_failure != Failure::None) return m_failure == Failure::PeerClosed ? Closing : Error;
       return Closed;
     case QAbstractSocket::HostLookupState:
       return ResolvingHost;

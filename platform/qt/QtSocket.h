@@ -21,14 +21,13 @@ class QtSocket : public Socket {
   void send(std::string_view bytes) override;
   std::string getData() override;
   int state() const override;
+  Failure failure() const override { return m_failure; }
 
  private:
   QTcpSocket m_socket;
   std::string m_host;
   int m_port = 0;
-  bool m_failed = false;        // an error ended the last connection
-  bool m_peerClosed = false;    // ... and it was the peer that closed it
-  bool m_hostNotFound = false;  // ... and it was the host name that failed
+  Failure m_failure = Failure::None;  // what ended the last connection
 };
 
 }  // namespace velnor

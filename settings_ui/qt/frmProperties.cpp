@@ -311,7 +311,7 @@ void frmProperties::cmdTestWav_Click() { RunSoundTest(m_soundPath, *m_hooks.soun
 
 void frmProperties::cmdTest_Click() {
   RunLinkTest(m_settings, FromQ(txtServer[0]->text()), FromQ(txtServer[1]->text()), m_hooks.pmdirectTest,
-              *m_hooks.dialogs, m_hooks.clearStatus);
+              *m_hooks.dialogs, m_hooks.clearStatus, m_hooks.sessionRunning);
 }
 
 bool frmProperties::eventFilter(QObject* watched, QEvent* event) {

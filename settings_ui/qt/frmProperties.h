@@ -39,6 +39,8 @@ struct PropertiesHooks {
   Sound* sound = nullptr;          // the sound test
   // The main window's link test; it uses the HostName and Port of the live settings.
   std::function<bool(const std::string& text)> pmdirectTest;
+  // True while a session with Pmdirect runs; the link test is refused meanwhile. May be empty.
+  std::function<bool()> sessionRunning;
   // Clears the main window's "Status" panel after a passed link test.
   std::function<void()> clearStatus;
   std::string dataPath;            // where the wave-file dialog starts without a sound

@@ -1,5 +1,6 @@
 // Browsing on the real window: the list, where it starts, the counter and arrows, reading.
 #include "WindowFixture.h"
+#include "link/PmLink.h"
 
 namespace velnor::testing {
 namespace {
@@ -74,32 +75,41 @@ TEST_F(BrowseTest, NothingToBrowseLeavesAnEmptyLockedForm) {
   EXPECT_EQ(Texts(kAllFields), Names(kFieldCount));
 }
 
-TEST_F(BrowseTest, ReceivedMessageReadsUnreadOnceThenRead) {
-  const auto mine = StoreRecord(Status::Sent, Origin::Local, Kind::Message, "Sent earlier");
+// The information line follows the store: a message shown is read at once, and a queued
+// one a session sends reads "Sent" where it is shown.
+TEST_F(BrowseTest, ShownMessageReadsReadAtOnceAndSentWhenASessionSendsIt) {
+  const auto mine = StoreRecord(Status::ReadyToSend, Origin::Local, Kind::Message, "Queued earlier");
   const auto in = StoreRecord(Status::Unread, Origin::Received, Kind::Message, "Road closed");
   const std::string info = "Msg# " + std::to_string(in) + ",  Received message; ";
-  start();
+  start();  // nothing listens: the link test leaves it queued
 
   click("cmdBrowse");
-  EXPECT_EQ(fieldText(Field::Subject), "Sent earlier");
+  EXPECT_EQ(MsgInfo(), "Msg# " + std::to_string(mine) + ",  Locally created message; Ready, but not sent");
   EXPECT_EQ(StoredStatus(in), Status::Unread);  // not shown yet, so not read
+  SimProcess sim(tmp.file("spool"), tmp.file("transcript"));
+  win->settings().Port = std::to_string(sim.port());
+  win->link()->RunSession();  // as the schedule runs it
+  EXPECT_EQ(MsgInfo(), "Msg# " + std::to_string(mine) + ",  Locally created message; Sent");
+
   click("cmdBRight");
-  EXPECT_EQ((Names{fieldText(Field::Subject), MsgInfo()}), (Names{"Road closed", info + "Unread"}));
+  EXPECT_EQ((Names{fieldText(Field::Subject), MsgInfo()}), (Names{"Road closed", info + "Read"}));
   EXPECT_EQ(StoredStatus(in), Status::Read);
   EXPECT_EQ(StoredStatus(mine), Status::Sent);
   EXPECT_TRUE(button("cmdReply")->isEnabled());
   EXPECT_FALSE(button("cmdEdit")->isEnabled());
-
-  // Stepping back onto it within the same browse reads the store again.
   click("cmdBLeft");
   EXPECT_TRUE(button("cmdEdit")->isEnabled());
-  click("cmdBRight");
-  EXPECT_EQ(MsgInfo(), info + "Read");
 
-  click("cmdBrowse");
-  click("cmdBRight");
-  EXPECT_EQ(MsgInfo(), info + "Read");
-  EXPECT_EQ(StoredStatus(in), Status::Read);
+  // Closed, the form shows nothing, whatever a session does to the message last shown.
+  click("cmdClose");
+  {
+    IcsMsg st(dataPath, eventLog);
+    ASSERT_TRUE(st.Load(mine));
+    st.rec().setStatus(Status::ReadyToSend);
+    st.Update(mine);
+  }
+  win->link()->RunSession();
+  EXPECT_EQ(MsgInfo(), "");
 }
 
 }  // namespace

@@ -1,4 +1,6 @@
 // The editor's commands on the real window: state, commands, focus and store after each step.
+#include <QElapsedTimer>
+#include <QTabWidget>
 #include <QTimer>
 
 #include "WindowFixture.h"
@@ -10,10 +12,18 @@ namespace {
 TEST_F(WindowTest, FailedLinkTestAndIdentifierPromptAtStartThenTheSetupMenu) {
   Settings s = QuickSettings();
   s.LoginName = "W1XYZ";
+  s.TimeOut = "10000";
+  QElapsedTimer took;
+  took.start();
   start(s, std::nullopt);  // cancelled at start-up: the old value stays
+  EXPECT_LT(took.elapsed(), 5000);  // nothing listening fails at once, not after TimeOut
   EXPECT_EQ(dialogs.beeps, 1);
   EXPECT_NE(Slurp(win->LogFile()).find("Link Test to Pmdirect... failed\r\n"), std::string::npos);
-  EXPECT_EQ(win->status(), "Velnor Ready");
+  // The failure stays in view, not only in the log.
+  EXPECT_EQ(win->status(), "Velnor Ready. Link Test failed: Connection refused");
+  auto* netState = find<QLabel>("NetState");
+  EXPECT_EQ(netState->text().toStdString(), "Disconnected. Last session 14:05 failed: Connection refused");
+  EXPECT_EQ(netState->palette().color(QPalette::WindowText), QColor(0xB0, 0, 0));
   EXPECT_EQ(win->windowTitle().toStdString(), "Velnor (W1XYZ)");
   EXPECT_EQ(dialogs.lastInputPreset, "W1XYZ");
 
@@ -119,6 +129,7 @@ TEST_F(WindowTest, CommandTableThroughSaveEditCloseBrowseDelete) {
   EXPECT_EQ(BrowsePtr(), "( 1/1 )");
   EXPECT_FALSE(button("cmdBRight")->isEnabled());
 
+  dialogs.expectChoice("Delete message No. 1, 'x'?", "Yes");
   click("cmdDelete");
   EXPECT_EQ(ed->EditState(), 0);
   EXPECT_EQ(Enabled(), kIdle);
@@ -185,6 +196,7 @@ TEST_F(WindowTest, UnsavedTypingRefusesCloseAndLockedRecordRefusesDelete) {
   EXPECT_EQ(fieldText(Field::Subject), "Kept");
   EXPECT_TRUE(button("cmdSend")->isEnabled());
 
+  dialogs.expectChoice("Delete message No. 1, 'Kept'?", "Yes");  // nothing stored to go back to
   dialogs.expectMessage("Message is locked to another process.  Try\r\nagain later, or restart program to clear.");
   dialogs.expectMessage("Message was not saved.\r\nDo you really want to continue?", MsgAnswer::No);
   click("cmdDelete");
@@ -193,6 +205,87 @@ TEST_F(WindowTest, UnsavedTypingRefusesCloseAndLockedRecordRefusesDelete) {
   EXPECT_EQ(fieldText(Field::Subject), "Kept");  // No keeps the text, locked
   EXPECT_EQ(State(), "DELETE 0 LLLLLLLLLLLLLL");
   EXPECT_EQ(Enabled(), kIdle);
+}
+
+TEST_F(WindowTest, DeleteAsksFirstAndChangesToAStoredMessageCanBeDiscarded) {
+  start();
+  click("cmdNew");
+  type(Field::Subject, "Water");
+  click("cmdSave");
+  dialogs.expectChoice("Delete message No. 1, 'Water'?", "No");
+  click("cmdDelete");
+  EXPECT_EQ((Names{dialogs.shown.back().choices[1], std::to_string(dialogs.shown.back().preferred)}),
+            (Names{"No", "1"}));
+  EXPECT_EQ(State(), "SAVE 1 LLLLLLLLLLLLLL");  // No changes nothing
+  EXPECT_EQ(StoredStatus(1), Status::Draft);
+
+  // Close and Delete on an edited message both offer to go back to the stored text.
+  for (const std::string command : {"cmdClose", "cmdDelete"}) {
+    SCOPED_TRACE(command);
+    click("cmdEdit");
+    QTest::keyClick(field(Field::Subject), Qt::Key_End);
+    type(Field::Subject, " tender");
+    if (command == "cmdClose") {
+      dialogs.expectChoice("Message was not saved.  Press Save or\r\nDelete on the form to continue.", "OK");
+      click("cmdClose");
+      EXPECT_EQ((Names{fieldText(Field::Subject), std::to_string(ed->EditState())}),
+                (Names{"Water tender", "2"}));
+      dialogs.expectChoice("Message was not saved.", "Discard my changes");
+    } else {
+      dialogs.expectChoice("Delete message No. 1, 'Water tender'?", "Discard my changes");
+    }
+    click(command.c_str());
+    EXPECT_EQ(fieldText(Field::Subject), "Water");
+    EXPECT_TRUE(State().ends_with(" 1 LLLLLLLLLLLLLL")) << State();
+    EXPECT_EQ(Enabled(), (Names{"mnuPrint", "cmdNew", "cmdDelete", "cmdClose", "cmdBrowse", "cmdEdit"}));
+    EXPECT_TRUE(ed->MessageSaved());
+  }
+  EXPECT_EQ(dialogs.shown.back().choices, (Names{"Yes", "Discard my changes", "No"}));
+  EXPECT_EQ(dialogs.shown.back().preferred, 2);
+  dialogs.expectChoice("Delete message No. 1, 'Water'?", "Yes");
+  click("cmdDelete");
+  EXPECT_EQ(Enabled(), kIdle);
+  click("cmdBrowse");
+  EXPECT_EQ(win->status(), "No messages found");
+}
+
+// Edit during Send's session: the typing stays, the commands stay one row of the table,
+// and when the session sent the text as it was, the operator says what the typing becomes.
+TEST_F(WindowTest, EditDuringSendKeepsTheTypingAndAsksWhenTheOldTextWent) {
+  SimProcess sim(tmp.file("spool"), tmp.file("transcript"));
+  Settings s = WithDefaults();
+  s.Port = std::to_string(sim.port());
+  s.Pausev = 100;
+  start(s);
+  const auto sendAndEdit = [&](const char* typed) {
+    QTimer::singleShot(50, win.get(), [&, typed] {  // the session is still connecting
+      EXPECT_EQ(Enabled(), Names{"cmdEdit"});
+      click("cmdEdit");
+      type(Field::Message, typed);
+    });
+    click("cmdSend");
+  };
+  click("cmdNew");
+  type(Field::Subject, "Water");
+  type(Field::Message, "Need water");
+  dialogs.expectChoice("Message No. 1 was sent while you were editing it", "Keep editing as a new draft");
+  sendAndEdit(" now");
+  EXPECT_EQ(StoredStatus(1), Status::Sent);
+  EXPECT_EQ(fieldText(Field::Message), "Need water now");
+  EXPECT_EQ(State(), "NEW 2 EEEEELEEEELLLL route");
+  EXPECT_EQ(Enabled(), kEditing);
+  EXPECT_EQ(MsgInfo(), "Msg# 2,  Locally created message; Draft");
+
+  dialogs.expectChoice("Message No. 2 was sent while", "Discard my changes");
+  sendAndEdit(", please");
+  EXPECT_EQ(fieldText(Field::Message), "Need water now");  // as it went
+  EXPECT_EQ(State(), "SEND 1 LLLLLLLLLLLLLL");
+  EXPECT_EQ(Enabled(), (Names{"mnuPrint", "cmdNew", "cmdDelete", "cmdClose", "cmdBrowse", "cmdEdit"}));
+  EXPECT_EQ(MsgInfo(), "Msg# 2,  Locally created message; Sent");
+  const std::string received = Joined(Transcript(tmp.file("transcript"), '<'));
+  EXPECT_EQ((Names{std::to_string(received.find("Need water\r\n") != std::string::npos),
+                   std::to_string(received.find("please") == std::string::npos)}),
+            (Names{"1", "1"}));
 }
 
 TEST_F(WindowTest, QuittingUnsavedNewMessageAbandonsIt) {

@@ -4,7 +4,9 @@
 #include <unistd.h>
 
 #include <QClipboard>
+#include <QContextMenuEvent>
 #include <QTextCursor>
+#include <QTimer>
 
 #include "WindowFixture.h"
 
@@ -93,6 +95,90 @@ TEST_F(FieldEntryTest, FocusSelectsLineFieldsLeavingFromSignsRouteTakesCapitals)
   EXPECT_EQ(win->text(TextBox::Route), "EOC-2B\xc9");
   click("cmdSave");
   EXPECT_EQ(Stored(1).Route(), "EOC-2B\xc9:0");
+}
+
+// Every box stops at its record field's width; a body counts up to 4,000; a paste that
+// would not fit goes in whole or not at all; Save keeps every character or refuses.
+TEST_F(FieldEntryTest, BoxesStopAtTheRecordWidthAndNothingIsEverCut) {
+  start();
+  click("cmdNew");
+  for (Field f : kAllFields) {
+    if (auto* line = qobject_cast<QLineEdit*>(field(f))) {
+      EXPECT_EQ(line->maxLength(), 64) << FieldIndex(f);
+    }
+  }
+  EXPECT_EQ(find<QLineEdit>("txtDefaultToRoute")->maxLength(), 14);  // ":0" follows in the record
+  type(Field::Subject, std::string(66, 's').c_str());
+  EXPECT_EQ(fieldText(Field::Subject), std::string(64, 's'));
+  QApplication::clipboard()->setText("xyz");
+  field(Field::Subject)->setFocus(Qt::MouseFocusReason);
+  QApplication::processEvents();  // entering the box selects all of it
+  qobject_cast<QLineEdit*>(field(Field::Subject))->setSelection(0, 2);
+  // The Edit menu and the box's own menu alike: the box would keep what fits, silently.
+  dialogs.expectMessage(
+      "Nothing was pasted: the clipboard holds 3 characters, and 2 more fit in this field (64 at most).");
+  trigger("mnuPaste");
+  // Paste from the box's own menu (a body's menu belongs to its viewport).
+  const auto pasteFromOwnMenu = [](QWidget* w) {
+    QTimer::singleShot(0, [] {
+      QWidget* menu = QApplication::activePopupWidget();
+      ASSERT_NE(menu, nullptr);
+      for (QAction* a : menu->actions()) {
+        if (a->text().startsWith("&Paste")) a->trigger();
+      }
+      menu->close();
+    });
+    QContextMenuEvent click(QContextMenuEvent::Mouse, QPoint(4, 4), w->mapToGlobal(QPoint(4, 4)));
+    QApplication::sendEvent(w, &click);
+    QApplication::processEvents();  // a body's menu does not wait
+  };
+  dialogs.expectMessage("Nothing was pasted: the clipboard holds 3 characters");
+  pasteFromOwnMenu(field(Field::Subject));
+  EXPECT_EQ(fieldText(Field::Subject), std::string(64, 's'));
+
+  auto* counter = find<QLabel>("lblMsgLength");
+  EXPECT_EQ(counter->accessibleName().toStdString(), "Message length");
+  EXPECT_EQ(counter->text().toStdString(), "0 / 4,000");
+  const std::string start(3995, 'a');
+  win->setText(Field::Message, start);
+  EXPECT_EQ(counter->text().toStdString(), "3,995 / 4,000");
+  auto* body = qobject_cast<QPlainTextEdit*>(field(Field::Message));
+  body->moveCursor(QTextCursor::End);
+  const int beeps = dialogs.beeps;
+  type(Field::Message, "bc\rdefg");  // the line break counts two, as CR LF in the record
+  EXPECT_EQ(fieldText(Field::Message), start + "bc\r\nd");
+  EXPECT_EQ(dialogs.beeps - beeps, 3);
+  EXPECT_EQ(counter->text().toStdString(), "4,000 / 4,000");
+  EXPECT_EQ(counter->palette().color(QPalette::WindowText), QColor(0xB0, 0, 0));
+
+  // 5,000 characters over a selection of 1,000: refused whole, as the box says.
+  QTextCursor c = body->textCursor();
+  c.setPosition(0);
+  c.setPosition(1000, QTextCursor::KeepAnchor);
+  body->setTextCursor(c);
+  body->setFocus(Qt::MouseFocusReason);
+  QApplication::clipboard()->setText(QString(5000, 'p'));
+  dialogs.expectMessage(
+      "Nothing was pasted: the clipboard holds 5,000 characters, and 1,000 more fit in the message (4,000 at "
+      "most).");
+  trigger("mnuPaste");
+  dialogs.expectMessage("Nothing was pasted: the clipboard holds 5,000 characters");
+  pasteFromOwnMenu(body->viewport());
+  EXPECT_EQ(fieldText(Field::Message), start + "bc\r\nd");
+  QApplication::clipboard()->setText(QString(1000, 'p'));  // just fits
+  trigger("mnuPaste");
+  const std::string full = std::string(1000, 'p') + start.substr(1000) + "bc\r\nd";
+  EXPECT_EQ(fieldText(Field::Message), full);
+  click("cmdSave");
+  EXPECT_EQ(Stored(1).Msg(), full);
+
+  // Text that came in by other ways is not cut on Save either: Save refuses it.
+  click("cmdEdit");
+  win->setText(Field::Message, full + "!");
+  dialogs.expectMessage(
+      "The message holds 4,001 characters; 4,000 can be kept. Shorten it, then save again.");
+  click("cmdSave");
+  EXPECT_EQ((Names{Stored(1).Msg(), std::to_string(ed->EditState())}), (Names{full, "2"}));
 }
 
 TEST_F(FieldEntryTest, SetFieldsAsDefaultEmptiesAnEmptiedDefault) {

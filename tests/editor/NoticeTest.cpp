@@ -107,7 +107,7 @@ TEST_F(NoticeTest, CloseLeavesUnreadOpenWaitsWhileEditingThenShowsTheMessageLock
   EXPECT_EQ(Texts({Field::Subject, Field::Reply}), (Names{"Answer", "Understood"}));
   // A received reply can be neither edited nor answered.
   EXPECT_EQ(Enabled(), (Names{"mnuPrint", "cmdNew", "cmdDelete", "cmdClose", "cmdBrowse"}));
-  EXPECT_EQ(MsgInfo(), "Msg# " + std::to_string(n) + ",  Received reply; Unread");
+  EXPECT_EQ(MsgInfo(), "Msg# " + std::to_string(n) + ",  Received reply; Read");  // read once shown
   EXPECT_EQ(StoredStatus(n), Status::Read);
 
   // A received message offers Reply.

@@ -1,5 +1,6 @@
 // The window as a whole program: first start, the global file, and a Send against the simulator
 // on the smallest screen; scripts/screenshots runs the last with VELNOR_SHOTS_DIR to make docs/*.png.
+#include <QElapsedTimer>
 #include <QLabel>
 #include <QPixmap>
 #include <QScrollArea>
@@ -7,6 +8,7 @@
 #include <QSettings>
 #include <QTableWidget>
 #include <QTextBrowser>
+#include <QTabWidget>
 #include <QTimer>
 #include <cstdlib>
 
@@ -44,7 +46,7 @@ TEST_F(WindowTest, FirstStartOnCleanDataDirectoryThenGlobalFileRewrittenOnlyForA
   EXPECT_TRUE(std::filesystem::exists(win->LogFile()));
   EXPECT_EQ(win->windowTitle().toStdString(), "Velnor (K1ABC)");
   EXPECT_EQ(ReadSettings(dataPath + "/velnor.ini").LoginName, "K1ABC");
-  EXPECT_EQ(win->status(), "Velnor Ready");
+  EXPECT_EQ(win->status(), "Velnor Ready. Link Test failed: Connection refused");
   EXPECT_EQ(State(), "MAIN 0 LLLLLLLLLLLLLL");
   EXPECT_EQ(Enabled(), kIdle);
   const std::string glo = dataPath + "/Pellmoor.glo";
@@ -224,7 +226,7 @@ TEST_F(PictureTest, SendCollectsTheReplyOnAFormThatFitsSmallScreenAndGrowsOnLarg
   s.DEFDEST = "EOC";
   start(s);
   EXPECT_NE(Slurp(win->LogFile()).find("Link Test to Pmdirect... passed\r\n"), std::string::npos);
-  EXPECT_EQ(find<QLabel>("NetState")->text().toStdString(), "Disconnected");
+  EXPECT_EQ(find<QLabel>("NetState")->text().toStdString(), "Disconnected. Last session 14:05 OK");
   fitTo(1024, 768);
   EXPECT_LE(win->minimumSizeHint().width(), 1024);
   EXPECT_LE(win->minimumSizeHint().height(), 768);
@@ -265,7 +267,7 @@ TEST_F(PictureTest, SendCollectsTheReplyOnAFormThatFitsSmallScreenAndGrowsOnLarg
   for (auto* notice : win->findChildren<FrmNewMsgPopup*>()) notice->close();
   ed->OpenFromNotice(2);
   EXPECT_EQ(fieldText(Field::Reply), "Tender 41 on its way, ETA 14:30.");
-  EXPECT_EQ(MsgInfo(), "Msg# 2,  Received reply; Unread");
+  EXPECT_EQ(MsgInfo(), "Msg# 2,  Received reply; Read");
   shoot("main-reply");
 
   // A large screen gives the extra room to the message and reply bodies.
@@ -310,6 +312,66 @@ TEST_F(PictureTest, SessionLogWindowFollowsTheGrowingLogInPlainWords) {
   EXPECT_EQ(lines->rowCount(), lineCount());
   window->resize(960, 380);
   shoot("session-log", window);
+}
+
+// A Send and the settings' link test while a scheduled session runs: the message is queued
+// and goes once, the test is turned away; then Pmdirect goes, and the failure stays in view.
+TEST_F(PictureTest, SendDuringAScheduledSessionGoesOnceAndAFailedLinkStaysInView) {
+  Settings s = WithDefaults();
+  s.Port = std::to_string(sim.port());
+  s.Pausev = 150;
+  start(s);
+  fitTo(1024, 768);
+  click("cmdNew");
+  type(Field::Subject, "Generator fuel");
+  const std::string line = "Fuel for generator 2 at the north gate, 20 litres\r\n";
+  std::string body;
+  while (body.size() + line.size() <= 3812) body += line;
+  win->setText(Field::Message, body + std::string(3812 - body.size(), '.'));
+  EXPECT_EQ(find<QLabel>("lblMsgLength")->text().toStdString(), "3,812 / 4,000");
+  shoot("body-counter");
+
+  std::string afterSend;
+  QTimer during;
+  QObject::connect(&during, &QTimer::timeout, [&] {
+    // Once the running session's walk has passed the queue.
+    if (!afterSend.empty() || win->status() != "End of Message Retrieval") return;
+    QTimer::singleShot(0, [] {
+      QWidget* d = QApplication::activeModalWidget();
+      ASSERT_NE(d, nullptr);
+      d->findChild<QTabWidget*>("SSTab1")->setCurrentIndex(1);
+      d->findChild<QPushButton*>("cmdTest")->click();
+      d->findChild<QPushButton*>("cmdCancel")->click();
+    });
+    dialogs.expectMessage("A session with Pmdirect is running; try again when it ends");
+    trigger("mnuProperties");
+    click("cmdSend");
+    afterSend = win->status();
+  });
+  during.start(5);
+  PmLink& link = *win->link();
+  for (int i = 0; i < s.SRTime; ++i) link.ClockTick();
+  link.tmrSRTimer_Timer();
+  EXPECT_EQ(afterSend, "Queued: will go with the session now running");
+  EXPECT_EQ(Slurp(win->LogFile()).find("session to Pmdirect... failed"), std::string::npos);
+  const std::string received = Joined(Transcript(tmp.file("transcript"), '<'));
+  const std::size_t first = received.find("Generator fuel");
+  EXPECT_NE(first, std::string::npos);
+  EXPECT_EQ(received.find("Generator fuel", first + 1), std::string::npos);  // once
+  EXPECT_EQ(StoredStatus(1), Status::Sent);
+  EXPECT_EQ(MsgInfo(), "Msg# 1,  Locally created message; Sent");
+
+  // Nothing listens any more: the next session fails at once and says why, in red.
+  sim.stop();
+  win->settings().TimeOut = "20000";
+  QElapsedTimer took;
+  took.start();
+  link.RunSession();
+  EXPECT_LT(took.elapsed(), 5000);  // the failure's two seconds on screen, no TimeOut
+  auto* netState = find<QLabel>("NetState");
+  EXPECT_EQ(netState->text().toStdString(), "Disconnected. Last session 14:05 failed: Connection refused");
+  EXPECT_EQ(netState->palette().color(QPalette::WindowText), QColor(0xB0, 0, 0));
+  shoot("link-failed");
 }
 
 }  // namespace

@@ -34,7 +34,7 @@ class FakeHost : public LinkHost {
     if (key == "Status") statusHistory.push_back(text);
   }
   std::string status() override { return panels["Status"]; }
-  void RefreshMsgInfo() override { ++refreshes; }
+  void RefreshMsgInfo(std::int32_t, Status) override { ++refreshes; }
   std::string EncodeMsg(const MsgRecord& rec) override {
     if (encodeFails) throw VError(kErrFileNotFound, "PmMsg:Load", "File not found");
     return "!ICS213!\r\nMSGNO:" + std::to_string(rec.MsgNo()) + "\r\n!/ICS213!";
@@ -44,12 +44,14 @@ class FakeHost : public LinkHost {
     return static_cast<std::int32_t>(filed.size());
   }
   void Warn(const std::string& text) override { warnings.push_back(text); }
+  void SessionEnded(bool ok, const std::string& why) override { outcomes.push_back(ok ? "OK" : why); }
   bool saw(const std::string& status) const { return std::ranges::find(statusHistory, status) != statusHistory.end(); }
 
   std::map<std::string, std::string> panels;
   Lines statusHistory;
   Lines filed;
   Lines warnings;
+  Lines outcomes;  // per session: "OK" or why it failed
   int refreshes = 0;
   bool encodeFails = false;
 };
@@ -71,6 +73,9 @@ inline void ExpectFailed(FakeHost& host, const RecordingLog& log, const PmLink& 
   EXPECT_EQ(log.lines, expected);
   EXPECT_EQ(host.panels["Status"], "kept");
   EXPECT_EQ(host.panels["NetState"], "Disconnected");
+  if (f.step != "Connect") {
+    EXPECT_EQ(host.outcomes, Lines{"error during " + f.step});
+  }
   EXPECT_FALSE(link.SessionRunning());
 }
 

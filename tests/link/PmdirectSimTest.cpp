@@ -251,18 +251,22 @@ INSTANTIATE_TEST_SUITE_P(
                  Status::Sent}),
     [](const ::testing::TestParamInfo<SimFault>& i) { return std::string(i.param.name); });
 
-TEST(PmdirectSim, NothingListeningFailsTheConnectStep) {
+TEST(PmdirectSim, NothingListeningFailsTheConnectStepAtOnce) {
   Sim gone;
   gone.proc.stop();
   Station alpha("ALPHA", gone.port);
-  alpha.settings.TimeOut = "300";
+  alpha.settings.TimeOut = "3000";
+  QElapsedTimer took;
+  took.start();
   EXPECT_FALSE(alpha.link->SeqPmdirect());
   EXPECT_TRUE(alpha.saw("Trying to Connect... failed"));
   EXPECT_EQ(alpha.panels["Status"], "Disconnecting, error during Connect");
   EXPECT_EQ(alpha.log.lines, (Lines{"Connection Failed"}));
+  EXPECT_EQ(alpha.outcomes, Lines{"Connection refused"});
 
   EXPECT_FALSE(alpha.link->PmdirectTest("<test>This is the ICS-213 test startup msg</test>"));
   EXPECT_EQ(alpha.panels["Status"], "Passing message... failed");
+  EXPECT_LT(took.elapsed(), 1500);  // refused, both at once: not a TimeOut between them
 }
 
 // Qt refuses these names without asking a resolver, so nothing leaves the machine.

@@ -32,6 +32,7 @@ TEST_F(SessionTest, FullSessionPutsExactBytesOnTheWireAndUpdatesTheStore) {
             std::vector({Status::Sent, Status::Read, Status::Sent}));
   EXPECT_EQ(host.filed, (Lines{kMsgA + "\r\n", kMsgB + "\r\n"}));
   EXPECT_EQ(host.refreshes, 2);
+  EXPECT_EQ(host.outcomes, Lines{"OK"});
   EXPECT_EQ(log.lines, (Lines{"SendMessages: Sent No. 1 titled: Water", "SendMessages: Sent No. 3 titled: Fuel",
                               "Incoming Message...", "Incoming Message..."}));
   EXPECT_EQ(host.statusHistory,
@@ -264,10 +265,49 @@ TEST_F(SessionTest, LinkTestWithBadNumbersFailsAtOnceWithoutABox) {
   EXPECT_EQ(sock.connects, 0);
 }
 
-TEST_F(SessionTest, LinkTestIgnoresARunningSession) {
+// The test and a session would close each other's connection.
+TEST_F(SessionTest, LinkTestAndSessionNeverShareTheSocket) {
   link().setSessionRunning(true);
+  EXPECT_FALSE(link().PmdirectTest("abc"));
+  EXPECT_EQ(sock.connects, 0);
+  link().setSessionRunning(false);
+
+  // A run that falls due during the test starts at the first check after it.
+  settings.SRTime = 1;
+  link().StartSRTimer();
+  link().ClockTick();
+  sock.onSend = [&](std::string_view sent) {
+    if (link().TestRunning()) link().tmrSRTimer_Timer();
+    pm.answer(std::string(sent));
+  };
   EXPECT_TRUE(link().PmdirectTest("abc"));
   EXPECT_EQ(sock.wire, "abc");
+  link().tmrSRTimer_Timer();
+  EXPECT_EQ(sock.connects, 2);
+  EXPECT_EQ(host.outcomes, Lines{"OK"});
+}
+
+// Only silence waits for TimeOut; every failure says why it failed.
+TEST_F(SessionTest, ConnectFailuresEndAtOnceAndSayWhy) {
+  struct Row {
+    FakeSocket::ConnectMode mode;
+    std::string host, why;
+    std::int64_t tookMs;
+  };
+  for (const Row& r : {Row{FakeSocket::ConnectMode::Refuse, "127.0.0.1", "Connection refused", 5},
+                       Row{FakeSocket::ConnectMode::Never, "127.0.0.1", "no connection within 3000 ms", 3000},
+                       Row{FakeSocket::ConnectMode::Accept, "pmdirect.invalid", "Host not found", 5}}) {
+    SCOPED_TRACE(r.why);
+    sock.connectMode = r.mode;
+    settings.HostName = r.host;
+    host.outcomes.clear();
+    if (r.host.ends_with(".invalid")) dialogs.expectMessage("Network error");
+    const std::int64_t began = loop.now();
+    EXPECT_FALSE(link().SeqPmdirect());
+    EXPECT_EQ(loop.now() - began, r.tookMs);
+    EXPECT_EQ(host.outcomes, Lines{r.why});
+    EXPECT_EQ(link().LastFailure(), r.why);
+  }
 }
 
 }  // namespace

@@ -2,7 +2,8 @@
 // A scripted Pmdirect on the virtual loop. Every send() is recorded on `wire` and handed
 // to `onSend`, which answers with deliver(). Faults: a host that is not found, refuse or
 // never answer the connect, drop the connection once N bytes have been sent, split or
-// delay deliveries, fail sends.
+// delay deliveries, fail sends. Like the Qt socket, a refused connect turns to Error
+// (failure() Refused) as soon as the peer's answer arrives.
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -42,16 +43,21 @@ class FakeSocket : public Socket {
   // The peer closes the connection delayMs from now.
   void peerClose(std::int64_t delayMs = 0) {
     const std::uint64_t gen = m_generation;
-    m_loop.post([this, gen] {
-      if (gen == m_generation && m_state == Connected) m_state = Closing;
-    }, delayMs);
+    m_loop.post(
+        [this, gen] {
+          if (gen == m_generation && m_state == Connected) {
+            m_state = Closing;
+            m_failure = Failure::PeerClosed;
+          }
+        },
+        delayMs);
   }
 
   // --- Socket ---
   void close() override {
     ++m_generation;
     m_state = Closed;
-    m_hostFailed = false;
+    m_failure = Failure::None;
     m_inbox.clear();
     ++closes;
   }
@@ -60,7 +66,7 @@ class FakeSocket : public Socket {
   void connect() override {
     ++connects;
     m_state = Connecting;
-    m_hostFailed = false;
+    m_failure = Failure::None;
     const std::uint64_t gen = m_generation;
     // No address for an empty name (Qt refuses it) nor for one under the reserved "invalid".
     const bool lookupFails = remoteHost.empty() || remoteHost.ends_with(".invalid");
@@ -68,14 +74,18 @@ class FakeSocket : public Socket {
     m_loop.post(
         [this, gen, lookupFails] {
           if (gen != m_generation) return;
-          m_hostFailed = lookupFails;
-          m_state = connectMode == ConnectMode::Accept && !lookupFails ? Connected : Error;
+          if (lookupFails) {
+            m_failure = Failure::HostNotFound;
+          } else if (connectMode == ConnectMode::Refuse) {
+            m_failure = Failure::Refused;
+          }
+          m_state = m_failure == Failure::None ? Connected : Error;
           m_sentCount = 0;
         },
         connectDelayMs);
   }
   void checkHost() const override {
-    if (m_hostFailed) throw VError(11001, "WNS", "Host not found");
+    if (m_failure == Failure::HostNotFound) throw VError(11001, "WNS", "Host not found");
   }
   void send(std::string_view bytes) override {
     if (m_state != Connected) throw VError(40006, "WNS", "Wrong protocol or connection state");
@@ -95,6 +105,7 @@ class FakeSocket : public Socket {
   }
   std::string getData() override { return std::exchange(m_inbox, std::string()); }
   int state() const override { return m_state; }
+  Failure failure() const override { return m_failure; }
 
   // --- what happened ---
   std::string wire;                 // every byte sent, all connections
@@ -111,7 +122,7 @@ class FakeSocket : public Socket {
   std::string m_inbox;
   std::uint64_t m_generation = 0;
   std::int64_t m_sentCount = 0;
-  bool m_hostFailed = false;
+  Failure m_failure = Failure::None;
 };
 
 }  // namespace velnor::testing

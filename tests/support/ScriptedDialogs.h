@@ -18,11 +18,13 @@ namespace velnor::testing {
 class ScriptedDialogs : public Dialogs {
  public:
   struct Shown {
-    std::string kind;  // "message", "input", "file"
+    std::string kind;  // "message", "choice", "input", "file"
     std::string text;
     std::string caption;
     MsgButtons buttons = MsgButtons::Ok;
     MsgIcon icon = MsgIcon::None;
+    std::vector<std::string> choices;  // a choice's buttons, without their "&"
+    int preferred = -1;
   };
 
   ~ScriptedDialogs() override { verify(); }
@@ -30,6 +32,12 @@ class ScriptedDialogs : public Dialogs {
   // Answer the next message box whose text contains `fragment`.
   ScriptedDialogs& expectMessage(std::string fragment, MsgAnswer answer = MsgAnswer::Ok) {
     m_script.push_back({"message", std::move(fragment), answer, std::nullopt, {}});
+    return *this;
+  }
+  // Answer the next choice whose text contains `fragment` with the button captioned
+  // `button` ("&" left out).
+  ScriptedDialogs& expectChoice(std::string fragment, std::string button) {
+    m_script.push_back({"choice", std::move(fragment), MsgAnswer::Ok, std::nullopt, std::move(button)});
     return *this;
   }
   ScriptedDialogs& expectInput(std::string promptFragment, std::optional<std::string> answer) {
@@ -43,18 +51,33 @@ class ScriptedDialogs : public Dialogs {
 
   MsgAnswer messageBox(const std::string& text, const std::string& caption, MsgButtons buttons,
                        MsgIcon icon) override {
-    shown.push_back({"message", text, caption, buttons, icon});
+    shown.push_back({"message", text, caption, buttons, icon, {}, -1});
     const Step s = take("message", text);
     return s.answer;
   }
+  int choose(const std::string& text, const std::string& caption, const std::vector<std::string>& buttons,
+             int preferred, int escape, MsgIcon icon) override {
+    Shown s{"choice", text, caption, MsgButtons::Ok, icon, {}, preferred};
+    for (std::string b : buttons) {
+      std::erase(b, '&');
+      s.choices.push_back(std::move(b));
+    }
+    shown.push_back(s);
+    const std::string answer = take("choice", text).path;
+    for (std::size_t i = 0; i < s.choices.size(); ++i) {
+      if (s.choices[i] == answer) return static_cast<int>(i);
+    }
+    if (!answer.empty()) ADD_FAILURE() << "no button \"" << answer << "\" in \"" << text << "\"";
+    return escape;
+  }
   std::optional<std::string> inputBox(const std::string& prompt, const std::string& title,
                                       const std::string& preset) override {
-    shown.push_back({"input", prompt, title});
+    shown.push_back({"input", prompt, title, MsgButtons::Ok, MsgIcon::None, {}, -1});
     lastInputPreset = preset;
     return take("input", prompt).input;
   }
   std::string openFileDialog(const FileDialogRequest& request) override {
-    shown.push_back({"file", request.title, request.filter});
+    shown.push_back({"file", request.title, request.filter, MsgButtons::Ok, MsgIcon::None, {}, -1});
     lastFileRequest = request;
     std::string path = take("file", request.title).path;
     // The real dialog accepts a name with no file, but not one in a missing folder.
@@ -85,7 +108,7 @@ class ScriptedDialogs : public Dialogs {
     std::string fragment;
     MsgAnswer answer;
     std::optional<std::string> input;
-    std::string path;
+    std::string path;  // the file chosen, or the button pressed
   };
   Step take(const std::string& kind, const std::string& text) {
     if (m_script.empty() || m_script.front().kind != kind ||
