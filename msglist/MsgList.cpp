@@ -66,7 +66,8 @@ std::vector<std::string> Terms(std::string_view upper) {
 }  // namespace
 
 std::string AgeText(double days) {
-  const long minutes = days > 0 ? std::lround(std::floor(days * 1440)) : 0;
+  // Whole seconds first: a quarter of an hour in days is not exact in binary.
+  const long minutes = days > 0 ? std::lround(days * 86400) / 60 : 0;
   if (minutes < 60) return std::to_string(minutes) + " min";
   const long hours = minutes / 60;
   if (hours < 24) {
@@ -87,9 +88,12 @@ MsgRow MsgList::MakeRow(const MsgRecord& rec) const {
   r.status = rec.Status();
   r.origin = rec.Origin();
   r.kind = rec.Kind();
-  r.date = rec.MsgDate();
-  r.from = rec.Fr();
-  r.to = rec.To();
+  r.msgDate = rec.MsgDate();
+  r.date = r.kind != Kind::Message && rec.RepDate() != 0 ? rec.RepDate() : r.msgDate;
+  // A reply is written by the addressee of the message it answers and goes back to its
+  // sender, as its notice tells it.
+  r.from = r.kind == Kind::Message ? rec.Fr() : rec.To();
+  r.to = r.kind == Kind::Message ? rec.To() : rec.Fr();
   r.subject = rec.Subj();
   r.route = rec.Route();
   if (r.date != 0) r.dateUpper = FormatDate(r.date, m_pattern);
@@ -105,7 +109,7 @@ MsgRow MsgList::MakeRow(const MsgRecord& rec) const {
     h += '\n';
   }
   UpperInPlace(h);
-  r.matchKey = r.subject + '\x1f' + r.to + '\x1f' + r.from;
+  r.matchKey = r.subject + '\x1f' + rec.To() + '\x1f' + rec.Fr();
   UpperInPlace(r.matchKey);
   return r;
 }
@@ -247,7 +251,7 @@ std::string MsgList::Cell(std::size_t i, ListColumn c) const {
     case ListColumn::Reply:
       switch (r.reply) {
         case ReplyState::Awaiting:
-          return "Awaiting reply, " + AgeText(m_clock.now() - r.date);
+          return "Awaiting reply, " + AgeText(m_clock.now() - r.msgDate);
         case ReplyState::Answered:
           return "Answered: No. " + std::to_string(r.link) +
                  (r.replies > 1 ? " and " + std::to_string(r.replies - 1) + " more" : std::string());

@@ -21,8 +21,9 @@ struct MsgRow {
   Status status{};
   Origin origin{};
   Kind kind{};
-  double date = 0;  // MsgDate; 0: none
-  std::string from, to, subject, route;
+  double date = 0;                       // when it was written: a reply's own date (RepDate); 0: none
+  double msgDate = 0;                    // MsgDate, which a reply carries from the message it answers
+  std::string from, to, subject, route;  // a reply's from is its writer, the record's To
   std::string haystack;   // every text of the record and of its columns but the date, upper case
   std::string dateUpper;  // the date column's text, upper case, for the search
   std::string matchKey;   // subject, addressee and sender, upper case: what a reply must repeat

@@ -51,7 +51,7 @@ void MatchReplies(std::vector<MsgRow>& rows) {
     int bestFit = 0;
     for (std::size_t i : it->second) {
       MsgRow& m = rows[i];
-      const int fit = DateFit(m.date, reply.date);
+      const int fit = DateFit(m.msgDate, reply.msgDate);
       if (fit < 0) continue;
       if (!best || fit < bestFit || (fit == bestFit && best->replies > 0 && m.replies == 0)) {
         best = &m;

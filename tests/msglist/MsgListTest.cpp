@@ -29,44 +29,28 @@ struct Msg {
   const char* fr;
   DateParts date;
   const char* body = "";
+  DateParts replied = {};  // the reply's own date; none by default
 };
 
 // A sent message and what came back for it: two messages share a subject, one reply has
 // its date cut to the minute, one to the day, one answers nothing.
+// clang-format off
 const Msg kTraffic[] = {
-    {Status::Sent, Origin::Local, Kind::Message, "Diesel", "EOC", "OPS", {2026, 11, 19, 9, 5, 42}},   // 1
-    {Status::Sent, Origin::Local, Kind::Message, "Diesel", "EOC", "OPS", {2026, 11, 19, 11, 30, 0}},  // 2
-    {Status::ReadyToSend,
-     Origin::Local,
-     Kind::Message,
-     "Shelter beds",
-     "Shelter 2",
-     "OPS",
-     {2026, 11, 19, 12, 0, 0}},
-    {Status::Unread, Origin::Received, Kind::Reply, "diesel", "eoc", "ops", {2026, 11, 19, 9, 5, 0}},  // 4 ->
-                                                                                                       // 1
-    {Status::Read,
-     Origin::Received,
-     Kind::Reply,
-     "Water",
-     "Staging",
-     "OPS",
-     {2026, 11, 19, 10, 0, 0}},  // 5 none
+    {Status::Sent, Origin::Local, Kind::Message, "Diesel", "EOC", "OPS", {2026, 11, 19, 9, 5, 42}},
+    {Status::Sent, Origin::Local, Kind::Message, "Diesel", "EOC", "OPS", {2026, 11, 19, 11, 30, 0}},
+    {Status::ReadyToSend, Origin::Local, Kind::Message, "Shelter beds", "Shelter 2", "OPS", {2026, 11, 19, 12, 0, 0}},
+    {Status::Unread, Origin::Received, Kind::Reply, "diesel", "eoc", "ops", {2026, 11, 19, 9, 5, 0}, "",
+     {2026, 11, 19, 9, 40, 0}},                                                                       // 4 answers 1
+    {Status::Read, Origin::Received, Kind::Reply, "Water", "Staging", "OPS", {2026, 11, 19, 10, 0, 0}}, // answers none
     {Status::Draft, Origin::Local, Kind::Message, "Radio relay", "Comms", "OPS", {2026, 11, 18, 22, 0, 0}},
     {Status::Abandoned, Origin::Local, Kind::Message, "", "", "", {2026, 11, 19, 8, 0, 0}},
-    {Status::Unread,
-     Origin::Received,
-     Kind::Message,
-     "\xC9vacuation",
-     "OPS",
-     "EOC",
-     {2026, 11, 19, 13, 0, 0},
-     "Route du g\xE9n\xE9ral\r\nby the north gate"},                                                 // 8
-    {Status::Sent, Origin::Local, Kind::Reply, "Fuel", "OPS", "EOC", {2026, 11, 19, 13, 10, 0}},     // 9
-    {Status::Read, Origin::Received, Kind::Reply, "Diesel", "EOC", "OPS", {2026, 11, 19, 0, 0, 0}},  // 10 ->
-                                                                                                     // 2
+    {Status::Unread, Origin::Received, Kind::Message, "\xC9vacuation", "OPS", "EOC", {2026, 11, 19, 13, 0, 0},
+     "Route du g\xE9n\xE9ral\r\nby the north gate"},
+    {Status::Sent, Origin::Local, Kind::Reply, "Fuel", "OPS", "EOC", {2026, 11, 19, 13, 10, 0}},
+    {Status::Read, Origin::Received, Kind::Reply, "Diesel", "EOC", "OPS", {2026, 11, 19, 0, 0, 0}},   // 10 answers 2
     {Status::Sent, Origin::Local, Kind::Message, "Generator", "Logistics", "OPS", {2026, 11, 19, 10, 0, 0}},
 };
+// clang-format on
 
 class MsgListTest : public ::testing::Test {
  protected:
@@ -85,6 +69,7 @@ class MsgListTest : public ::testing::Test {
     r.setFr(m.fr);
     r.setMsgDate(ToOleDate(m.date));
     r.setMsg(m.body);
+    if (m.replied.year != 1899) r.setRepDate(ToOleDate(m.replied));
     r.setRoute(m.origin == Origin::Local ? "EOC:0" : "EOC:12");
     return s.NewMsg();
   }
@@ -121,14 +106,14 @@ TEST_F(MsgListTest, ColumnsAndReplyTracking) {
        "Answered: No. 10"},
       {"3", "11/19/2026 12:00", "Out", "Message", "OPS", "Shelter 2", "Shelter beds", "Ready, but not sent",
        "EOC:0", ""},
-      {"4", "11/19/2026 09:05", "In", "Reply", "ops", "eoc", "diesel", "Unread", "EOC:12", "Reply to No. 1"},
-      {"5", "11/19/2026 10:00", "In", "Reply", "OPS", "Staging", "Water", "Read", "EOC:12",
+      {"4", "11/19/2026 09:40", "In", "Reply", "eoc", "ops", "diesel", "Unread", "EOC:12", "Reply to No. 1"},
+      {"5", "11/19/2026 10:00", "In", "Reply", "Staging", "OPS", "Water", "Read", "EOC:12",
        "Original not found"},
       {"6", "11/18/2026 22:00", "Out", "Message", "OPS", "Comms", "Radio relay", "Draft", "EOC:0", ""},
       {"7", "11/19/2026 08:00", "Out", "Message", "", "", "", "Abandoned", "EOC:0", ""},
       {"8", "11/19/2026 13:00", "In", "Message", "EOC", "OPS", "\xC9vacuation", "Unread", "EOC:12", ""},
-      {"9", "11/19/2026 13:10", "Out", "Reply", "EOC", "OPS", "Fuel", "Sent", "EOC:0", ""},
-      {"10", "11/19/2026 00:00", "In", "Reply", "OPS", "EOC", "Diesel", "Read", "EOC:12", "Reply to No. 2"},
+      {"9", "11/19/2026 13:10", "Out", "Reply", "OPS", "EOC", "Fuel", "Sent", "EOC:0", ""},
+      {"10", "11/19/2026 00:00", "In", "Reply", "EOC", "OPS", "Diesel", "Read", "EOC:12", "Reply to No. 2"},
       {"11", "11/19/2026 10:00", "Out", "Message", "OPS", "Logistics", "Generator", "Sent", "EOC:0",
        "Awaiting reply, 4 h 05 min"},
   };
@@ -136,9 +121,9 @@ TEST_F(MsgListTest, ColumnsAndReplyTracking) {
   for (const Cells& row : expected) EXPECT_EQ(Row(std::stoi(row[0])), row);
   EXPECT_EQ(list.Link(*list.RowOf(4)), 1);
   EXPECT_EQ(list.BrowseNumbers(), (Numbers{1, 2, 3, 4, 5, 6, 8, 9, 10, 11}));
-  // Newest first by default; text columns ignore case, ties go by date.
-  EXPECT_EQ(Order(ListColumn::Date, false), (Numbers{9, 8, 3, 2, 11, 5, 1, 4, 10, 6}));
-  EXPECT_EQ(Order(ListColumn::Subject, true), (Numbers{10, 4, 1, 2, 9, 11, 6, 3, 5, 8}));
+  // Newest first by default, a reply by its own date; text columns ignore case, ties go by date.
+  EXPECT_EQ(Order(ListColumn::Date, false), (Numbers{9, 8, 3, 2, 11, 5, 4, 1, 10, 6}));
+  EXPECT_EQ(Order(ListColumn::Subject, true), (Numbers{10, 1, 4, 2, 9, 11, 6, 3, 5, 8}));
   EXPECT_EQ(Order(ListColumn::Reply, true), (Numbers{11, 1, 2, 10, 4, 5, 6, 3, 8, 9}));
 
   // Replies go by their own dates: one cut to the minute, the hour or the day still fits.
