@@ -74,6 +74,10 @@ class MessageEditor {
 
   // A received message opened from its notice, shown locked.
   void OpenFromNotice(std::int32_t number);
+  // A message opened from the message list, shown as Browse shows it, the arrows going on
+  // from it through browseList (the numbers Browse would list). Unsaved typing is asked
+  // about first; false when the operator keeps it, or the message is no longer stored.
+  bool OpenFromList(std::int32_t number, std::vector<std::int32_t> browseList);
 
   // Start-up: the locked, empty form before anything else runs, and the form once
   // start-up is done (New and Browse available).

@@ -10,6 +10,7 @@
 #include <array>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "app/FileLib.h"
 #include "app/Settings.h"
@@ -30,6 +31,7 @@ class QTimer;
 namespace velnor {
 
 class Clock;
+class FrmMsgList;
 class Dialogs;
 class EventLog;
 class EventLoop;
@@ -117,6 +119,10 @@ class FrmMessage : public QMainWindow, public EditorView, public LinkHost, publi
   // Number of notice windows open now.
   int OpenNotices() const;
 
+  // View > Message List: the list window, made on first use.
+  void mnuMsgList_Click();
+  FrmMsgList* msgList() const;
+
  protected:
   void closeEvent(QCloseEvent* event) override;
   bool eventFilter(QObject* watched, QEvent* event) override;
@@ -140,6 +146,10 @@ class FrmMessage : public QMainWindow, public EditorView, public LinkHost, publi
   bool StartupAbandoned();
   // Runs a window handler; a failure goes to the log and the "Status" panel.
   void Guard(const char* routine, const std::function<void()>& f);
+  // The message list's Open: the message in the form, as Browse shows it.
+  void OpenFromList(std::int32_t number);
+  // This process has just written these messages: the message list reads them again.
+  void StoreTouched(const std::vector<std::int32_t>& numbers);
 
   FrmMessageDeps m_deps;
   Settings m_settings;
@@ -169,6 +179,8 @@ class FrmMessage : public QMainWindow, public EditorView, public LinkHost, publi
   QAction* m_mnuSaveAs = nullptr;
   QTimer* m_tmrClock = nullptr;
   QPointer<QMessageBox> m_warning;
+  QPointer<FrmMsgList> m_msgList;
+  bool m_sendSession = false;  // the session that Send runs, while the form waits for it
   bool m_unloaded = false;
 };
 
