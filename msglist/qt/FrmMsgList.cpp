@@ -74,7 +74,8 @@ FrmMsgList::FrmMsgList(MsgListDeps deps, QWidget* owner)
   connect(m_settle, &QTimer::timeout, this, [this] {
     if (!isVisible()) return;
     Run([this] {
-      if (m_stale || m_list.FileChanged()) Reload();
+      if (m_stale || m_unexplained || m_list.FileChanged()) Reload();
+      m_unexplained = false;
     });
   });
   m_ages = new QTimer(this);
@@ -302,6 +303,10 @@ void FrmMsgList::Arm() {
 
 void FrmMsgList::StoreEvent() {
   Arm();
+  // Velnor tells the list of its own writes before it comes back to the event loop, so a
+  // file that differs now was written by someone else, even if Velnor writes again
+  // before the settling time is over.
+  if (m_list.FileChanged()) m_unexplained = true;
   m_settle->start();
 }
 

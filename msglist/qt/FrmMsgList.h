@@ -92,6 +92,7 @@ class FrmMsgList : public QWidget {
   QTimer* m_ages = nullptr;
   std::uint64_t m_armedIno = 0;
   bool m_stale = true;
+  bool m_unexplained = false;  // the file changed more than this process told
   std::string m_problem;  // the last failure to read the store, until a read succeeds
   // The order chosen before "Awaiting reply" put the oldest first.
   int m_sortColumn = static_cast<int>(ListColumn::Date);
