@@ -146,6 +146,8 @@ void MsgList::Touched(const std::vector<std::int32_t>& numbers) {
   RefreshDateTexts();
   const StoreStamp before = m_stamp;
   const StoreStamp stamp = StampOf(m_dataPath + "/velnor.odb");
+  // A command that wrote nothing (Close, Edit, a read message browsed to) costs no read.
+  if (stamp == before && before.settled) return;
   std::int64_t added = 0, removed = 0;
   std::vector<std::int32_t> done;
   for (std::int32_t number : numbers) {

@@ -21,9 +21,10 @@ void FrmMessage::mnuMsgList_Click() {
 void FrmMessage::OpenFromList(std::int32_t number) {
   Guard("OpenFromList", [&] {
     if (!m_editor || !m_msgList) return;
-    // Send shows its own message again when its session is over.
-    if (m_sendSession) {
-      setStatus("Sending... open the message when the session is over");
+    // Send shows its own message again when its session is over, and start-up ends on
+    // an empty form.
+    if (m_sendSession || m_editor->EditorMode() == "STARTUP") {
+      setStatus("Busy... open the message when the session is over");
       return;
     }
     if (m_editor->OpenFromList(number, m_msgList->BrowseNumbers())) StoreTouched({number});
