@@ -131,14 +131,47 @@ TEST_F(MsgListTest, ColumnsAndReplyTracking) {
     DateParts reply;
     int fit;
   };
-  const Fit fits[] = {
-      {{2026, 11, 19, 9, 5, 43}, 0}, {{2026, 11, 19, 9, 5, 0}, 1},  {{2026, 11, 19, 9, 0, 0}, 2},
-      {{2026, 11, 19, 0, 0, 0}, 3},  {{2026, 11, 19, 9, 6, 0}, -1}, {{2026, 11, 19, 8, 0, 0}, -1},
-      {{2026, 11, 20, 0, 0, 0}, -1}, {{2026, 11, 19, 9, 5, 41}, 0}, {{2026, 11, 19, 9, 5, 40}, -1}};
+  const Fit fits[] = {{{2026, 11, 19, 9, 5, 43}, 0},  {{2026, 11, 19, 9, 5, 0}, 1},
+                      {{2026, 11, 19, 9, 0, 0}, 2},   {{2026, 11, 19, 0, 0, 0}, 3},
+                      {{2026, 11, 19, 9, 6, 0}, -1},  {{2026, 11, 19, 8, 0, 0}, -1},
+                      {{2026, 11, 20, 0, 0, 0}, -1},  {{2026, 11, 19, 9, 5, 41}, 0},
+                      {{2026, 11, 19, 9, 5, 40}, -1}, {{2025, 11, 19, 0, 0, 0}, -1}};
   for (const Fit& f : fits) {
     EXPECT_EQ(DateFit(ToOleDate(kTraffic[0].date), ToOleDate(f.reply)), f.fit)
         << f.reply.hour << ":" << f.reply.minute << ":" << f.reply.second;
   }
+}
+
+TEST(ReplyMatch, CloserDateThenUnansweredThenOlder) {
+  auto row = [](std::int32_t n, Origin o, Kind k, int hh, int mm) {
+    MsgRow r;
+    r.number = n;
+    r.origin = o;
+    r.kind = k;
+    r.status = o == Origin::Local ? Status::Sent : Status::Read;
+    r.msgDate = ToOleDate({2026, 11, 19, hh, mm, 0});
+    r.matchKey = "DIESEL";
+    return r;
+  };
+  const auto sent = Origin::Local, in = Origin::Received;
+  std::vector<MsgRow> rows = {
+      row(1, sent, Kind::Message, 9, 0),
+      row(2, sent, Kind::Message, 9, 45),
+      row(3, sent, Kind::Message, 9, 45),
+      row(4, in, Kind::Reply, 9, 0),      // 1 to the second; 2 and 3 only by the hour
+      row(5, in, Kind::Reply, 9, 0),      // 1 again: closer than 2 and 3, though they await a reply
+      row(6, in, Kind::Reply, 9, 45),     // 2 and 3 alike: the older
+      row(7, in, Kind::Reply, 9, 45),     // 3, not answered yet
+      row(8, in, Kind::Reply, 9, 45),     // both answered: the older
+      row(9, in, Kind::Message, 9, 45)};  // not a reply
+  MatchReplies(rows);
+  Numbers links, replies;
+  for (const MsgRow& r : rows) {
+    links.push_back(r.link);
+    replies.push_back(r.replies);
+  }
+  EXPECT_EQ(links, (Numbers{4, 6, 7, 1, 1, 2, 3, 2, 0}));
+  EXPECT_EQ(replies, (Numbers{2, 2, 1, 0, 0, 0, 0, 0, 0}));
 }
 
 TEST_F(MsgListTest, FiltersSearchAndCounts) {
