@@ -31,10 +31,10 @@ class QTimer;
 namespace velnor {
 
 class Clock;
-class FrmMsgList;
 class Dialogs;
 class EventLog;
 class EventLoop;
+class FrmMsgList;
 class IcsPrint;
 class PmGlobal;
 class PmLink;
