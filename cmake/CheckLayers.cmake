@@ -19,6 +19,7 @@ set(layers
   settings_ui  # the settings dialog and its check
   link         # transport, session, schedule, waits
   log309       # the ICS 309 communications log: lines, CSV, page; its dialog in qt/
+  msglist      # the message list: rows, search, filters, reply matching; its window in qt/
   logview      # the session log window: plain words for the log's lines, following the file
   # <new>      Not placed yet. A folder that holds C++ but is missing from this list fails the
   #            check until it is placed: above every folder it includes, below every folder

@@ -650,4 +650,43 @@ void MessageEditor::cmdBRight_Click() {
   });
 }
 
+// ---- opening from the message list ----
+
+bool MessageEditor::OpenFromList(std::int32_t number, std::vector<std::int32_t> browseList) {
+  bool shown = false;
+  Trap("OpenFromList", [&] {
+    if (!m_messageSaved &&
+        m_ctx.dialogs.messageBox("Message was not saved.\r\nDo you really want to continue?", "Message List",
+                                 MsgButtons::YesNo) != MsgAnswer::Yes)
+      return;
+    // Shown from another store object: a number gone from the store must not leave the
+    // editor's record holding whatever Load stopped at.
+    IcsMsg probe(m_ctx.dataPath, m_ctx.eventLog);
+    if (!probe.Load(number)) {
+      m_view.setStatus("Message " + std::to_string(number) + " is no longer in the store");
+      return;
+    }
+    ++m_commands;
+    m_messageSaved = true;
+    m_editorMode = EditorMode::Browse;
+    ClearForm();
+    LockForm();
+    m_browseList = std::move(browseList);
+    const auto at = std::find(m_browseList.begin(), m_browseList.end(), number);
+    m_browsePtr = at == m_browseList.end() ? 0 : static_cast<short>(at - m_browseList.begin() + 1);
+    m_editState = 1;
+    OnlyCommands({Command::mnuPrint, Command::cmdNew, Command::cmdDelete, Command::cmdClose,
+                  Command::cmdBrowse, Command::cmdEdit});
+    ShowMessage(number);
+    // An abandoned message is not among those Browse steps through: no arrows then.
+    if (m_browsePtr > 0) {
+      m_view.setCommandEnabled(Command::cmdBLeft, m_browsePtr > 1);
+      m_view.setCommandEnabled(Command::cmdBRight, m_browsePtr < BrowseCount());
+      SetBrowsePtrLabel();
+    }
+    shown = true;
+  });
+  return shown;
+}
+
 }  // namespace velnor

@@ -107,6 +107,10 @@ class MessageEditor {
   // A session changed the status of message n in the store; the information line follows
   // when n is the message shown.
   void StatusChangedInStore(std::int32_t n, Status now);
+  // A message opened from the message list, shown as Browse shows it, the arrows going on
+  // from it through browseList (the numbers Browse would list). Unsaved typing is asked
+  // about first; false when the operator keeps it, or the message is no longer stored.
+  bool OpenFromList(std::int32_t number, std::vector<std::int32_t> browseList);
 
   // Start-up: the locked, empty form before anything else runs, and the form once
   // start-up is done (New and Browse available).

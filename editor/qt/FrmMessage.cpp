@@ -23,6 +23,7 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScrollArea>
+#include <QShortcut>
 #include <QStatusBar>
 #include <QStyle>
 #include <QTextBlock>
@@ -244,25 +245,30 @@ void FrmMessage::BuildForm() {
     m_commands[static_cast<std::size_t>(c)] = b;
     return b;
   };
-  side->addWidget(button(Command::cmdNew, "cmdNew", "New"));
-  side->addWidget(button(Command::cmdEdit, "cmdEdit", "Edit"));
-  side->addWidget(button(Command::cmdReply, "cmdReply", "Reply"));
-  side->addWidget(button(Command::cmdSave, "cmdSave", "Save"));
-  side->addWidget(button(Command::cmdSend, "cmdSend", "Send"));
-  side->addWidget(button(Command::cmdDelete, "cmdDelete", "Delete"));
-  side->addWidget(button(Command::cmdClose, "cmdClose", "Close"));
+  // Mnemonics keep clear of the menu bar's Alt+F, S, E, V and H.
+  side->addWidget(button(Command::cmdNew, "cmdNew", "&New"));
+  side->addWidget(button(Command::cmdEdit, "cmdEdit", "Ed&it"));
+  side->addWidget(button(Command::cmdReply, "cmdReply", "&Reply"));
+  side->addWidget(button(Command::cmdSave, "cmdSave", "S&ave"));
+  side->addWidget(button(Command::cmdSend, "cmdSend", "Sen&d"));
+  side->addWidget(button(Command::cmdDelete, "cmdDelete", "De&lete"));
+  side->addWidget(button(Command::cmdClose, "cmdClose", "&Close"));
   side->addSpacing(12);
-  side->addWidget(button(Command::cmdBrowse, "cmdBrowse", "Browse"));
+  side->addWidget(button(Command::cmdBrowse, "cmdBrowse", "&Browse"));
   auto* arrows = new QHBoxLayout();
   arrows->addWidget(button(Command::cmdBLeft, "cmdBLeft", "<"));
   arrows->addWidget(button(Command::cmdBRight, "cmdBRight", ">"));
+  commandWidget(Command::cmdBLeft)->setAccessibleName("Previous message");
+  commandWidget(Command::cmdBRight)->setAccessibleName("Next message");
+  qobject_cast<QPushButton*>(commandWidget(Command::cmdBLeft))->setShortcut(QKeySequence("Alt+Left"));
+  qobject_cast<QPushButton*>(commandWidget(Command::cmdBRight))->setShortcut(QKeySequence("Alt+Right"));
   side->addLayout(arrows);
   m_lblBrowsePtr = new QLabel(central);
   m_lblBrowsePtr->setObjectName("lblBrowsePtr");
   m_lblBrowsePtr->setAlignment(Qt::AlignCenter);
   side->addWidget(m_lblBrowsePtr);
   side->addSpacing(12);
-  side->addWidget(button(Command::cmdSetFieldsAsDefault, "cmdSetFieldsAsDefault", "Set Fields as Default"));
+  side->addWidget(button(Command::cmdSetFieldsAsDefault, "cmdSetFieldsAsDefault", "Set Fields as Defa&ult"));
   side->addSpacing(12);
 
   m_frame2 = new QGroupBox("Routing", central);
@@ -319,6 +325,23 @@ void FrmMessage::BuildForm() {
   statusBar()->addWidget(m_panelStatus, 1);
   statusBar()->addPermanentWidget(m_panelNetState);
   statusBar()->addPermanentWidget(m_panelCurrentTime);
+
+  // A screen reader names each box after its label (its buddy); the names below also
+  // tell the four POSITION boxes apart.
+  static const char* const kAccessibleNames[kFieldCount] = {
+      "To",          "To position",     "From",           "From position",      "Subject",
+      "Date / time", "Message",         "Signature",      "Signature position", "Incident name",
+      "Reply",       "Reply signature", "Reply position", "Reply date / time"};
+  for (const Field f : kAllFields) {
+    int r = 0, c = 0, rs = 0, cs = 0;
+    form->getItemPosition(form->indexOf(box(f)), &r, &c, &rs, &cs);
+    // The label stands left of its box, or above the two bodies.
+    QLayoutItem* item = c > 0 ? form->itemAtPosition(r, c - 1) : form->itemAtPosition(r - 1, 0);
+    if (auto* l = item ? qobject_cast<QLabel*>(item->widget()) : nullptr) l->setBuddy(box(f));
+    box(f)->setAccessibleName(kAccessibleNames[FieldIndex(f)]);
+  }
+  qobject_cast<QLabel*>(routing->itemAt(0)->widget())->setBuddy(route);
+  route->setAccessibleName("Destination Route ID");
 }
 
 void FrmMessage::BuildMenus() {
@@ -331,11 +354,13 @@ void FrmMessage::BuildMenus() {
   file->setObjectName("mnuFile");
   QAction* open = action(file, "mnuOpen", "&Open...");
   QAction* save = action(file, "mnuSave", "&Save");
+  save->setShortcut(QKeySequence::Save);
   m_mnuSaveAs = action(file, "mnuSaveAs", "Save&As...");
   m_mnuSaveAs->setEnabled(false);
   m_mnuSaveAs->setVisible(false);
   file->addSeparator();
   QAction* print = action(file, "mnuPrint", "&Print...");
+  print->setShortcut(QKeySequence::Print);
   QAction* printSetup = action(file, "mnuPrintSetup", "Print Set&up...");
   QAction* commLog = action(file, "mnuCommLog", "Communications &Log (ICS 309)...");
   file->addSeparator();
@@ -357,7 +382,15 @@ void FrmMessage::BuildMenus() {
 
   QMenu* view = menuBar()->addMenu("&View");
   view->setObjectName("mnuView");
-  QAction* sessionLog = action(view, "mnuSessionLog", "Session &Log");
+  QAction* msgList = action(view, "mnuMsgList", "Message &List");
+  msgList->setShortcut(QKeySequence("Ctrl+L"));
+  QAction* sessionLog = action(view, "mnuSessionLog", "&Session Log");
+  // New has no menu item: its key presses the button, whose state follows the editor.
+  auto* newKey = new QShortcut(QKeySequence::New, this);
+  connect(newKey, &QShortcut::activated, this, [this] {
+    if (commandWidget(Command::cmdNew)->isEnabled())
+      qobject_cast<QPushButton*>(commandWidget(Command::cmdNew))->click();
+  });
 
   QMenu* help = menuBar()->addMenu("&Help");
   help->setObjectName("munHelp");
@@ -371,7 +404,12 @@ void FrmMessage::BuildMenus() {
   // their QActions are found through the menu.
   m_commandActions = {print, save, open};
   connect(open, &QAction::triggered, this, [this] { if (m_editor) m_editor->mnuOpen_Click(); });
-  connect(save, &QAction::triggered, this, [this] { if (m_editor) m_editor->cmdSave_Click(); });
+  connect(save, &QAction::triggered, this, [this] {
+    if (!m_editor) return;
+    m_editor->cmdSave_Click();
+    StoreTouched({m_editor->CurrentMsgNo()});
+  });
+  connect(msgList, &QAction::triggered, this, [this] { mnuMsgList_Click(); });
   connect(print, &QAction::triggered, this, [this] { mnuPrint_Click(); });
   connect(printSetup, &QAction::triggered, this, [this] { mnuPrintSetup_Click(); });
   connect(commLog, &QAction::triggered, this, [this] { mnuCommLog_Click(); });
@@ -391,7 +429,11 @@ void FrmMessage::ConnectCommands() {
   auto wire = [&](Command c, void (MessageEditor::*handler)()) {
     auto* b = qobject_cast<QPushButton*>(commandWidget(c));
     connect(b, &QPushButton::clicked, this, [this, handler] {
-      if (m_editor) (m_editor.get()->*handler)();
+      if (!m_editor) return;
+      // The message the form held before (Delete removes it) and the one it holds now.
+      const std::int32_t before = m_editor->CurrentMsgNo();
+      (m_editor.get()->*handler)();
+      if (m_editor) StoreTouched({before, m_editor->CurrentMsgNo()});
     });
   };
   wire(Command::cmdNew, &MessageEditor::cmdNew_Click);

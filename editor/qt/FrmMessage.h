@@ -11,6 +11,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "app/FileLib.h"
 #include "app/Settings.h"
@@ -36,6 +37,7 @@ class Dialogs;
 class EventLog;
 class EventLoop;
 class FrmSessionLog;
+class FrmMsgList;
 class IcsPrint;
 class PmGlobal;
 class PmLink;
@@ -126,6 +128,10 @@ class FrmMessage : public QMainWindow, public EditorView, public LinkHost, publi
   // Number of notice windows open now.
   int OpenNotices() const;
 
+  // View > Message List: the list window, made on first use.
+  void mnuMsgList_Click();
+  FrmMsgList* msgList() const;
+
  protected:
   void closeEvent(QCloseEvent* event) override;
   bool eventFilter(QObject* watched, QEvent* event) override;
@@ -160,6 +166,10 @@ class FrmMessage : public QMainWindow, public EditorView, public LinkHost, publi
   bool StartupAbandoned();
   // Runs a window handler; a failure goes to the log and the "Status" panel.
   void Guard(const char* routine, const std::function<void()>& f);
+  // The message list's Open: the message in the form, as Browse shows it.
+  void OpenFromList(std::int32_t number);
+  // This process has just written these messages: the message list reads them again.
+  void StoreTouched(const std::vector<std::int32_t>& numbers);
 
   FrmMessageDeps m_deps;
   Settings m_settings;
@@ -199,6 +209,8 @@ class FrmMessage : public QMainWindow, public EditorView, public LinkHost, publi
   // Tab pressed on another button (m_tabOnButton while that Tab is handled).
   QPointer<QObject> m_armedButton;
   bool m_tabOnButton = false;
+  QPointer<FrmMsgList> m_msgList;
+  bool m_sendSession = false;  // the session that Send runs, while the form waits for it
   bool m_unloaded = false;
 };
 

@@ -23,6 +23,7 @@
 #include "link/PmLink.h"
 #include "log309/qt/CommLogDialog.h"
 #include "logview/qt/FrmSessionLog.h"
+#include "msglist/TouchingOutbox.h"
 #include "platform/Dialogs.h"
 #include "platform/qt/WindowState.h"
 #include "print/IcsPrint.h"
@@ -78,7 +79,12 @@ bool FrmMessage::Form_Load() {
   EditorContext ctx{*this,          dialogs,        m_deps.clock, m_deps.eventLog, m_settings,
                     m_settingsFile, m_dataPath,     {},           {}};
   ctx.runSession = [this] {
-    if (m_link) m_link->SendSession();
+    if (!m_link) return;
+    // Send has saved and queued the message: the list learns it before the session starts.
+    StoreTouched({m_editor->CurrentMsgNo()});
+    m_sendSession = true;
+    m_link->SendSession();
+    m_sendSession = false;
   };
   ctx.writeLog = [this](const std::string& line) { WriteLog(line); };
   m_editor = std::make_unique<MessageEditor>(std::move(ctx));
@@ -90,8 +96,10 @@ bool FrmMessage::Form_Load() {
   m_pmGlobal = std::make_unique<PmGlobal>(m_dataPath, ProgramVersion(), m_deps.eventLog,
                                           [this] { return m_deps.printers.CurrentSystemPrinterName(); });
 
-  m_link = std::make_unique<PmLink>(m_deps.loop, m_deps.socket, m_settings, *this, *m_sessionLog, dialogs,
-                                    StoreOutbox(m_dataPath, m_deps.eventLog), m_dataPath);
+  m_link = std::make_unique<PmLink>(
+      m_deps.loop, m_deps.socket, m_settings, *this, *m_sessionLog, dialogs,
+      TouchingOutbox(StoreOutbox(m_dataPath, m_deps.eventLog), [this](std::int32_t n) { StoreTouched({n}); }),
+      m_dataPath);
 
   // 7-10: visible from here on, so the progress can be followed; where the operator left it.
   setCaption(kProgramTitle);
@@ -243,7 +251,9 @@ std::string FrmMessage::EncodeMsg(const MsgRecord& rec) { return EncodeRecord(re
 
 std::int32_t FrmMessage::StoreMsg(const std::string& t) {
   StoreMsgContext ctx{m_dataPath, m_deps.eventLog, *m_sessionLog, *this, m_settings.DateFormat, m_settings.TimeFormat};
-  return velnor::StoreMsg(t, Origin::Received, ctx);
+  const std::int32_t n = velnor::StoreMsg(t, Origin::Received, ctx);
+  StoreTouched({n});
+  return n;
 }
 
 void FrmMessage::Warn(const std::string& t) {
@@ -267,7 +277,9 @@ void FrmMessage::ShowNotice(const std::string& t, std::int32_t number) {
       NoticeDeps{m_deps.dialogs, m_deps.sound, m_settings,
                  [this] { return m_editor ? m_editor->EditState() : short{0}; },
                  [this](std::int32_t n) {
-                   if (m_editor) m_editor->OpenFromNotice(n);
+                   if (!m_editor) return;
+                   m_editor->OpenFromNotice(n);
+                   StoreTouched({n});
                  }},
       this);
   PlaceNotice(notice);

@@ -153,7 +153,7 @@ TEST_F(WindowTest, PrintSetupThenPrintSaysWhereThePdfWentAndTheHelpMenuOpensItsW
   const Names rows = Rows(*keys);
   for (const char* row :
        {"Alt+F | Open the File menu", "Alt+F, O | File > Open...", "Ctrl+X  or  Alt+E, T | Edit > Cut",
-        "Alt+V, L | View > Session Log", "F1  or  Alt+H, G | Help > Operator's Guide"})
+        "Alt+V, S | View > Session Log", "Ctrl+L  or  Alt+V, L | View > Message List", "F1  or  Alt+H, G | Help > Operator's Guide"})
     EXPECT_TRUE(Has(rows, row)) << row;
 
   // Print Setup changed nothing that Pellmoor reads.
