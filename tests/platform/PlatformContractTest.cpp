@@ -6,7 +6,7 @@
 #include <QElapsedTimer>
 #include <QTcpServer>
 #include <QTcpSocket>
-#include <memory>
+#include <functional>
 
 #include "platform/qt/QtEventLoop.h"
 #include "platform/qt/QtSocket.h"
@@ -30,9 +30,14 @@ struct Virtual {
 
 // A listening socket of the test's own on loopback, and the connection it accepted.
 struct Real {
+  char name[5] = "test";
+  char* argv[2] = {name, nullptr};
+  int argc = 1;
+  QCoreApplication app{argc, argv};
   QtEventLoop loop;
   QtSocket sock;
   QTcpServer server;
+  QTcpSocket* peer = nullptr;
   QElapsedTimer clock;
   Real() { clock.start(); }
   std::int64_t now() const { return clock.elapsed(); }
@@ -42,22 +47,21 @@ struct Real {
     server.close();
     return port;
   }
-  QTcpSocket& peer() {
-    if (!m_peer && (server.hasPendingConnections() || server.waitForNewConnection(2000)))
-      m_peer = server.nextPendingConnection();
-    return *m_peer;
+  QTcpSocket& accepted() {
+    if (!peer && (server.hasPendingConnections() || server.waitForNewConnection(2000)))
+      peer = server.nextPendingConnection();
+    return *peer;
   }
   void peerSend(const std::string& bytes) {
-    peer().write(bytes.data(), static_cast<qint64>(bytes.size()));
-    peer().flush();
+    accepted().write(bytes.data(), static_cast<qint64>(bytes.size()));
+    accepted().flush();
   }
-  void peerClose() { peer().disconnectFromHost(); }
+  void peerClose() { accepted().disconnectFromHost(); }
   std::string peerRead(std::size_t n) {
-    while (peer().bytesAvailable() < static_cast<qint64>(n) && peer().waitForReadyRead(2000)) {
+    while (accepted().bytesAvailable() < static_cast<qint64>(n) && accepted().waitForReadyRead(2000)) {
     }
-    return peer().readAll().toStdString();
+    return accepted().readAll().toStdString();
   }
-  QTcpSocket* m_peer = nullptr;
 };
 
 // Waits as the program does: events until done, or until a timer of ms ends the wait.
@@ -72,48 +76,43 @@ bool WaitFor(Side& s, const std::function<bool()>& done, int ms = 2000) {
   return done();
 }
 
-class QtApp : public ::testing::Environment {
-  void SetUp() override { m_app = std::make_unique<QCoreApplication>(m_argc, m_argv); }
-  void TearDown() override { m_app.reset(); }
-  int m_argc = 1;
-  char m_name[5] = "test";
-  char* m_argv[2] = {m_name, nullptr};
-  std::unique_ptr<QCoreApplication> m_app;
-};
-const auto* const kEnv = ::testing::AddGlobalTestEnvironment(new QtApp);
-
 template <class Side>
 class SocketContract : public ::testing::Test {
  protected:
-  // Connected to the side's listening port; false if that never happened.
-  bool connect() {
-    s.sock.setRemoteHost("127.0.0.1");
-    s.sock.setRemotePort(s.listening());
-    s.sock.connect();
-    return WaitFor(s, [&] { return s.sock.state() == Socket::Connected; });
-  }
   Side s;
 };
+template <class Side>
+class EventLoopContract : public SocketContract<Side> {};
 using Sides = ::testing::Types<Virtual, Real>;
-struct SideName {
-  template <class Side>
-  static std::string GetName(int) {
-    return std::is_same_v<Side, Real> ? "Qt" : "Double";
-  }
-};
-TYPED_TEST_SUITE(SocketContract, Sides, SideName);
+TYPED_TEST_SUITE(SocketContract, Sides);
+TYPED_TEST_SUITE(EventLoopContract, Sides);
 
-TYPED_TEST(SocketContract, ConnectsSendsAsIsAndCloses) {
+TYPED_TEST(SocketContract, SendsAsIsAndDataArrivesInOrderUntilThePeerCloses) {
   auto& sock = this->s.sock;
+  std::string got;
+  sock.onDataArrival = [&] { got += sock.getData(); };
   EXPECT_EQ(sock.state(), Socket::Closed);
   EXPECT_THROW(sock.send("early"), VError);
-  ASSERT_TRUE(this->connect());
+  sock.setRemoteHost("127.0.0.1");
+  sock.setRemotePort(this->s.listening());
+  sock.connect();
+  ASSERT_TRUE(WaitFor(this->s, [&] { return sock.state() == Socket::Connected; }));
   EXPECT_EQ(sock.failure(), Socket::Failure::None);
   sock.send("POP\r\nno end");
   EXPECT_EQ(this->s.peerRead(11), "POP\r\nno end");
-  sock.close();
-  EXPECT_EQ(sock.state(), Socket::Closed);
-  EXPECT_THROW(sock.send("late"), VError);
+  this->s.peerSend("LOG");
+  EXPECT_TRUE(WaitFor(this->s, [&] { return got == "LOG"; }));
+  this->s.peerSend("ON>\r\n");
+  this->s.peerSend("OK>");
+  EXPECT_TRUE(WaitFor(this->s, [&] { return got == "LOGON>\r\nOK>"; }));
+  EXPECT_EQ(sock.getData(), "");
+  this->s.peerSend("QUITING>");
+  this->s.peerClose();
+  EXPECT_TRUE(WaitFor(this->s, [&] { return sock.state() != Socket::Connected; }));
+  EXPECT_EQ(got + sock.getData(), "LOGON>\r\nOK>QUITING>");
+  EXPECT_EQ(std::make_pair(sock.state(), sock.failure()),
+            std::make_pair(+Socket::Closing, Socket::Failure::PeerClosed));
+  EXPECT_THROW(sock.send("QUIT\r\n"), VError);
 }
 
 TYPED_TEST(SocketContract, ARefusedConnectionIsAnErrorAtOnce) {
@@ -145,33 +144,6 @@ TYPED_TEST(SocketContract, AnUnusableHostIsReportedThroughTheErrorPath) {
   }
   EXPECT_LT(this->s.now(), 1000);
 }
-
-TYPED_TEST(SocketContract, DataArrivesInOrderAndThePeerMayClose) {
-  auto& sock = this->s.sock;
-  std::string got;
-  sock.onDataArrival = [&] { got += sock.getData(); };
-  ASSERT_TRUE(this->connect());
-  this->s.peerSend("LOG");
-  EXPECT_TRUE(WaitFor(this->s, [&] { return got == "LOG"; }));
-  this->s.peerSend("ON>\r\n");
-  this->s.peerSend("OK>");
-  EXPECT_TRUE(WaitFor(this->s, [&] { return got == "LOGON>\r\nOK>"; }));
-  EXPECT_EQ(sock.getData(), "");
-  this->s.peerSend("QUITING>");
-  this->s.peerClose();
-  EXPECT_TRUE(WaitFor(this->s, [&] { return sock.state() != Socket::Connected; }));
-  EXPECT_EQ(got + sock.getData(), "LOGON>\r\nOK>QUITING>");
-  EXPECT_EQ(sock.state(), Socket::Closing);
-  EXPECT_EQ(sock.failure(), Socket::Failure::PeerClosed);
-  EXPECT_THROW(sock.send("QUIT\r\n"), VError);
-}
-
-template <class Side>
-class EventLoopContract : public ::testing::Test {
- protected:
-  Side s;
-};
-TYPED_TEST_SUITE(EventLoopContract, Sides, SideName);
 
 TYPED_TEST(EventLoopContract, ATimerTicksEveryIntervalNeverEarlyAndRestartsWhenEnabled) {
   auto timer = this->s.loop.createTimer();
