@@ -88,6 +88,13 @@ TEST(EncodeRecord, BodiesGoAsTheyAre) {
       text.find(
           "\r\nDATE: 12:00:00 AM\r\n---------\r\nMESSAGE: DATE: soon\r\n-- not a rule\r\n!/ICS213!\r\n-"),
       std::string::npos);
+  // Bodies fill their fields, the message's or the reply's.
+  r.setKind(Kind::Reply);
+  for (const auto& [msg, reply] : {std::pair<std::size_t, std::size_t>{4000, 2}, {2, 4000}}) {
+    r.setMsg(std::string(msg, 'm'));
+    r.setReply(std::string(reply, 'r'));
+    EXPECT_NE(EncodeRecord(r, "K").find("\r\nREPLY: " + std::string(reply, 'r') + "\r\n"), std::string::npos);
+  }
 }
 
 }  // namespace
