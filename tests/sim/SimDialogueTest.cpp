@@ -2,7 +2,6 @@
 // hostile input and the command line.
 #include <algorithm>
 #include <filesystem>
-#include <random>
 
 #include "SimHarness.h"
 
@@ -153,15 +152,7 @@ TEST_F(SimFault, GarbageAndOversizedInputNeverStopTheServer) {
   start();
   SimClient steady(m_sim->port());
   EXPECT_EQ(steady.ask("<!REG!>", "LOGON>"), "LOGON>");
-  {
-    // Random bytes with line ends sprinkled in: ignored, connection kept.
-    std::mt19937 rng(1234);
-    std::string noise(256 * 1024, '\0');
-    for (char& ch : noise) ch = static_cast<char>(rng() % 256);
-    SimClient g(m_sim->port());
-    g.send(noise);
-    EXPECT_EQ(g.ask("\r\n<!REG!>", "LOGON>"), "LOGON>");
-  }
+  // Arbitrary bytes into the request reader are the fuzz target's; here the caps.
   SimClient huge(m_sim->port());
   huge.send(std::string(2u << 20, 'x'));  // one line over the cap
   EXPECT_TRUE(huge.waitClosed());
