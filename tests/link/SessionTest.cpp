@@ -103,15 +103,15 @@ TEST_F(SessionTest, ConnectFailuresEndAtOnceAndSayWhy) {
     int connects;
   };
   const std::string badPort = "Port is not a number from 0 to 65535";
-  for (const Row& r :
-       {Row{Mode::Refuse, "127.0.0.1", "9334", "3000", "Connection refused", 5, 1},
-        Row{Mode::Never, "127.0.0.1", "9334", "3000", "no connection within 3000 ms", 3000, 1},
-        Row{Mode::Accept, "pmdirect.invalid", "9334", "60000", "Host not found", 5, 1},
-        Row{Mode::Accept, "", "9334", "60000", "Host not found", 5, 1},
-        Row{Mode::Accept, "127.0.0.1", "93x4", "3000", badPort, 0, 0},
-        Row{Mode::Accept, "127.0.0.1", "", "3000", badPort, 0, 0},
-        Row{Mode::Accept, "127.0.0.1", "70000", "3000", badPort, 0, 0},
-        Row{Mode::Accept, "127.0.0.1", "9334", "five", "TimeOut is not a whole number", 0, 0}}) {
+  const Row rows[] = {{Mode::Refuse, "127.0.0.1", "9334", "3000", "Connection refused", 5, 1},
+                      {Mode::Never, "127.0.0.1", "9334", "3000", "no connection within 3000 ms", 3000, 1},
+                      {Mode::Accept, "pmdirect.invalid", "9334", "60000", "Host not found", 5, 1},
+                      {Mode::Accept, "", "9334", "60000", "Host not found", 5, 1},
+                      {Mode::Accept, "127.0.0.1", "93x4", "3000", badPort, 0, 0},
+                      {Mode::Accept, "127.0.0.1", "", "3000", badPort, 0, 0},
+                      {Mode::Accept, "127.0.0.1", "70000", "3000", badPort, 0, 0},
+                      {Mode::Accept, "127.0.0.1", "9334", "five", "TimeOut is not a whole number", 0, 0}};
+  for (const Row& r : rows) {
     SCOPED_TRACE(r.host + ":" + r.port + "/" + r.timeOut);
     sock.connectMode = r.mode;
     settings.HostName = r.host;

@@ -51,11 +51,9 @@ TEST_F(WaitsTest, ZeroAndNegativeWaitsEndAtOnceARestartCountsFromTheRestart) {
 }
 
 TEST(Waits, GpTimerIsCappedAt65535AndThenDisablesItself) {
-  for (auto [asked, ends] : {std::pair<std::int32_t, std::int64_t>{1, 1},
-                             {65534, 65534},
-                             {65535, 65535},
-                             {65536, 65535},
-                             {100000, 65535}}) {
+  const std::pair<std::int32_t, std::int64_t> rows[] = {
+      {1, 1}, {65534, 65534}, {65535, 65535}, {65536, 65535}, {100000, 65535}};
+  for (auto [asked, ends] : rows) {
     VirtualEventLoop loop;
     Waits w(loop);
     w.StartGpTimer(asked);
@@ -90,11 +88,9 @@ class TransportTest : public LinkTest {
 // Arrivals in three pieces at every pair of cut points: complete exactly once the whole
 // prompt has arrived, never before.
 TEST_F(TransportTest, EveryPromptFoundAtEverySplitPoint) {
-  for (const auto& [awaited, prompt] : {std::pair<short, std::string>{1, "LOGON>"},
-                                        {2, "OK>"},
-                                        {4, "!/ICS213!"},
-                                        {4, "NOMORE>"},
-                                        {5, "QUITING>"}}) {
+  const std::pair<short, std::string> prompts[] = {
+      {1, "LOGON>"}, {2, "OK>"}, {4, "!/ICS213!"}, {4, "NOMORE>"}, {5, "QUITING>"}};
+  for (const auto& [awaited, prompt] : prompts) {
     const std::string reply = "xx" + prompt + "yy";
     for (std::size_t a = 0; a <= reply.size(); ++a) {
       for (std::size_t b = a; b <= reply.size(); ++b) {
@@ -113,17 +109,10 @@ TEST_F(TransportTest, EveryPromptFoundAtEverySplitPoint) {
 // Only the awaited prompt, exactly and in upper case; the text is kept either way.
 TEST_F(TransportTest, OtherPromptsAndOtherCasesDoNotCount) {
   const std::string all = "LOGON> OK> NOMORE> QUITING> !/ICS213!";
-  for (const auto& [awaited, text] : {std::pair<short, std::string>{2, "ok>"},
-                                      {2, "Ok>"},
-                                      {2, "OK"},
-                                      {1, "logon>"},
-                                      {4, "nomore>"},
-                                      {4, "!/ics213!"},
-                                      {5, "quiting>"},
-                                      {0, all},
-                                      {3, all},
-                                      {2, "LOGON>"},
-                                      {1, "OK>"}}) {
+  const std::pair<short, std::string> rows[] = {
+      {2, "ok>"},      {2, "Ok>"}, {2, "OK"}, {1, "logon>"}, {4, "nomore>"}, {4, "!/ics213!"},
+      {5, "quiting>"}, {0, all},   {3, all},  {2, "LOGON>"}, {1, "OK>"}};
+  for (const auto& [awaited, text] : rows) {
     await(awaited);
     t().ScanReply(text);
     EXPECT_FALSE(s().ReplyComplete) << awaited << " " << text;
@@ -132,9 +121,9 @@ TEST_F(TransportTest, OtherPromptsAndOtherCasesDoNotCount) {
 }
 
 TEST_F(TransportTest, RetrievalFlagsForTagNoMoreAndBoth) {
-  for (const auto& [reply, tag] :
-       {std::pair<std::string, bool>{"!ICS213!\r\nbody\r\n!/ICS213!\r\nNOMORE>\r\n", true},
-        {"NOMORE>\r\n", false}}) {
+  const std::pair<std::string, bool> rows[] = {{"!ICS213!\r\nbody\r\n!/ICS213!\r\nNOMORE>\r\n", true},
+                                               {"NOMORE>\r\n", false}};
+  for (const auto& [reply, tag] : rows) {
     await(4);
     t().ScanReply(reply);
     EXPECT_EQ(s().MessageEndSeen, tag) << reply;
@@ -170,8 +159,8 @@ TEST_F(TransportTest, WinSendPutsTheLineWithCrLfAndDiscardsEarlierText) {
 // Past the longest a timer can run the wait goes on in pieces; an unusable TimeOut waits 5 s.
 TEST_F(TransportTest, WinSendGivesUpAfterTimeOutWithoutAPrompt) {
   connect(2, [&](std::string_view) { sock.deliver("ok>\r\n", 5); });
-  for (const auto& [timeOut, ms] :
-       {std::pair<std::string, std::int64_t>{"3000", 3000}, {"65536", 65536}, {"x", 5000}}) {
+  const std::pair<std::string, std::int64_t> rows[] = {{"3000", 3000}, {"65536", 65536}, {"x", 5000}};
+  for (const auto& [timeOut, ms] : rows) {
     settings.TimeOut = timeOut;
     log.lines.clear();
     const std::int64_t start = loop.now();
@@ -219,11 +208,12 @@ TEST_F(TransportTest, AFloodWithoutThePromptFailsWithBoundedMemory) {
 
 // Pieces of 75 are shown by the link test; here the edges.
 TEST_F(TransportTest, GetBufferCutsPieces) {
-  for (const auto& [size, in, piece, rest] :
-       {std::tuple<std::int32_t, std::string, std::string, std::string>{75, "", "", ""},
-        {0, "abc", "", "abc"},
-        {3, "abc", "abc", ""},
-        {-1, "abc", "", "abc"}}) {
+  const std::tuple<std::int32_t, std::string, std::string, std::string> rows[] = {{75, "", "", ""},
+                                                                                  {0, "abc", "", "abc"},
+                                                                                  {3, "abc", "abc", ""},
+                                                                                  {2, "abc", "ab", "c"},
+                                                                                  {-1, "abc", "", "abc"}};
+  for (const auto& [size, in, piece, rest] : rows) {
     if (size < 0) dialogs.expectMessage("GetBuffer: String Error 5, ");
     std::string text = in;
     EXPECT_EQ(t().GetBuffer(size, text), piece) << size << " of " << in;
