@@ -77,9 +77,7 @@ inline void ExpectFailed(FakeHost& host, const RecordingLog& log, const PmLink& 
   EXPECT_EQ(log.lines, expected);
   EXPECT_EQ(host.panels["Status"], "kept");
   EXPECT_EQ(host.panels["NetState"], "Disconnected");
-  if (f.step != "Connect") {
-    EXPECT_EQ(host.outcomes, Lines{"error during " + f.step});
-  }
+  EXPECT_EQ(host.outcomes, Lines{"error during " + f.step});
   EXPECT_FALSE(link.SessionRunning());
 }
 
