@@ -18,7 +18,8 @@ class SimDialogue : public SimTest {
 
 TEST_F(SimDialogue, WholeConversationHasExactBytesOnBothSides) {
   start();
-  EXPECT_EQ(m_sim->listeningLine(), "pmdirect-sim listening on 127.0.0.1:" + std::to_string(m_sim->port()) + "\n");
+  EXPECT_EQ(m_sim->listeningLine(),
+            "pmdirect-sim listening on 127.0.0.1:" + std::to_string(m_sim->port()) + "\n");
   const std::string text = TaggedText("ALPHA", "BRAVO", "Need 2 tenders\r\nat gate 3");
   auto a = station("Alpha");
   hand(*a, text);
@@ -96,7 +97,7 @@ TEST(SimSwitches, SplitLowerCaseAndDripChangeOnlyHowRepliesAreWritten) {
   const std::string text = TaggedText("ALPHA", "ALPHA", "whole");
   const std::vector<std::pair<std::string, std::string>> steps = {
       {"<!REG!>", "LOGON>"}, {"<!LOGON!>ALPHA", "OK>"}, {text, "OK>"},
-      {"POP", text},         {"POP", "NOMORE>"},       {"QUIT", "QUITING>"}};
+      {"POP", text},         {"POP", "NOMORE>"},        {"QUIT", "QUITING>"}};
   Strings drip;
   for (char ch : "LOGON>OK>OK>" + text + "NOMORE>QUITING>") drip.emplace_back(1, ch);
   const std::vector<std::pair<Strings, Strings>> rows = {
@@ -126,7 +127,8 @@ TEST_F(SimFault, NoPromptStaysSilentForThatPromptOnly) {
   SimClient c(m_sim->port());
   const std::string text = TaggedText("ALPHA", "ALPHA", "queued all the same");
   EXPECT_EQ(c.ask("<!REG!>", "LOGON>"), "LOGON>");
-  c.send("<!LOGON!>ALPHA\r\n" + text + "\r\nPOP\r\nPOP\r\n");  // the first POP gets the message, the second silence
+  c.send("<!LOGON!>ALPHA\r\n" + text +
+         "\r\nPOP\r\nPOP\r\n");  // the first POP gets the message, the second silence
   // Had any OK> or NOMORE> been sent, it would come before this prompt.
   EXPECT_EQ(c.ask("<!REG!>", text + "LOGON>"), text + "LOGON>");
   c.send("QUIT\r\n");
@@ -186,7 +188,7 @@ TEST(SimCommandLine, TakenPortListenWarningAndBadOptionsExitWithOne) {
   EXPECT_NE(err.find("warning: --listen 192.0.2.1 reaches beyond this machine"), std::string::npos) << err;
   EXPECT_NE(err.find("the Pmdirect dialogue has no authentication"), std::string::npos) << err;
   for (const Strings& bad : {Strings{"--no-prompt", "HELLO>"}, Strings{"--port", "70000"}, Strings{"--drip"},
-                            Strings{"--frobnicate"}})
+                             Strings{"--frobnicate"}})
     EXPECT_EQ(RunSimToEnd(bad, err), 1) << bad[0];
   EXPECT_EQ(RunSimToEnd({"--help"}, err), 0);
 }
