@@ -1,5 +1,6 @@
-// The simulator over loopback: the conversation, routing, the spool, the fault switches,
-// hostile input and the command line.
+// The simulator over loopback (the whole conversation with exact bytes is the link's
+// end-to-end test): line ends, routing, the spool, the fault switches, hostile input and
+// the command line.
 #include <algorithm>
 #include <filesystem>
 
@@ -15,24 +16,6 @@ class SimDialogue : public SimTest {
   // Hands a message in the way the client does: the text plus one more CR LF.
   static void hand(SimClient& c, const std::string& text) { EXPECT_EQ(c.ask(text, "OK>"), "OK>"); }
 };
-
-TEST_F(SimDialogue, WholeConversationHasExactBytesOnBothSides) {
-  start();
-  EXPECT_EQ(m_sim->listeningLine(),
-            "pmdirect-sim listening on 127.0.0.1:" + std::to_string(m_sim->port()) + "\n");
-  const std::string text = TaggedText("ALPHA", "BRAVO", "Need 2 tenders\r\nat gate 3");
-  auto a = station("Alpha");
-  hand(*a, text);
-  expectPops(*a, {});
-  quit(*a);
-  auto b = station("bravo");  // identifiers compare without regard to case
-  expectPops(*b, {text});
-  quit(*b);
-  ASSERT_EQ(m_sim->stop(), 0);
-  EXPECT_EQ(Joined(transcript('<', 1)), "<!REG!>\r\n<!LOGON!>Alpha\r\n" + text + "\r\nPOP\r\nQUIT\r\n");
-  EXPECT_EQ(Joined(transcript('>', 1)), "LOGON>OK>OK>NOMORE>QUITING>");
-  EXPECT_EQ(Joined(transcript('>', 2)), "LOGON>OK>" + text + "NOMORE>QUITING>");
-}
 
 TEST_F(SimDialogue, LinesMayComeInPiecesAndEndInBareLf) {
   start();
