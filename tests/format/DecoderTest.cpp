@@ -1,18 +1,18 @@
 // Reading received texts: the line rules, their order, and the filing outcomes.
 #include <gtest/gtest.h>
 
-#include <random>
-
 #include "FormatTestSupport.h"
 #include "core/DateTime.h"
-#include "core/StringLib.h"
 #include "format/Decoder.h"
 #include "format/Notice.h"
 
 namespace velnor {
 namespace {
 
-MsgRecord Parse(std::string_view text) { return ParseIncoming(text, Origin::Received, "mm/dd/yyyy", "hh:mm").record; }
+ParsedIncoming ParseAs(std::string_view text, std::string_view dateFormat = "mm/dd/yyyy") {
+  return ParseIncoming(text, Origin::Received, dateFormat, "hh:mm");
+}
+MsgRecord Parse(std::string_view text) { return ParseAs(text).record; }
 
 // A minimal tagged text around the given inner lines (CR LF added to each).
 std::string Tagged(std::initializer_list<std::string_view> lines, bool close = true) {
@@ -23,12 +23,13 @@ std::string Tagged(std::initializer_list<std::string_view> lines, bool close = t
 }
 
 TEST(ParseIncoming, BodyLines) {
-  const struct { std::string text, msg; } rows[] = {
+  const struct {
+    std::string text, msg;
+  } rows[] = {
       {Tagged({"MESSAGE: a", "Note: x", "b"}), "a\r\nNote: x\r\nb"},
       {Tagged({"MESSAGE: a", "   Note :  x  "}), "a\r\nNote :  x"},
       {Tagged({"MESSAGE: a", "---------", "-- b", "c"}), "a\r\nc"},
       {Tagged({"MESSAGE: a", "   indented", "b   "}), "a\r\nindented\r\nb"},
-      {Tagged({"MESSAGE: one", "", "three"}), "one\r\n\r\nthree"},
       {Tagged({"MESSAGE:", "", "x"}), "\r\n\r\nx"},
       {Tagged({"MESSAGE: a", "b", "", "   "}), "a\r\nb\r\n\r\n"},
       {Tagged({"MESSAGE: a", "MESSAGE: b", "c"}), "b\r\nc"},
@@ -44,50 +45,42 @@ TEST(ParseIncoming, BodyLines) {
 
 TEST(ParseIncoming, KeyedLinesAnywhere) {
   const MsgRecord r = Parse(
-      "TO: early\r\n"
-      "no colon before the tag\r\n"
-      "!ICS213!\r\n"
-      "MESSAGE: body\r\n"
-      "DATE: 11/19/2026 2:05:09 PM\r\n"
-      "SUBJECT : Spaced key : value with colon \r\n"
-      "subject: lower case is not a key\r\n"
-      "!/ICS213!\r\n");
+      "TO: early\r\nno colon before the tag\r\n!ICS213!\r\nMESSAGE: body\r\n"
+      "DATE: 11/19/2026 2:05:09 PM\r\nSUBJECT : Spaced key : value with colon \r\n"
+      "subject: lower case is not a key\r\n!/ICS213!\r\n");
   EXPECT_EQ(r.To(), "early");
   EXPECT_EQ(r.Subj(), "Spaced key : value with colon");
   EXPECT_EQ(r.Msg(), "body\r\nsubject: lower case is not a key");
   EXPECT_EQ(r.MsgDate(), ToOleDate({2026, 11, 19, 14, 5, 9}));
 }
 
-TEST(ParseIncoming, PositionsAndSignaturesByCount) {
-  const MsgRecord r = Parse(Tagged({"POSITION: p1", "SIGNATURE: s1", "POSITION: p2",
-                                    "POSITION: p3", "SIGNATURE: s2", "POSITION: p4",
-                                    "POSITION: p5", "SIGNATURE: s3", "REPLY: r"}));
-  EXPECT_EQ((std::vector<std::string>{r.ToPos(), r.FrPos(), r.SignPos(), r.RepPos(), r.Sign(), r.RepSign()}),
-            (std::vector<std::string>{"p1", "p2", "p3", "p4", "s1", "s2"}));
-}
-
-TEST(ParseIncoming, KindFromReplyText) {
+TEST(ParseIncoming, PositionsAndSignaturesByCountAndKindFromReply) {
+  const MsgRecord r =
+      Parse(Tagged({"POSITION: p1", "SIGNATURE: s1", "POSITION: p2", "POSITION: p3", "SIGNATURE: s2",
+                    "POSITION: p4", "POSITION: p5", "SIGNATURE: s3", "REPLY: r", "ICDNAME: i", "FROM: f"}));
+  EXPECT_EQ((std::vector<std::string>{r.ToPos(), r.FrPos(), r.SignPos(), r.RepPos(), r.Sign(), r.RepSign(),
+                                      r.Reply(), r.IcdName(), r.Fr()}),
+            (std::vector<std::string>{"p1", "p2", "p3", "p4", "s1", "s2", "r", "i", "f"}));
+  EXPECT_EQ(std::make_tuple(r.Kind(), r.Status(), r.Origin()),
+            std::make_tuple(Kind::Reply, Status::Unread, Origin::Received));
   EXPECT_EQ(Parse(Tagged({"REPLY:      "})).Kind(), Kind::Message);
   EXPECT_EQ(Parse(Tagged({"REPLY:", "   "})).Kind(), Kind::Reply);  // a line break is text
-  EXPECT_EQ(Parse(Tagged({"REPLY: ok"})).Kind(), Kind::Reply);
-  EXPECT_EQ(Parse(Tagged({"MESSAGE: m"})).Kind(), Kind::Message);
 }
 
 TEST(ParseIncoming, KeepLocalFollowsTheLastTag) {
   EXPECT_EQ(Parse("!ICS213!!KEEPLOCAL!\r\n!/ICS213!\r\n").KeepLocal(), 1);
   EXPECT_EQ(Parse("!ICS213!!KEEPLOCAL!\r\nx !ICS213! y\r\n!/ICS213!\r\n").KeepLocal(), 0);
-  EXPECT_EQ(Parse("!ICS213!\r\n!KEEPLOCAL!!ICS213!\r\n!/ICS213!\r\n").KeepLocal(), 1);
   // A tag line is a tag even with a colon in it.
   EXPECT_EQ(Parse("TO: !ICS213!!KEEPLOCAL!\r\n!/ICS213!\r\n").To(), "");
 }
 
 TEST(ParseIncoming, Route) {
-  const struct { const char* line, *route; } rows[] = {
+  const struct {
+    const char *line, *route;
+  } rows[] = {
       {"ROUTE: KX1ABC:17:EOC1:0", "KX1ABC:17"},
       {"ROUTE: KX1ABC:17", "KX1ABC:17"},
-      {"ROUTE: a:b:c:d:e:f", "a:b"},
       {"ROUTE: NOCOLONBUTVERYLONGTEXT", "NOCOLONBUTVERYLO"},
-      {"ROUTE: ", ""},
       {"ROUTE: :5:x", ":5"},
       {"SUBJECT: no route line", ""},
   };
@@ -96,174 +89,105 @@ TEST(ParseIncoming, Route) {
 
 TEST(ParseIncoming, DatesReadOrRejected) {
   // Day-first operators still read the standard text our stations write.
-  auto parsed = ParseIncoming(Tagged({"DATE: 11/19/2026", "RDATE: 12:00:00 AM"}), Origin::Received, "dd/mm/yyyy", "hh:mm");
+  auto parsed = ParseAs(Tagged({"DATE: 11/19/2026", "RDATE: 12:00:00 AM"}), "dd/mm/yyyy");
   EXPECT_EQ(parsed.record.MsgDate(), ToOleDate({2026, 11, 19, 0, 0, 0}));
-  EXPECT_EQ(parsed.record.RepDate(), 0);
   EXPECT_TRUE(parsed.badDates.empty());
-  parsed = ParseIncoming(Tagged({"DATE: 25/12/2026 08:30"}), Origin::Received, "dd/mm/yyyy", "hh:mm");
-  EXPECT_EQ(parsed.record.MsgDate(), ToOleDate({2026, 12, 25, 8, 30, 0}));
-  parsed = ParseIncoming(Tagged({"DATE: next tuesday", "RDATE: 13/45/2026", "DATE:"}), Origin::Received, "mm/dd/yyyy", "hh:mm");
-  EXPECT_EQ(parsed.record.MsgDate(), 0);
-  EXPECT_EQ(parsed.record.RepDate(), 0);
+  EXPECT_EQ(ParseAs(Tagged({"DATE: 25/12/2026 08:30"}), "dd/mm/yyyy").record.MsgDate(),
+            ToOleDate({2026, 12, 25, 8, 30, 0}));
+  parsed = ParseAs(Tagged({"DATE: next tuesday", "RDATE: 13/45/2026", "DATE:"}));
+  EXPECT_EQ(std::make_pair(parsed.record.MsgDate(), parsed.record.RepDate()), std::make_pair(0.0, 0.0));
   std::string bad;
   for (const auto& b : parsed.badDates) bad += b.key + "=" + b.value + ";";
   EXPECT_EQ(bad, "DATE=next tuesday;RDATE=13/45/2026;");
+  // A hostile text cannot grow the log: a few values, each cut short.
   std::string many = "!ICS213!\r\n";
-  for (int i = 0; i < 1000; ++i) many += "DATE: " + std::string(300, 'x') + "\r\n";
-  parsed = ParseIncoming(many, Origin::Received, "", "");
-  EXPECT_LE(parsed.badDates.size(), 10u);
-  for (const auto& b : parsed.badDates) EXPECT_LE(b.value.size(), 100u);
+  for (int i = 0; i < 1000; ++i) many += "DATE: 1/1/2026" + std::string(300, 'x') + "\r\n";
+  parsed = ParseAs(many);
+  EXPECT_EQ(parsed.badDates.size(), 8u);
+  EXPECT_EQ(parsed.badDates[7].value, "1/1/2026" + std::string(72, 'x'));
 }
 
 TEST(ParseIncoming, CompleteOnlyWithClosingTag) {
-  EXPECT_TRUE(ParseIncoming(Tagged({"MESSAGE: a"}), Origin::Received, "", "").complete);
-  EXPECT_FALSE(ParseIncoming(Tagged({"MESSAGE: a"}, false), Origin::Received, "", "").complete);
-  EXPECT_FALSE(ParseIncoming("", Origin::Received, "", "").complete);
+  EXPECT_TRUE(ParseAs(Tagged({"MESSAGE: a"})).complete);
+  EXPECT_FALSE(ParseAs(Tagged({"MESSAGE: a"}, false)).complete);
   // With a colon the closing tag is just an unknown key.
-  EXPECT_FALSE(ParseIncoming(Tagged({"!/ICS213!: x"}, false), Origin::Received, "", "").complete);
+  EXPECT_FALSE(ParseAs(Tagged({"!/ICS213!: x"}, false)).complete);
 }
 
-// The body assigned line by line through the record's setter: slow, but an independent account of the cut.
-std::string StepByStepBody(std::string_view text) {
-  MsgRecord rec;
-  int block = 0;
-  bool inTag = false;
-  while (!text.empty()) {
-    const std::string line = GetLine(text);
-    if (line.find("!ICS213!") != std::string::npos) {
-      inTag = true;
-      continue;
-    }
-    if (line.rfind("--", 0) == 0) continue;
-    const auto colon = line.find(':');
-    if (colon == std::string::npos && line.find("!/ICS213!") != std::string::npos) break;
-    if (colon == std::string::npos && !inTag) continue;
-    if (colon != std::string::npos && Trim(line.substr(0, colon)) == "MESSAGE") {
-      rec.setMsg(Trim(line.substr(colon + 1)));
-      block = 1;
-    } else if (block == 1) {
-      rec.setMsg(rec.Msg() + "\r\n" + Trim(line));
-    }
-  }
-  return rec.Msg();
-}
-
-TEST(ParseIncoming, BodyMatchesLineByLineAssignmentAtTheCut) {
-  std::mt19937 rng(4242);
-  // Zero bytes read back as padding, like blanks: they must fall away the same way.
-  const std::string alphabet("ab c  d\0", 8);
-  for (int round = 0; round < 400; ++round) {
-    std::string text = "!ICS213!\r\nMESSAGE: ";
-    std::size_t total = 3700 + rng() % 250;  // so the cut falls in the later lines
-    text.append(std::string(rng() % 2 ? 0 : 3, rng() % 2 ? ' ' : '\0'));
-    while (total > 0) {
-      const std::size_t len = std::min<std::size_t>(total, rng() % 90);
-      std::string line(len, 'x');
-      for (auto& c : line) c = alphabet[rng() % alphabet.size()];
-      if (rng() % 7 == 0) line = "Note: " + line;
-      text += line + "\r\n";
-      total -= len;
-      if (rng() % 13 == 0) text += "\r\n";
-      if (total < 40) total = rng() % 2 ? 0 : 300;
-    }
-    text += "!/ICS213!\r\n";
-    const std::string got = Parse(text).Msg();
-    ASSERT_EQ(got, StepByStepBody(text)) << "round " << round;
-    EXPECT_LE(got.size(), 4000u);
-  }
-}
-
+// The body is cut at the field's 4000 bytes as if assigned line by line, blanks and zero
+// bytes at the cut read back as padding.
 TEST(ParseIncoming, BodyCutBoundaries) {
   const std::string x3999(3999, 'x');
-  const struct { std::string text, msg; } rows[] = {
+  const struct {
+    std::string text, msg;
+  } rows[] = {
       {Tagged({"MESSAGE: " + std::string(3998, 'x'), "abc"}), std::string(3998, 'x') + "\r\n"},
       {Tagged({"MESSAGE: " + std::string(3997, 'x'), "abc"}), std::string(3997, 'x') + "\r\na"},
       {Tagged({"MESSAGE: " + x3999, "abc", "def"}), x3999 + "\r"},
-      {Tagged({"MESSAGE: " + x3999 + "x", "abc"}), x3999 + "x"},
+      {Tagged({"MESSAGE: " + x3999 + "xyz", "abc"}), x3999 + "x"},
       // The cut leaves a blank at the end, which is dropped, so the next line finds room.
       {Tagged({"MESSAGE: " + x3999 + " yy", "abc"}), x3999 + "\r"},
-      {Tagged({"MESSAGE: " + std::string(3996, 'x'), "a b", "c"}),
-       std::string(3996, 'x') + "\r\na\r"},
-      // Zero bytes count for the cut, then read back as padding.
+      {Tagged({"MESSAGE: " + std::string(3996, 'x'), "a b", "c"}), std::string(3996, 'x') + "\r\na\r"},
       {Tagged({"MESSAGE: " + std::string(10, '\0') + x3999 + "x", "abc"}),
        std::string(3990, 'x') + "\r\nabc"},
   };
   for (const auto& row : rows) {
     const std::string got = Parse(row.text).Msg();
-    // Compared as flags: a failure printing 4000 x's says nothing.
-    EXPECT_TRUE(got == row.msg && got == StepByStepBody(row.text))
-        << "row " << &row - rows << ": " << got.size() << " bytes, ends \"" << got.substr(got.size() - 6) << '"';
+    // Compared as a flag: a failure printing 4000 x's says nothing.
+    EXPECT_TRUE(got == row.msg) << "row " << &row - rows << ": " << got.size() << " bytes, ends \""
+                                << got.substr(got.size() - 6) << '"';
   }
+  EXPECT_TRUE(Parse(Tagged({"REPLY: " + x3999 + "xy", "abc"})).Reply() == x3999 + "x");
 }
 
 TEST(NoticeText, MessageNamesSenderReplyNamesAddressee) {
   MsgRecord r = testing::SampleMessage();
   EXPECT_EQ(NoticeText(r),
-            "New incoming MESSAGE... \r\n"
-            "FROM:       Jo Marsh\r\n"
-            "SUBJECT: Water tender\r\n"
-            "DATE:       11/19/2026 2:05:09 PM\r\n"
-            "\r\n"
-            "Press Open to view the message or Close to skip.");
+            "New incoming MESSAGE... \r\nFROM:       Jo Marsh\r\nSUBJECT: Water tender\r\n"
+            "DATE:       11/19/2026 2:05:09 PM\r\n\r\nPress Open to view the message or Close to skip.");
   for (Kind kind : {Kind{0}, Kind::Reply}) {
     r.setKind(kind);
     EXPECT_EQ(NoticeText(r).rfind("New incoming REPLY... \r\nFROM:       Planning Chief\r\nS", 0), 0u);
   }
 }
 
-class StoreMsgTest : public ::testing::Test, public testing::Receiver {
- protected:
-  // The one record filed.
-  MsgRecord Only() {
-    const auto all = Filed();
-    EXPECT_EQ(all.size(), 1u);
-    return all.empty() ? MsgRecord{} : all[0];
-  }
-};
+class StoreMsgTest : public ::testing::Test, public testing::Receiver {};
 
 TEST_F(StoreMsgTest, FilesUnderNewNumbersAndAnnouncesEach) {
   const std::int32_t a = StoreMsg(Tagged({"FROM: A", "SUBJECT: first"}), Origin::Received, ctx);
-  const std::int32_t b = StoreMsg(Tagged({"TO: B", "SUBJECT: second", "REPLY: yes"}), Origin::Received, ctx);
+  const std::int32_t b = StoreMsg(Tagged({"TO: B", "SUBJECT: second", "REPLY: yes"}), Origin::Local, ctx);
   EXPECT_EQ(b, a + 1);
   ASSERT_EQ(notices.calls.size(), 2u);
   EXPECT_EQ(notices.calls[0].number, a);
-  EXPECT_EQ(notices.calls[0].text.rfind("New incoming MESSAGE... \r\nFROM:       A\r\n", 0), 0u);
+  EXPECT_EQ(notices.calls[0].text, NoticeText(Filed()[0]));
   EXPECT_EQ(notices.calls[1].number, b);
   EXPECT_EQ(notices.calls[1].text.rfind("New incoming REPLY... \r\nFROM:       B\r\n", 0), 0u);
   EXPECT_EQ(session.lines, (std::vector<std::string>{"StoreMsg...: Loading message titled: first",
                                                      "StoreMsg...: Loading message titled: second"}));
   const auto filed = Filed();
   ASSERT_EQ(filed.size(), 2u);
+  EXPECT_EQ(std::make_tuple(filed[1].MsgNo(), filed[1].Origin(), filed[1].Kind()),
+            std::make_tuple(b, Origin::Local, Kind::Reply));
   // No MESSAGE line: the body keeps the zero bytes of a field never set.
   const MsgRecord::Image& im = filed[0].image();
   EXPECT_EQ(std::string(im.begin() + 402, im.begin() + 4402), std::string(4000, '\0'));
 }
 
-TEST_F(StoreMsgTest, UnreadableDateIsLoggedWithNumberAndValue) {
-  const std::int32_t n = StoreMsg(Tagged({"SUBJECT: s", "DATE: 31/31/31 25:61"}), Origin::Received, ctx);
-  ASSERT_EQ(session.lines.size(), 2u);
-  EXPECT_EQ(session.lines[0], "StoreMsg...: Loading message titled: s");  // "filed" only once it is
-  EXPECT_NE(session.lines[1].find("Message " + std::to_string(n)), std::string::npos);
-  EXPECT_NE(session.lines[1].find("DATE"), std::string::npos);
-  EXPECT_NE(session.lines[1].find("31/31/31 25:61"), std::string::npos);
-  EXPECT_EQ(Only().MsgDate(), 0);
-}
-
-TEST_F(StoreMsgTest, IncompleteTextIsFiledNotLeftBlank) {
-  const std::int32_t n = StoreMsg(Tagged({"SUBJECT: cut off", "MESSAGE: half", "REPLY: r"}, false), Origin::Received, ctx);
-  ASSERT_EQ(session.lines.size(), 2u);
-  EXPECT_NE(session.lines[1].find("Message " + std::to_string(n) + " arrived incomplete"), std::string::npos);
-  const MsgRecord r = Only();
-  EXPECT_EQ(std::make_tuple(r.MsgNo(), r.Subj(), r.Msg(), r.Status(), r.Origin(), r.Kind()),
-            std::make_tuple(n, std::string("cut off"), std::string("half"), Status::Unread, Origin::Received, Kind::Reply));
-  ASSERT_EQ(notices.calls.size(), 1u);
-  EXPECT_EQ(notices.calls[0].number, n);
-}
-
-TEST_F(StoreMsgTest, RouteWithoutColonStillFiled) {
-  StoreMsg(Tagged({"SUBJECT: s", "ROUTE: JUSTANIDENTIFIER-LONG"}), Origin::Received, ctx);
-  EXPECT_EQ(Only().Route(), "JUSTANIDENTIFIER");
-  EXPECT_EQ(session.lines.size(), 1u);
+// Only once it is filed does the log name the number, with each unreadable date and a missing end.
+TEST_F(StoreMsgTest, UnreadableDateAndMissingEndAreLoggedAfterFiling) {
+  const std::int32_t n =
+      StoreMsg(Tagged({"SUBJECT: s", "DATE: 31/31/31 25:61", "MESSAGE: half"}, false), Origin::Received, ctx);
+  const std::string m = "StoreMsg...: Message " + std::to_string(n);
+  EXPECT_EQ(session.lines,
+            (std::vector<std::string>{
+                "StoreMsg...: Loading message titled: s",
+                m + ": DATE value could not be read as a date: \"31/31/31 25:61\"; filed without that date",
+                m + " arrived incomplete (no \"!/ICS213!\"); filed as far as it came"}));
+  const auto filed = Filed();
+  ASSERT_EQ(filed.size(), 1u);
+  EXPECT_EQ(std::make_tuple(filed[0].MsgNo(), filed[0].Subj(), filed[0].MsgDate(), filed[0].Status()),
+            std::make_tuple(n, std::string("s"), 0.0, Status::Unread));
+  EXPECT_EQ(notices.calls.size(), 1u);
 }
 
 }  // namespace

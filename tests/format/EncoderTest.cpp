@@ -1,8 +1,6 @@
 // Exact bytes of the tagged text: this is what other stations and Pmdirect read.
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 #include "FormatTestSupport.h"
 #include "format/Encoder.h"
 
@@ -27,17 +25,16 @@ const std::string kHead =
     "---------\r\n";
 
 TEST(EncodeRecord, MessageIsNineteenLinesExactly) {
-  EXPECT_EQ(EncodeRecord(SampleMessage(), "KX1ABC"),
-            kHead +
-                "MESSAGE: Need one tender\r\n"
-                "\r\n"
-                "at Div A\r\n"
-                "---------\r\n"
-                "SIGNATURE: J. Marsh\r\n"
-                "POSITION: COML\r\n"
-                "---------\r\n"
-                "ROUTE: KX1ABC:17:EOC1:0\r\n"
-                "!/ICS213!\r\n");
+  EXPECT_EQ(EncodeRecord(SampleMessage(), "KX1ABC"), kHead +
+                                                         "MESSAGE: Need one tender\r\n"
+                                                         "\r\n"
+                                                         "at Div A\r\n"
+                                                         "---------\r\n"
+                                                         "SIGNATURE: J. Marsh\r\n"
+                                                         "POSITION: COML\r\n"
+                                                         "---------\r\n"
+                                                         "ROUTE: KX1ABC:17:EOC1:0\r\n"
+                                                         "!/ICS213!\r\n");
 }
 
 TEST(EncodeRecord, ReplyAddsSevenLinesBeforeRoute) {
@@ -48,32 +45,22 @@ TEST(EncodeRecord, ReplyAddsSevenLinesBeforeRoute) {
   r.setRepSign("A. Ruiz");
   r.setRepPos("PSC");
   r.setRepDate(ToOleDate({2026, 11, 20, 0, 0, 0}));
-  EXPECT_EQ(EncodeRecord(r, "KX1ABC"),
-            kHead +
-                "MESSAGE: One line\r\n"
-                "---------\r\n"
-                "SIGNATURE: J. Marsh\r\n"
-                "POSITION: COML\r\n"
-                "---------\r\n"
-                "REPLY: Sent T-12\r\n"
-                "ETA 30 min\r\n"
-                "---------\r\n"
-                "SIGNATURE: A. Ruiz\r\n"
-                "POSITION: PSC\r\n"
-                "---------\r\n"
-                "RDATE: 11/20/2026\r\n"
-                "---------\r\n"
-                "ROUTE: KX1ABC:17:EOC1:0\r\n"
-                "!/ICS213!\r\n");
-}
-
-TEST(EncodeRecord, EmptyRecordKeepsKeysWithTheirBlank) {
-  const std::string text = EncodeRecord(MsgRecord{}, "");  // kind 0 is not a reply, date 0 is midnight
-  EXPECT_EQ(std::ranges::count(text, '\n'), 19);
-  for (const char* line : {"\r\nICDNAME: \r\n", "\r\nTO: \r\n", "\r\nSUBJECT: \r\n", "\r\nMESSAGE: \r\n",
-                           "\r\nDATE: 12:00:00 AM\r\n", "\r\nROUTE: :0:\r\n"}) {
-    EXPECT_NE(text.find(line), std::string::npos) << line;
-  }
+  EXPECT_EQ(EncodeRecord(r, "KX1ABC"), kHead +
+                                           "MESSAGE: One line\r\n"
+                                           "---------\r\n"
+                                           "SIGNATURE: J. Marsh\r\n"
+                                           "POSITION: COML\r\n"
+                                           "---------\r\n"
+                                           "REPLY: Sent T-12\r\n"
+                                           "ETA 30 min\r\n"
+                                           "---------\r\n"
+                                           "SIGNATURE: A. Ruiz\r\n"
+                                           "POSITION: PSC\r\n"
+                                           "---------\r\n"
+                                           "RDATE: 11/20/2026\r\n"
+                                           "---------\r\n"
+                                           "ROUTE: KX1ABC:17:EOC1:0\r\n"
+                                           "!/ICS213!\r\n");
 }
 
 // Only Kind 2 adds the reply block, only KeepLocal 1 the tag: anything else encodes as the plain message.
@@ -91,12 +78,23 @@ TEST(EncodeRecord, OnlyKindTwoRepliesOnlyKeepLocalOneTags) {
   EXPECT_EQ(EncodeRecord(r, "K"), "!ICS213!!KEEPLOCAL!" + plain.substr(8));
 }
 
-TEST(EncodeRecord, NothingInABodyIsEscaped) {
+// Nothing in a body is escaped, and a date of 0 is midnight.
+TEST(EncodeRecord, BodiesGoAsTheyAre) {
   MsgRecord r = SampleMessage();
   r.setMsg("DATE: soon\r\n-- not a rule\r\n!/ICS213!");
+  r.setMsgDate(0);
   const std::string text = EncodeRecord(r, "K");
-  EXPECT_NE(text.find("MESSAGE: DATE: soon\r\n-- not a rule\r\n!/ICS213!\r\n---------\r\n"),
-            std::string::npos);
+  EXPECT_NE(
+      text.find(
+          "\r\nDATE: 12:00:00 AM\r\n---------\r\nMESSAGE: DATE: soon\r\n-- not a rule\r\n!/ICS213!\r\n-"),
+      std::string::npos);
+  // Bodies fill their fields, the message's or the reply's.
+  r.setKind(Kind::Reply);
+  for (const auto& [msg, reply] : {std::pair<std::size_t, std::size_t>{4000, 2}, {2, 4000}}) {
+    r.setMsg(std::string(msg, 'm'));
+    r.setReply(std::string(reply, 'r'));
+    EXPECT_NE(EncodeRecord(r, "K").find("\r\nREPLY: " + std::string(reply, 'r') + "\r\n"), std::string::npos);
+  }
 }
 
 }  // namespace

@@ -1,11 +1,8 @@
 // Encode then file: what one station sends, the next one stores with the same values.
 #include <gtest/gtest.h>
 
-#include <random>
-
 #include "FormatTestSupport.h"
 #include "core/DateTime.h"
-#include "core/StringLib.h"
 #include "format/Decoder.h"
 #include "format/Encoder.h"
 #include "store/IcsMsg.h"
@@ -13,128 +10,61 @@
 namespace velnor {
 namespace {
 
-class Generator {
- public:
-  explicit Generator(unsigned seed) : m_rng(seed) {}
-
-  std::size_t below(std::size_t n) { return m_rng() % n; }
-  int n(int limit) { return static_cast<int>(below(static_cast<std::size_t>(limit))); }
-
-  std::string pick(std::string_view chars, std::size_t maxLen) {
-    std::string s(below(maxLen + 1), ' ');
-    for (auto& c : s) c = chars[below(chars.size())];
-    return s;
-  }
-  // Field text: may hold colons and blanks anywhere, never line breaks or tags.
-  std::string field(std::size_t maxLen) { return pick("ABCxyz0129 .,/()':#\xe9\xfc", maxLen); }
-  // Body line: no colon or dash, so no line can turn into a key or a separator.
-  std::string bodyLine(std::size_t maxLen) {
-    std::string s = pick("abcXYZ 019.,?()'\xe9", maxLen);
-    if (below(4) == 0) s.insert(0, 1 + below(4), ' ');
-    return s;
-  }
-
-  std::string body() {
-    if (below(10) == 0) return bodyLine(3990);
-    std::string b;
-    const std::size_t lines = 1 + below(8);
-    for (std::size_t i = 0; i < lines; ++i) {
-      if (i) b += "\r\n";
-      if (below(5) != 0) b += bodyLine(100);
-    }
-    return b;
-  }
-
-  // 0, a day at midnight, or a day and time.
-  double date() {
-    if (below(8) == 0) return 0;
-    DateParts p{2000 + n(31), 1 + n(12), 1 + n(28), 0, 0, 0};
-    if (below(4) != 0) p = {p.year, p.month, p.day, n(24), n(60), n(60)};
-    return ToOleDate(p);
-  }
-
- private:
-  std::mt19937 m_rng;
-};
-
-// What survives the trip: every body line loses its outer blanks.
-std::string TrimEachLine(const std::string& body) {
-  std::string out;
-  std::size_t start = 0;
-  while (true) {
-    const std::size_t end = body.find("\r\n", start);
-    out += Trim(std::string_view(body).substr(start, end - start));
-    if (end == std::string::npos) break;
-    out += "\r\n";
-    start = end + 2;
-  }
-  return Trim(out);
-}
-
-// The text fields that arrive as they were sent, their widths, and whether only a reply has them.
+// The text fields that arrive as they were sent, and whether only a reply has them.
 struct TextField {
   void (MsgRecord::*set)(std::string_view);
   std::string (MsgRecord::*get)() const;
-  std::size_t maxLen;
   bool replyOnly;
 };
-const TextField kTextFields[] = {
-    {&MsgRecord::setIcdName, &MsgRecord::IcdName, 70, false}, {&MsgRecord::setTo, &MsgRecord::To, 64, false},
-    {&MsgRecord::setToPos, &MsgRecord::ToPos, 64, false},     {&MsgRecord::setFr, &MsgRecord::Fr, 64, false},
-    {&MsgRecord::setFrPos, &MsgRecord::FrPos, 64, false},     {&MsgRecord::setSubj, &MsgRecord::Subj, 64, false},
-    {&MsgRecord::setSign, &MsgRecord::Sign, 64, false},       {&MsgRecord::setSignPos, &MsgRecord::SignPos, 64, false},
-    {&MsgRecord::setRepSign, &MsgRecord::RepSign, 64, true},  {&MsgRecord::setRepPos, &MsgRecord::RepPos, 64, true}};
+const TextField kTextFields[] = {{&MsgRecord::setIcdName, &MsgRecord::IcdName, false},
+                                 {&MsgRecord::setTo, &MsgRecord::To, false},
+                                 {&MsgRecord::setToPos, &MsgRecord::ToPos, false},
+                                 {&MsgRecord::setFr, &MsgRecord::Fr, false},
+                                 {&MsgRecord::setFrPos, &MsgRecord::FrPos, false},
+                                 {&MsgRecord::setSubj, &MsgRecord::Subj, false},
+                                 {&MsgRecord::setSign, &MsgRecord::Sign, false},
+                                 {&MsgRecord::setSignPos, &MsgRecord::SignPos, false},
+                                 {&MsgRecord::setRepSign, &MsgRecord::RepSign, true},
+                                 {&MsgRecord::setRepPos, &MsgRecord::RepPos, true}};
 
-void ExpectSameSecond(double a, double b, const char* what) {
-  const DateParts x = FromOleDate(a), y = FromOleDate(b);
-  EXPECT_EQ(std::tie(x.year, x.month, x.day, x.hour, x.minute, x.second),
-            std::tie(y.year, y.month, y.day, y.hour, y.minute, y.second))
-      << what;
-}
-
-TEST(RoundTrip, GeneratedRecordsThroughTwoStores) {
+// Each field its own value, with colons, blanks and 8-bit letters; body lines lose
+// their outer blanks, nothing else changes.
+TEST(RoundTrip, EveryFieldSurvivesTheTripThroughTwoStores) {
   testing::TempDir sender;
   testing::Receiver rx;
-  const std::string login = "KX1ABC";
-
-  Generator gen(20261119);
-  for (int i = 0; i < 120; ++i) {
+  for (const Kind kind : {Kind::Message, Kind::Reply}) {
     IcsMsg out(sender.path(), rx.events);
     const std::int32_t sentNo = out.NewMsg();
     MsgRecord& s = out.rec();
-    const Kind kind = gen.below(2) ? Kind::Reply : Kind::Message;
     s.setKind(kind);
-    s.setOrigin(Origin::Local);
-    s.setStatus(Status::ReadyToSend);
-    s.setKeepLocal(static_cast<short>(gen.below(2)));
+    s.setKeepLocal(kind == Kind::Reply ? 1 : 0);
+    int i = 0;
     for (const TextField& f : kTextFields)
-      if (kind == Kind::Reply || !f.replyOnly) (s.*f.set)(gen.field(f.maxLen));
-    s.setMsgDate(gen.date());
-    s.setMsg(gen.body());
-    s.setRoute("EOC" + std::to_string(gen.below(100)) + ":0");
+      if (kind == Kind::Reply || !f.replyOnly) (s.*f.set)("F" + std::to_string(++i) + ": a b,(c)/'#\xe9\xfc");
+    s.setMsgDate(ToOleDate({2026, 2, 28, 23, 59, 58}));
+    s.setMsg("  first line  \r\n\r\nlast, (not a key)");
+    s.setRoute("EOC1:0");
     if (kind == Kind::Reply) {
-      s.setReply("ok" + gen.body());
-      s.setRepDate(gen.date());
+      s.setReply("ok\r\n   done ");
+      s.setRepDate(ToOleDate({2026, 3, 1, 0, 0, 0}));
     }
     out.Update(sentNo);
     const MsgRecord sent = s;
 
-    const std::string text = EncodeMsg(sender.path(), rx.events, sentNo, login);
-    const std::int32_t n = StoreMsg(text, Origin::Received, rx.ctx);
+    const std::string text = EncodeMsg(sender.path(), rx.events, sentNo, "KX1ABC");
     IcsMsg in(rx.dir.path(), rx.events);
-    ASSERT_TRUE(in.Load(n));
+    ASSERT_TRUE(in.Load(StoreMsg(text, Origin::Received, rx.ctx)));
     const MsgRecord& r = in.rec();
     SCOPED_TRACE(text);
-    EXPECT_EQ(std::make_tuple(r.MsgNo(), r.Origin(), r.Status(), r.Kind(), r.KeepLocal(), r.Route()),
-              std::make_tuple(n, Origin::Received, Status::Unread, kind, sent.KeepLocal(), login + ":" + std::to_string(sentNo)));
+    EXPECT_EQ(std::make_tuple(r.Origin(), r.Status(), r.Kind(), r.KeepLocal(), r.Route()),
+              std::make_tuple(Origin::Received, Status::Unread, kind, sent.KeepLocal(),
+                              "KX1ABC:" + std::to_string(sentNo)));
     for (const TextField& f : kTextFields) EXPECT_EQ((r.*f.get)(), (sent.*f.get)());
-    EXPECT_EQ(r.Msg(), TrimEachLine(sent.Msg()));
-    ExpectSameSecond(r.MsgDate(), sent.MsgDate(), "DATE");
-    EXPECT_EQ(r.Reply(), TrimEachLine(sent.Reply()));
-    ExpectSameSecond(r.RepDate(), sent.RepDate(), "RDATE");
-    if (HasFailure()) break;
+    EXPECT_EQ(r.Msg(), "first line\r\n\r\nlast, (not a key)");
+    EXPECT_EQ(r.Reply(), kind == Kind::Reply ? "ok\r\ndone" : "");
+    EXPECT_EQ(std::make_pair(r.MsgDate(), r.RepDate()), std::make_pair(sent.MsgDate(), sent.RepDate()));
   }
-  EXPECT_EQ(rx.session.lines.size(), 120u);  // only the "Loading" lines: nothing went wrong
+  EXPECT_EQ(rx.session.lines.size(), 2u);  // only the "Loading" lines: nothing went wrong
   EXPECT_TRUE(rx.events.entries.empty());
 }
 

@@ -40,12 +40,15 @@ class FakeHost : public LinkHost {
     return "!ICS213!\r\nMSGNO:" + std::to_string(rec.MsgNo()) + "\r\n!/ICS213!";
   }
   std::int32_t StoreMsg(const std::string& text) override {
+    if (storeFails) throw VError(6, "StoreMsg", "Full");
     filed.push_back(text);
     return static_cast<std::int32_t>(filed.size());
   }
   void Warn(const std::string& text) override { warnings.push_back(text); }
   void SessionEnded(bool ok, const std::string& why) override { outcomes.push_back(ok ? "OK" : why); }
-  bool saw(const std::string& status) const { return std::ranges::find(statusHistory, status) != statusHistory.end(); }
+  bool saw(const std::string& status) const {
+    return std::ranges::find(statusHistory, status) != statusHistory.end();
+  }
 
   std::map<std::string, std::string> panels;
   Lines statusHistory;
@@ -54,6 +57,7 @@ class FakeHost : public LinkHost {
   Lines outcomes;  // per session: "OK" or why it failed
   int refreshes = 0;
   bool encodeFails = false;
+  bool storeFails = false;
 };
 
 // How a failed session must end: the step's failed text, the step's log lines (the
@@ -73,9 +77,7 @@ inline void ExpectFailed(FakeHost& host, const RecordingLog& log, const PmLink& 
   EXPECT_EQ(log.lines, expected);
   EXPECT_EQ(host.panels["Status"], "kept");
   EXPECT_EQ(host.panels["NetState"], "Disconnected");
-  if (f.step != "Connect") {
-    EXPECT_EQ(host.outcomes, Lines{"error during " + f.step});
-  }
+  EXPECT_EQ(host.outcomes, Lines{"error during " + f.step});
   EXPECT_FALSE(link.SessionRunning());
 }
 
@@ -139,9 +141,9 @@ struct FakePmdirect {
   }
 };
 
-class LinkTest : public ::testing::Test {
- protected:
-  LinkTest() {
+// A link on the virtual loop and a well-behaved Pmdirect, everything it reports recorded.
+struct LinkWorld {
+  LinkWorld() {
     settings.Pausev = 20;
     settings.TimeOut = "3000";
     settings.LoginName = "  KD0ABC ";
@@ -157,14 +159,15 @@ class LinkTest : public ::testing::Test {
   TempDir dataDir;
   VirtualEventLoop loop;
   FakeSocket sock{loop};
+  FakePmdirect pm{sock};
   Settings settings;
   FakeHost host;
   RecordingLog log;
   ScriptedDialogs dialogs;
   std::vector<OutboxRecord> outbox;
-
- private:
   std::unique_ptr<PmLink> m_link;
 };
+
+class LinkTest : public ::testing::Test, public LinkWorld {};
 
 }  // namespace velnor::testing

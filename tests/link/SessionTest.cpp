@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "tests/link/LinkFixture.h"
 
 namespace velnor::testing {
@@ -8,17 +10,15 @@ namespace {
 const std::string kMsgA = "!ICS213!\r\nSUBJ:first\r\n!/ICS213!";
 const std::string kMsgB = "!ICS213!\r\nSUBJ:second\r\n!/ICS213!";
 
-class SessionTest : public LinkTest {
- protected:
-  FakePmdirect pm{sock};
-};
+using SessionTest = LinkTest;
 
 TEST_F(SessionTest, FullSessionPutsExactBytesOnTheWireAndUpdatesTheStore) {
-  outbox = {{1, Status::ReadyToSend, "  Water  "}, {2, Status::Read, "read one"}, {3, Status::ReadyToSend, "Fuel"}};
+  outbox = {
+      {1, Status::ReadyToSend, "  Water  "}, {2, Status::Read, "read one"}, {3, Status::ReadyToSend, "Fuel"}};
   pm.waiting = {kMsgA, kMsgB};
-  // A busy Pmdirect takes each message late: past 120 s, within 10 x TimeOut.
+  // A busy Pmdirect takes each message late: past 120 s and 9 x TimeOut, within 10 x.
   settings.TimeOut = "15000";
-  pm.msgDelayMs = 130000;
+  pm.msgDelayMs = 140000;
   host.setStatus("Status", "Velnor Ready");
   host.statusHistory.clear();
   link().RunSession();
@@ -33,16 +33,15 @@ TEST_F(SessionTest, FullSessionPutsExactBytesOnTheWireAndUpdatesTheStore) {
   EXPECT_EQ(host.filed, (Lines{kMsgA + "\r\n", kMsgB + "\r\n"}));
   EXPECT_EQ(host.refreshes, 2);
   EXPECT_EQ(host.outcomes, Lines{"OK"});
-  EXPECT_EQ(log.lines, (Lines{"SendMessages: Sent No. 1 titled: Water", "SendMessages: Sent No. 3 titled: Fuel",
-                              "Incoming Message...", "Incoming Message..."}));
+  EXPECT_EQ(log.lines,
+            (Lines{"SendMessages: Sent No. 1 titled: Water", "SendMessages: Sent No. 3 titled: Fuel",
+                   "Incoming Message...", "Incoming Message..."}));
   EXPECT_EQ(host.statusHistory,
-            (Lines{"Trying to Connect...", "Trying to Connect... connected!",
-                                      "Registering...", "Registering... passed", "Logging in...",
-                                      "Logging in as KD0ABC", "Log in successful",
-                                      "Sending message # 1...", "Sending message # 1... sent",
-                                      "Sending message # 3...", "Sending message # 3... sent",
-                                      "End of Message Retrieval", "Disconnecting... ",
-                                      "Velnor Ready", "Velnor Ready"}));
+            (Lines{"Trying to Connect...", "Trying to Connect... connected!", "Registering...",
+                   "Registering... passed", "Logging in...", "Logging in as KD0ABC", "Log in successful",
+                   "Sending message # 1...", "Sending message # 1... sent", "Sending message # 3...",
+                   "Sending message # 3... sent", "End of Message Retrieval", "Disconnecting... ",
+                   "Velnor Ready", "Velnor Ready"}));
   EXPECT_EQ(host.panels["NetState"], "Disconnected");
   EXPECT_EQ(sock.state(), Socket::Closed);
   EXPECT_FALSE(link().SessionRunning());
@@ -59,135 +58,135 @@ TEST_F(SessionTest, MessageAndNomoreInOneReplyIsFiledAndEndsRetrieval) {
 
 TEST_F(SessionTest, PausesAreHonouredBetweenSteps) {
   settings.Pausev = 100;
-  pm.delayMs = 0;
+  pm.delayMs = 7;
   sock.connectDelayMs = 0;
   EXPECT_TRUE(link().SeqPmdirect());
   // connect 1, reg 2, before logon 1, logon 1 + 500 fixed, before send 1, POP 1,
-  // end of retrieval 1, quit 1: nine Pausev and the fixed 500.
-  EXPECT_EQ(loop.now(), 9 * 100 + 500);
+  // end of retrieval 1, quit 1: nine Pausev and the fixed 500, and three replies waited
+  // for ("QUITING>" is not).
+  EXPECT_EQ(loop.now(), 9 * 100 + 500 + 3 * 7);
 }
 
-// With an empty queue the first session goes from logon straight to "POP".
-TEST_F(SessionTest, SecondSessionIsTurnedAwayAndReported) {
+// With an empty queue the first session goes from logon straight to "POP". A second
+// session is turned away; a send asked for meanwhile runs once the first has ended.
+TEST_F(SessionTest, SecondSessionIsTurnedAwayAndASendWaitsForTheFirst) {
   host.setStatus("Status", "idle");
   bool refusedRan = false;
-  loop.post([&] {
-    EXPECT_FALSE(link().SeqPmdirect());
-    link().RunSession();
-    refusedRan = true;
-    EXPECT_TRUE(link().SessionRunning());
-  }, 10);
+  loop.post(
+      [&] {
+        EXPECT_FALSE(link().SeqPmdirect());
+        link().RunSession();
+        link().SendSession();
+        refusedRan = true;
+        EXPECT_TRUE(link().SessionRunning());
+      },
+      10);
   EXPECT_TRUE(link().SeqPmdirect());
   EXPECT_TRUE(refusedRan);
   EXPECT_TRUE(host.saw("Pmdirect session with errors"));
+  EXPECT_TRUE(host.saw("Queued: will go with the session now running"));
   EXPECT_EQ(log.lines, (Lines{"Message session to Pmdirect... failed"}));
-  EXPECT_EQ(sock.connects, 1);
-  EXPECT_EQ(sock.wire, "<!REG!>\r\n<!LOGON!>KD0ABC\r\nPOP\r\nQUIT\r\n");
-  EXPECT_TRUE(host.filed.empty());
-  EXPECT_TRUE(host.saw("End of Message Retrieval"));
+  EXPECT_EQ(sock.connects, 2);
+  EXPECT_EQ(sock.wire,
+            "<!REG!>\r\n<!LOGON!>KD0ABC\r\nPOP\r\nQUIT\r\n<!REG!>\r\n<!LOGON!>KD0ABC\r\nPOP\r\nQUIT\r\n");
+  EXPECT_EQ(host.outcomes, (Lines{"OK", "OK"}));
 }
 
-TEST_F(SessionTest, UnusableHostPortOrTimeOutShowsTheNetworkBox) {
+// Only silence waits for TimeOut; every failure says why. An unusable host, port or
+// TimeOut shows the network box instead of logging.
+TEST_F(SessionTest, ConnectFailuresEndAtOnceAndSayWhy) {
+  using Mode = FakeSocket::ConnectMode;
   struct Row {
-    std::string host, port, timeOut;
+    Mode mode;
+    std::string host, port, timeOut, why;
+    std::int64_t tookMs;
     int connects;
   };
-  // A host without an address is found out while connecting, long before TimeOut.
-  for (const Row& r : {Row{"127.0.0.1", "93x4", "3000", 0}, Row{"127.0.0.1", "", "3000", 0},
-                       Row{"127.0.0.1", "9334", "five", 0}, Row{"127.0.0.1", "70000", "3000", 0},
-                       Row{"", "9334", "60000", 1}, Row{"pmdirect.invalid", "9334", "60000", 1}}) {
+  const std::string badPort = "Port is not a number from 0 to 65535";
+  const Row rows[] = {{Mode::Refuse, "127.0.0.1", "9334", "3000", "Connection refused", 5, 1},
+                      {Mode::Never, "127.0.0.1", "9334", "3000", "no connection within 3000 ms", 3000, 1},
+                      {Mode::Accept, "pmdirect.invalid", "9334", "60000", "Host not found", 5, 1},
+                      {Mode::Accept, "", "9334", "60000", "Host not found", 5, 1},
+                      {Mode::Accept, "127.0.0.1", "93x4", "3000", badPort, 0, 0},
+                      {Mode::Accept, "127.0.0.1", "", "3000", badPort, 0, 0},
+                      {Mode::Accept, "127.0.0.1", "70000", "3000", badPort, 0, 0},
+                      {Mode::Accept, "127.0.0.1", "9334", "five", "TimeOut is not a whole number", 0, 0}};
+  for (const Row& r : rows) {
     SCOPED_TRACE(r.host + ":" + r.port + "/" + r.timeOut);
+    sock.connectMode = r.mode;
     settings.HostName = r.host;
     settings.Port = r.port;
     settings.TimeOut = r.timeOut;
     sock.connects = 0;
-    const std::int64_t began = loop.now();
-    dialogs.expectMessage("Network error.  Confirm this is a networked PC");
-    link().RunSession();
-    dialogs.verify();
-    EXPECT_EQ(dialogs.shown.back().text, "Network error.  Confirm this is a networked PC");
-    EXPECT_EQ(dialogs.shown.back().caption, "Velnor");
-    EXPECT_TRUE(host.saw("Disconnecting, error during Connect"));
-    EXPECT_EQ(log.lines, (Lines{"Message session to Pmdirect... failed"}));
-    EXPECT_EQ(sock.connects, r.connects);
-    EXPECT_LT(loop.now() - began, 2000 + 100);  // the error text's two seconds, no time-out
+    host.outcomes.clear();
     log.lines.clear();
+    const bool box = r.mode == Mode::Accept;
+    if (box) dialogs.expectMessage("Network error.  Confirm this is a networked PC");
+    const std::int64_t began = loop.now();
+    EXPECT_FALSE(link().SeqPmdirect());
+    dialogs.verify();
+    EXPECT_EQ(loop.now() - began, r.tookMs);
+    EXPECT_EQ(host.outcomes, Lines{r.why});
+    EXPECT_EQ(link().LastFailure(), r.why);
+    EXPECT_EQ(log.lines, box ? Lines{} : Lines{"Connection Failed"});
+    EXPECT_EQ(host.panels["Status"], "Disconnecting, error during Connect");
+    EXPECT_EQ(sock.connects, r.connects);
+  }
+  EXPECT_EQ(dialogs.shown.back().caption, "Velnor");
+}
+
+// After the connect, each step that fails ends the session in its own texts, without a
+// "QUIT", within TimeOut (a message's "OK>" is waited for longer).
+TEST_F(SessionTest, FaultsEndInTheRightTextsWithinTheBound) {
+  const std::string lostSend = "SendMessages: Lost connection";
+  const struct {
+    std::function<void(LinkWorld&)> arrange;
+    Failure failure;
+    std::int64_t boundMs = 3000;
+  } rows[] = {
+      // A lower-case "logon>" is the no-prompt case: the reader's case rows show it does not count.
+      {[](LinkWorld& w) { w.pm.regReply = "Pmdirect\r\n"; },
+       {"Registering... failed",
+        {"WinSend: No reply within 3000 ms", "Registration request failed"},
+        "Registration Request"}},
+      {[](LinkWorld& w) { w.pm.logonReply = "DENIED\r\n"; },
+       {"Log in failed", {"WinSend: No reply within 3000 ms", "Logon as KD0ABC failed"}, "Logging on"}},
+      {[](LinkWorld& w) {
+         w.pm.logonReply = "";
+         w.sock.dropAfterBytes = std::string("<!REG!>\r\n<!LOGON!>KD").size();
+       },
+       {"Log in failed", {"WinSend: Lost Telnet connection", "Logon as KD0ABC failed"}, "Logging on"}},
+      {[](LinkWorld& w) { w.pm.msgReply = "hmm\r\n"; },
+       {lostSend, {"WinSend: No reply within 120000 ms", lostSend}, "Sending messages"},
+       120000},
+      {[](LinkWorld& w) {
+         w.sock.dropAfterBytes = std::string("<!REG!>\r\n<!LOGON!>KD0ABC\r\n!ICS213!").size();
+       },
+       {lostSend, {"WinSend: Lost Telnet connection", lostSend}, "Sending messages"}},
+      {[](LinkWorld& w) {
+         w.sock.onSend = [&w](std::string_view sent) {
+           if (sent != "POP\r\n") w.pm.answer(std::string(sent));
+         };
+       },
+       {"Sending message # 1... sent",
+        {"SendMessages: Sent No. 1 titled: one", "WinSend: No reply within 3000 ms",
+         "RetrieveMessages: Lost connection"},
+        "Retrieving messages"}},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.failure.step + " " + row.failure.logLines[0]);
+    LinkWorld w;
+    w.outbox = {{1, Status::ReadyToSend, "one"}};
+    row.arrange(w);
+    w.host.setStatus("Status", "kept");
+    w.link().RunSession();
+    ExpectFailed(w.host, w.log, w.link(), row.failure);
+    EXPECT_EQ(w.sock.state(), Socket::Closed);
+    EXPECT_EQ(w.sock.wire.find("QUIT"), std::string::npos);
+    // Pauses and the 2 s error hold add a little to the bound.
+    EXPECT_LT(w.loop.now(), row.boundMs + 2000 + 1000);
   }
 }
-
-struct FaultRow {
-  const char* name;
-  std::function<void(FakeSocket&, FakePmdirect&)> arrange;
-  Failure failure;
-  std::int64_t boundMs = 3000;  // TimeOut; a message's "OK>" is waited for longer
-};
-// Keeps the test names CTest lists short.
-void PrintTo(const FaultRow& r, std::ostream* os) { *os << r.name; }
-
-class SessionFaults : public SessionTest, public ::testing::WithParamInterface<FaultRow> {};
-
-TEST_P(SessionFaults, EndInTheRightTextsWithinTheBound) {
-  outbox = {{1, Status::ReadyToSend, "one"}};
-  GetParam().arrange(sock, pm);
-  host.setStatus("Status", "kept");
-  link().RunSession();
-  ExpectFailed(host, log, link(), GetParam().failure);
-  EXPECT_EQ(sock.state(), Socket::Closed);
-  EXPECT_EQ(sock.wire.find("QUIT"), std::string::npos);
-  // Pauses and the 2 s error hold add a little to the bound.
-  EXPECT_LT(loop.now(), GetParam().boundMs + 2000 + 1000);
-}
-
-// A lower-case "logon>" is the no-prompt case here: the reader's case rows show it does not count.
-INSTANTIATE_TEST_SUITE_P(
-    Link, SessionFaults,
-    ::testing::Values(
-        FaultRow{"nothingListening",
-                 [](FakeSocket& s, FakePmdirect&) { s.connectMode = FakeSocket::ConnectMode::Never; },
-                 {"Trying to Connect... failed", {"Connection Failed"}, "Connect"}},
-        FaultRow{"refused",
-                 [](FakeSocket& s, FakePmdirect&) { s.connectMode = FakeSocket::ConnectMode::Refuse; },
-                 {"Trying to Connect... failed", {"Connection Failed"}, "Connect"}},
-        FaultRow{"noLogonPrompt",
-                 [](FakeSocket&, FakePmdirect& p) { p.regReply = "Pmdirect\r\n"; },
-                 {"Registering... failed",
-                  {"WinSend: No reply within 3000 ms", "Registration request failed"},
-                  "Registration Request"}},
-        FaultRow{
-            "noOkAfterLogon",
-            [](FakeSocket&, FakePmdirect& p) { p.logonReply = "DENIED\r\n"; },
-            {"Log in failed", {"WinSend: No reply within 3000 ms", "Logon as KD0ABC failed"}, "Logging on"}},
-        FaultRow{
-            "closedAfterLogonLine",
-            [](FakeSocket& s, FakePmdirect& p) {
-              p.logonReply = "";
-              s.dropAfterBytes = std::string("<!REG!>\r\n<!LOGON!>KD").size();
-            },
-            {"Log in failed", {"WinSend: Lost Telnet connection", "Logon as KD0ABC failed"}, "Logging on"}},
-        FaultRow{"noOkForTheMessage",
-                 [](FakeSocket&, FakePmdirect& p) { p.msgReply = "hmm\r\n"; },
-                 {"SendMessages: Lost connection",
-                  {"WinSend: No reply within 120000 ms", "SendMessages: Lost connection"},
-                  "Sending messages"},
-                 120000},
-        FaultRow{"closedWhileSendingTheMessage",
-                 [](FakeSocket& s, FakePmdirect&) {
-                   s.dropAfterBytes = std::string("<!REG!>\r\n<!LOGON!>KD0ABC\r\n!ICS213!").size();
-                 },
-                 {"SendMessages: Lost connection",
-                  {"WinSend: Lost Telnet connection", "SendMessages: Lost connection"},
-                  "Sending messages"}},
-        FaultRow{"silentAfterPop",
-                 [](FakeSocket& s, FakePmdirect& p) {
-                   s.onSend = [&p](std::string_view sent) {
-                     if (sent != "POP\r\n") p.answer(std::string(sent));
-                   };
-                 },
-                 {"Sending message # 1... sent",
-                  {"SendMessages: Sent No. 1 titled: one", "WinSend: No reply within 3000 ms",
-                   "RetrieveMessages: Lost connection"},
-                  "Retrieving messages"}}),
-    [](const ::testing::TestParamInfo<FaultRow>& info) { return std::string(info.param.name); });
 
 TEST_F(SessionTest, EncoderFailureFailsTheStepAndKeepsTheMessageQueued) {
   host.encodeFails = true;
@@ -237,7 +236,8 @@ TEST_F(SessionTest, LinkTestSendsPiecesOf75WithoutLineEnds) {
   std::vector<std::int64_t> at;
   sock.onSend = [&](std::string_view) { at.push_back(loop.now()); };
   EXPECT_TRUE(link().PmdirectTest(text));
-  EXPECT_EQ(sock.sends, (std::vector<std::string>{text.substr(0, 75), text.substr(75, 75), text.substr(150)}));
+  EXPECT_EQ(sock.sends,
+            (std::vector<std::string>{text.substr(0, 75), text.substr(75, 75), text.substr(150)}));
   ASSERT_EQ(at.size(), 3u);
   EXPECT_EQ(at[1] - at[0], 10);
   EXPECT_EQ(at[2] - at[1], 10);
@@ -246,23 +246,21 @@ TEST_F(SessionTest, LinkTestSendsPiecesOf75WithoutLineEnds) {
   EXPECT_EQ(sock.state(), Socket::Closed);
 }
 
-TEST_F(SessionTest, LinkTestWithNothingListeningFailsAfterTimeOut) {
+// Nothing listening fails after TimeOut; unusable numbers fail at once, without a box.
+TEST_F(SessionTest, LinkTestFailures) {
   sock.connectMode = FakeSocket::ConnectMode::Never;
   EXPECT_FALSE(link().PmdirectTest("<test>This is the ICS-213 test startup msg</test>"));
   EXPECT_EQ(loop.now(), 3000);
   EXPECT_EQ(host.panels["Status"], "Passing message... failed");
   EXPECT_EQ(link().state().TestStep, 806);
-}
-
-TEST_F(SessionTest, LinkTestWithBadNumbersFailsAtOnceWithoutABox) {
-  settings.TimeOut = "3s";
-  EXPECT_FALSE(link().PmdirectTest("x"));
-  settings.TimeOut = "3000";
-  settings.Port = "port";
-  EXPECT_FALSE(link().PmdirectTest("x"));
-  EXPECT_EQ(loop.now(), 0);
+  for (const auto& [timeOut, port] : {std::pair<std::string, std::string>{"3s", "9334"}, {"3000", "port"}}) {
+    settings.TimeOut = timeOut;
+    settings.Port = port;
+    EXPECT_FALSE(link().PmdirectTest("x"));
+  }
+  EXPECT_EQ(loop.now(), 3000);
   EXPECT_TRUE(dialogs.shown.empty());
-  EXPECT_EQ(sock.connects, 0);
+  EXPECT_EQ(sock.connects, 1);
 }
 
 // The test and a session would close each other's connection.
@@ -287,27 +285,29 @@ TEST_F(SessionTest, LinkTestAndSessionNeverShareTheSocket) {
   EXPECT_EQ(host.outcomes, Lines{"OK"});
 }
 
-// Only silence waits for TimeOut; every failure says why it failed.
-TEST_F(SessionTest, ConnectFailuresEndAtOnceAndSayWhy) {
-  struct Row {
-    FakeSocket::ConnectMode mode;
-    std::string host, why;
-    std::int64_t tookMs;
-  };
-  for (const Row& r : {Row{FakeSocket::ConnectMode::Refuse, "127.0.0.1", "Connection refused", 5},
-                       Row{FakeSocket::ConnectMode::Never, "127.0.0.1", "no connection within 3000 ms", 3000},
-                       Row{FakeSocket::ConnectMode::Accept, "pmdirect.invalid", "Host not found", 5}}) {
-    SCOPED_TRACE(r.why);
-    sock.connectMode = r.mode;
-    settings.HostName = r.host;
-    host.outcomes.clear();
-    if (r.host.ends_with(".invalid")) dialogs.expectMessage("Network error");
-    const std::int64_t began = loop.now();
-    EXPECT_FALSE(link().SeqPmdirect());
-    EXPECT_EQ(loop.now() - began, r.tookMs);
-    EXPECT_EQ(host.outcomes, Lines{r.why});
-    EXPECT_EQ(link().LastFailure(), r.why);
-  }
+// Pmdirect forgets what it has handed out. A text the store cannot take stays on disk,
+// the operator is told where, retrieval stops so the rest wait at Pmdirect, and
+// start-up files it once the store can take it.
+TEST_F(SessionTest, AMessageTheStoreCannotTakeIsKeptAndFiledAtStartUp) {
+  pm.waiting = {kMsgA, kMsgB};
+  host.storeFails = true;
+  host.setStatus("Status", "kept");
+  link().RunSession();
+  const auto kept = std::filesystem::directory_iterator(dataDir.file("spool/incoming"))->path().string();
+  const std::string told = "Message could not be stored: kept in " + kept;
+  ExpectFailed(
+      host, log, link(),
+      {"Disconnecting... ", {"Incoming Message...", "RetrieveMessages: Full", told}, "Retrieving messages"});
+  EXPECT_EQ(host.warnings, Lines{told});
+  EXPECT_EQ(sock.wire.find("POP\r\nPOP"), std::string::npos);
+
+  host.storeFails = false;
+  log.lines.clear();
+  link().FileKept();
+  EXPECT_EQ(log.lines, Lines{"Kept incoming message filed as No. 1: " + kept});
+  EXPECT_FALSE(std::filesystem::exists(kept));
+  EXPECT_TRUE(link().SeqPmdirect());
+  EXPECT_EQ(host.filed, (Lines{kMsgA + "\r\n", kMsgB + "\r\n"}));
 }
 
 }  // namespace

@@ -2,8 +2,10 @@
 // A scripted Pmdirect on the virtual loop. Every send() is recorded on `wire` and handed
 // to `onSend`, which answers with deliver(). Faults: a host that is not found, refuse or
 // never answer the connect, drop the connection once N bytes have been sent, split or
-// delay deliveries, fail sends. Like the Qt socket, a refused connect turns to Error
-// (failure() Refused) as soon as the peer's answer arrives.
+// delay deliveries, fail sends. Like the Qt socket, a refused connect or an unusable host
+// turns to Error (failure() Refused, HostNotFound) in the loop, never by a throw.
+#include <algorithm>
+#include <cctype>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -65,11 +67,13 @@ class FakeSocket : public Socket {
   void setRemotePort(int port) override { remotePort = port; }
   void connect() override {
     ++connects;
+    // Like Qt's, a connect drops the connection before it, and what that one received.
+    ++m_generation;
+    m_inbox.clear();
     m_state = Connecting;
     m_failure = Failure::None;
     const std::uint64_t gen = m_generation;
-    // No address for an empty name (Qt refuses it) nor for one under the reserved "invalid".
-    const bool lookupFails = remoteHost.empty() || remoteHost.ends_with(".invalid");
+    const bool lookupFails = !Usable(remoteHost) || remoteHost.ends_with(".invalid");
     if (connectMode == ConnectMode::Never && !lookupFails) return;
     m_loop.post(
         [this, gen, lookupFails] {
@@ -108,8 +112,8 @@ class FakeSocket : public Socket {
   Failure failure() const override { return m_failure; }
 
   // --- what happened ---
-  std::string wire;                 // every byte sent, all connections
-  std::vector<std::string> sends;   // each complete send() call
+  std::string wire;                // every byte sent, all connections
+  std::vector<std::string> sends;  // each complete send() call
   std::string remoteHost;
   int remotePort = 0;
   int connects = 0;
@@ -117,6 +121,23 @@ class FakeSocket : public Socket {
   int arrivals = 0;
 
  private:
+  // Qt turns down, without asking any resolver, a name that is not a host name: empty,
+  // a blank or punctuation, an empty label, a label that starts or ends with '-'. A name
+  // under the reserved "invalid" stands here for one that no resolver knows.
+  static bool Usable(std::string_view host) {
+    if (host.ends_with('.')) host.remove_suffix(1);
+    if (host.empty()) return false;
+    for (std::size_t start = 0; start <= host.size();) {
+      const std::size_t end = std::min(host.find('.', start), host.size());
+      const std::string_view label = host.substr(start, end - start);
+      if (label.empty() || label.front() == '-' || label.back() == '-') return false;
+      for (const unsigned char c : label)
+        if (c < 0x80 && !std::isalnum(c) && c != '-' && c != '_') return false;
+      start = end + 1;
+    }
+    return true;
+  }
+
   VirtualEventLoop& m_loop;
   int m_state = Closed;
   std::string m_inbox;
