@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -13,8 +16,8 @@ namespace {
 using test::FakePrinters;
 
 struct Texts {
-  std::string To = "Planning Section Chief", ToPos = "PSC", Fr = "Net Control",
-              FrPos = "Radio Operator", Subj = "Shelter count", Date = "03/14/2024 09:30",
+  std::string To = "Planning Section Chief", ToPos = "PSC", Fr = "Net Control", FrPos = "Radio Operator",
+              Subj = "Shelter count", Date = "03/14/2024 09:30",
               Msg = "Shelter at Lincoln School has 42 occupants.", Sign = "J. Rivera",
               SignPos = "Shelter Manager", IcdName = "River Flood", Reply = "Acknowledged.",
               RepSign = "K. Osei", RepPos = "PSC", RepDate = "03/14/2024 09:45";
@@ -23,8 +26,9 @@ struct Texts {
 std::vector<std::string> Draw(const Texts& t, long failAt = -1, int* surfaces = nullptr) {
   FakePrinters printers;
   printers.failAt = failAt;
-  IcsPrint(printers, "1.0.0").PrintIcs(t.To, t.ToPos, t.Fr, t.FrPos, t.Subj, t.Date, t.Msg, t.Sign, t.SignPos,
-                                       t.IcdName, t.Reply, t.RepSign, t.RepPos, t.RepDate);
+  IcsPrint(printers, "1.0.0")
+      .PrintIcs(t.To, t.ToPos, t.Fr, t.FrPos, t.Subj, t.Date, t.Msg, t.Sign, t.SignPos, t.IcdName, t.Reply,
+                t.RepSign, t.RepPos, t.RepDate);
   if (surfaces) *surfaces = printers.surfacesOpened;
   return printers.ops;
 }
@@ -45,51 +49,15 @@ std::vector<std::string> BodyLines(const std::vector<std::string>& ops, int y) {
   return lines;
 }
 
-TEST(IcsPrintLayout, FrameThenTextsInTableOrder) {
-  std::vector<std::string> want = {
-      "scale mm", "width 2",
-      "box 10 60 195 68 13158600", "box 10 160 195 167 13158600"};
-  for (int y : {20, 30, 40, 50, 60, 68, 150, 160, 167, 242, 255})
-    want.push_back("line 10 " + std::to_string(y) + " 195 " + std::to_string(y) + " 0");
-  for (const char* v : {"line 10 20 10 255 0", "line 100 30 100 60 0", "line 100 150 100 160 0",
-                        "line 100 242 100 255 0", "line 195 20 195 255 0"})
-    want.push_back(v);
-
-  struct Row {
-    const char* font;
-    const char* x;
-    const char* y;
-    std::string text;
-  };
-  const Texts t;
-  const std::vector<Row> rows = {
-      {"Arial 12 bold", "72.5", "12", "GENERAL MESSAGE (ICS 213)"},
-      {"Arial 7", "11", "21", "INCIDENT NAME:"},   {"Arial 11", "14", "24", t.IcdName},
-      {"Arial 7", "11", "31", "TO:"},              {"Arial 7", "101", "31", "POSITION:"},
-      {"Arial 11", "14", "34", t.To},              {"Arial 11", "104", "34", t.ToPos},
-      {"Arial 7", "11", "41", "FROM:"},            {"Arial 7", "101", "41", "POSITION:"},
-      {"Arial 11", "14", "44", t.Fr},              {"Arial 11", "104", "44", t.FrPos},
-      {"Arial 7", "11", "51", "SUBJECT:"},         {"Arial 7", "101", "51", "DATE, TIME"},
-      {"Arial 11", "14", "54", t.Subj},            {"Arial 11", "104", "54", t.Date},
-      {"Arial 12 bold", "11", "61", "MESSAGE:"},   {"Courier New 10", "13", "69", t.Msg},
-      {"Arial 7", "11", "151", "SIGNATURE:"},      {"Arial 7", "101", "151", "POSITION:"},
-      {"Arial 11", "14", "154", t.Sign},           {"Arial 11", "104", "154", t.SignPos},
-      {"Arial 12", "11", "161", "REPLY:"},         {"Courier New 10", "13", "168", t.Reply},
-      {"Arial 7", "11", "243", "DATE, TIME"},      {"Arial 7", "101", "243", "SIGNATURE, POSITION"},
-      {"Arial 11", "14", "246", t.RepDate},        {"Arial 11", "104", "246", "K. Osei, PSC"},
-      {"Arial 8", "11", "256",
-       "Ref: ICS 213, General Message, FEMA / NIMS Incident Command System forms"
-       "\t\t\t\t\t\tCreated by: velnor.exe, v1.0.0"},
-  };
-  for (const Row& r : rows) {
-    want.push_back(std::string("font ") + r.font);
-    want.push_back(std::string("pos ") + r.x + " " + r.y);
-    if (std::string(r.font).rfind("Courier", 0) == 0) want.push_back("x 13");
-    want.push_back("text " + r.text);
-  }
-  want.push_back("end");
-
-  EXPECT_EQ(Draw(t), want);
+// The whole page of the default texts, one surface call a line: the frame, then each
+// caption and value in the form's order, the bodies, the footer (VELNOR_WRITE_GOLDEN=<file>
+// writes it anew).
+TEST(IcsPrintLayout, PageIsTheGoldenDrawing) {
+  std::string page;
+  for (const std::string& op : Draw(Texts{})) page += op + "\n";
+  if (const char* keep = std::getenv("VELNOR_WRITE_GOLDEN")) std::ofstream(keep, std::ios::binary) << page;
+  std::ifstream golden(VELNOR_ICS213_GOLDEN, std::ios::binary);
+  EXPECT_EQ(page, std::string(std::istreambuf_iterator<char>(golden), {}));
 }
 
 // What is drawn on the reply's date and signature row (y 246), as "x: text".
@@ -108,7 +76,8 @@ TEST(IcsPrintLayout, ReplySignatureRowsOnlyWithASignature) {
   EXPECT_EQ(ReplySignatureRow(t), std::vector<std::string>{}) << "date and position without a signature";
   t = Texts{};
   t.RepPos = "";
-  EXPECT_EQ(ReplySignatureRow(t), (std::vector<std::string>{"14: text 03/14/2024 09:45", "104: text K. Osei, "}));
+  EXPECT_EQ(ReplySignatureRow(t),
+            (std::vector<std::string>{"14: text 03/14/2024 09:45", "104: text K. Osei, "}));
   t.RepDate = "";
   EXPECT_EQ(ReplySignatureRow(t), (std::vector<std::string>{"14: text ", "104: text K. Osei, "}));
 }
@@ -135,7 +104,9 @@ TEST(IcsPrintBody, WrapsAt80Characters) {
       {"Over81TrailingBlanksOnly", k80 + " ", {k80}},
       {"Over80BlanksOnlyStaysAnEmptyLine", Rep(' ', 81) + "\r\nb", {"", "b"}},
       {"Over81WrapsAtWord", Words(8) + " ab", {k80, "ab "}},
-      {"WordFillsTo80ThenBlank", Rep('a', 39) + " " + Rep('b', 40) + " c", {Rep('a', 39) + " " + Rep('b', 40) + " ", "c "}},
+      {"WordFillsTo80ThenBlank",
+       Rep('a', 39) + " " + Rep('b', 40) + " c",
+       {Rep('a', 39) + " " + Rep('b', 40) + " ", "c "}},
       {"LongWordAloneNoEmptyLineBefore", kLong, {kLong + " "}},
       {"LongWordAfterShortWord", "ab " + kLong + " cd", {"ab ", kLong + " ", "cd "}},
       {"RunsOfBlanksCollapsed", "one" + Rep(' ', 50) + "two" + Rep(' ', 30) + "three", {"one two three "}},

@@ -18,8 +18,20 @@ class PrintCommand : public ::testing::Test {
     printers.current = 0;
     printers.installed[0].orientation = kOrientationLandscape;
     printers.installed[0].copies = 2;
-    fields = {"Logistics", "LSC", "Net Control", "Radio", "Water", "03/14/2024 10:00",
-              "Need 200 gallons.", "J. Rivera", "Shelter Manager", "River Flood", "", "", "", ""};
+    fields = {"Logistics",
+              "LSC",
+              "Net Control",
+              "Radio",
+              "Water",
+              "03/14/2024 10:00",
+              "Need 200 gallons.",
+              "J. Rivera",
+              "Shelter Manager",
+              "River Flood",
+              "",
+              "",
+              "",
+              ""};
   }
 
   void Print(std::int32_t msgNo) {
@@ -111,26 +123,13 @@ TEST_F(PrintCommand, SetupUsesSetupFlagsAndItsChoiceIsRestoredAfterPrint) {
 
   printers.dialog = [](FakePrinters& p) {
     EXPECT_EQ(p.CurrentDeviceName(), "Radio Room");
-    p.MakeCurrent(0);
+    p.MakeCurrent(3);
     return true;
   };
   Print(7);
-  EXPECT_EQ(statuses.front(), "Printing message to Office Laser");
+  EXPECT_EQ(statuses.back(), "Printing message to PDF file... saved as /home/op/ICS213.pdf");
   EXPECT_EQ(printers.CurrentDeviceName(), "Radio Room");
   EXPECT_EQ(printers.Orientation(), kOrientationLandscape);
-}
-
-TEST(SetPrinterByName, ExactNameOnly) {
-  FakePrinters p;
-  p.installed = {{"Alpha"}, {"Beta"}, {"Beta"}};
-  p.current = 0;
-  for (const char* name : {"beta", "Beta ", ""}) EXPECT_FALSE(p.SetPrinterByName(name)) << name;
-  EXPECT_EQ(p.current, 0u);
-  EXPECT_TRUE(p.SetPrinterByName("Beta"));
-  EXPECT_EQ(p.current, 1u);  // the first of equal names
-
-  FakePrinters none;
-  EXPECT_FALSE(none.SetPrinterByName("Alpha"));
 }
 
 }  // namespace
