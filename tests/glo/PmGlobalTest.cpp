@@ -26,9 +26,7 @@ std::string NoPrinter() { throw VError(kErrInvalidCall, "printer", "no printer")
 // The default file as a first start writes it.
 std::string DefaultGlo(const std::string& printer) {
   return "[GENERAL VARIABLES]\r\nVersion=1.0.0\r\nUseGlobalMsgNum=1\r\nProfSave=1\r\nParentVer=\r\n\r\n"
-         "[LOCAL PRINTER]\r\nPrinterName=" +
-         printer +
-         "\r\nPtrOrient=1\r\nPtrCopies=1\r\nPtrDuplex=1\r\n"
+         "[LOCAL PRINTER]\r\nPrinterName=" + printer + "\r\nPtrOrient=1\r\nPtrCopies=1\r\nPtrDuplex=1\r\n"
          "FolderLabels=Folder 1|Folder 2|Folder 3|Folder 4|Folder 5\r\nLstFontSize=9\r\n\r\n"
          "[START PREFERENCES]\r\nRunPrgmOnStart=0\r\nRunPrgmName=\r\n";
 }
@@ -137,10 +135,10 @@ TEST(PmGlobalFile, BadValuesLogStep3AndKeepTheirValue) {
   want.PtrDuplex = -32768;
   want.RunPrgmOnStart = 2;
   EXPECT_EQ(Joined(kVersion, glo.values()), Joined(kVersion, want));
-  EXPECT_EQ(g.log.entries, (std::vector<std::string>{
-                               g.entry("GloRead", "5, Invalid procedure call or argument", 3),
-                               g.entry("GloRead", "6, Overflow", 3), g.entry("GloRead", "6, Overflow", 3),
-                               g.entry("GloRead", "13, Type mismatch", 3)}));
+  EXPECT_EQ(g.log.entries, (std::vector<std::string>{g.entry("GloRead", "5, Invalid procedure call or argument", 3),
+                                                     g.entry("GloRead", "6, Overflow", 3),
+                                                     g.entry("GloRead", "6, Overflow", 3),
+                                                     g.entry("GloRead", "13, Type mismatch", 3)}));
   EXPECT_EQ(glo.ErrorText(), "13, Type mismatch");
   EXPECT_EQ(glo.Step(), 3);
 }
@@ -185,8 +183,7 @@ TEST(PmGlobalFile, UnreadableFileIsLoggedAtStep2AndLeftAlone) {
   fs::create_directory(g.file);  // exists, cannot be read as a file
   PmGlobal glo = g.open();
   ASSERT_EQ(g.log.entries.size(), 1u);
-  EXPECT_NE(g.log.entries[0].find("; PmGlobal:GloRead, FileName = " + g.file + ", Step = 2"),
-            std::string::npos);
+  EXPECT_NE(g.log.entries[0].find("; PmGlobal:GloRead, FileName = " + g.file + ", Step = 2"), std::string::npos);
   EXPECT_FALSE(glo.Changed());
   EXPECT_TRUE(fs::is_directory(g.file));
 }
@@ -212,17 +209,9 @@ TEST(PmGlobalAccessors, SettersMarkChangedAndReleaseWrites) {
 }
 
 TEST(PmGlobalText, WrittenLinesReadBackUnchanged) {
-  const PmGlobal::Values v{.UseGlobalMsgNum = -32768,
-                           .PrinterName = " HP = 2 ",
-                           .PtrOrient = 2,
-                           .PtrCopies = 32767,
-                           .PtrDuplex = 0,
-                           .ProfSave = -1,
-                           .FolderLabels = "\xC9t\xE9|b",
-                           .LstFontSize = "",
-                           .ParentVer = "9",
-                           .RunPrgmOnStart = 1,
-                           .RunPrgmName = "[x]"};
+  const PmGlobal::Values v{.UseGlobalMsgNum = -32768, .PrinterName = " HP = 2 ", .PtrOrient = 2,
+                           .PtrCopies = 32767, .PtrDuplex = 0, .ProfSave = -1, .FolderLabels = "\xC9t\xE9|b",
+                           .LstFontSize = "", .ParentVer = "9", .RunPrgmOnStart = 1, .RunPrgmName = "[x]"};
   const std::string text = Joined("7.7.7", v);
   PmGlobal::Values back;
   std::string version;

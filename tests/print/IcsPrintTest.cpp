@@ -16,8 +16,8 @@ namespace {
 using test::FakePrinters;
 
 struct Texts {
-  std::string To = "Planning Section Chief", ToPos = "PSC", Fr = "Net Control", FrPos = "Radio Operator",
-              Subj = "Shelter count", Date = "03/14/2024 09:30",
+  std::string To = "Planning Section Chief", ToPos = "PSC", Fr = "Net Control",
+              FrPos = "Radio Operator", Subj = "Shelter count", Date = "03/14/2024 09:30",
               Msg = "Shelter at Lincoln School has 42 occupants.", Sign = "J. Rivera",
               SignPos = "Shelter Manager", IcdName = "River Flood", Reply = "Acknowledged.",
               RepSign = "K. Osei", RepPos = "PSC", RepDate = "03/14/2024 09:45";
@@ -26,9 +26,8 @@ struct Texts {
 std::vector<std::string> Draw(const Texts& t, long failAt = -1, int* surfaces = nullptr) {
   FakePrinters printers;
   printers.failAt = failAt;
-  IcsPrint(printers, "1.0.0")
-      .PrintIcs(t.To, t.ToPos, t.Fr, t.FrPos, t.Subj, t.Date, t.Msg, t.Sign, t.SignPos, t.IcdName, t.Reply,
-                t.RepSign, t.RepPos, t.RepDate);
+  IcsPrint(printers, "1.0.0").PrintIcs(t.To, t.ToPos, t.Fr, t.FrPos, t.Subj, t.Date, t.Msg, t.Sign, t.SignPos,
+                                       t.IcdName, t.Reply, t.RepSign, t.RepPos, t.RepDate);
   if (surfaces) *surfaces = printers.surfacesOpened;
   return printers.ops;
 }
@@ -76,8 +75,7 @@ TEST(IcsPrintLayout, ReplySignatureRowsOnlyWithASignature) {
   EXPECT_EQ(ReplySignatureRow(t), std::vector<std::string>{}) << "date and position without a signature";
   t = Texts{};
   t.RepPos = "";
-  EXPECT_EQ(ReplySignatureRow(t),
-            (std::vector<std::string>{"14: text 03/14/2024 09:45", "104: text K. Osei, "}));
+  EXPECT_EQ(ReplySignatureRow(t), (std::vector<std::string>{"14: text 03/14/2024 09:45", "104: text K. Osei, "}));
   t.RepDate = "";
   EXPECT_EQ(ReplySignatureRow(t), (std::vector<std::string>{"14: text ", "104: text K. Osei, "}));
 }
@@ -104,9 +102,7 @@ TEST(IcsPrintBody, WrapsAt80Characters) {
       {"Over81TrailingBlanksOnly", k80 + " ", {k80}},
       {"Over80BlanksOnlyStaysAnEmptyLine", Rep(' ', 81) + "\r\nb", {"", "b"}},
       {"Over81WrapsAtWord", Words(8) + " ab", {k80, "ab "}},
-      {"WordFillsTo80ThenBlank",
-       Rep('a', 39) + " " + Rep('b', 40) + " c",
-       {Rep('a', 39) + " " + Rep('b', 40) + " ", "c "}},
+      {"WordFillsTo80ThenBlank", Rep('a', 39) + " " + Rep('b', 40) + " c", {Rep('a', 39) + " " + Rep('b', 40) + " ", "c "}},
       {"LongWordAloneNoEmptyLineBefore", kLong, {kLong + " "}},
       {"LongWordAfterShortWord", "ab " + kLong + " cd", {"ab ", kLong + " ", "cd "}},
       {"RunsOfBlanksCollapsed", "one" + Rep(' ', 50) + "two" + Rep(' ', 30) + "three", {"one two three "}},

@@ -18,20 +18,8 @@ class PrintCommand : public ::testing::Test {
     printers.current = 0;
     printers.installed[0].orientation = kOrientationLandscape;
     printers.installed[0].copies = 2;
-    fields = {"Logistics",
-              "LSC",
-              "Net Control",
-              "Radio",
-              "Water",
-              "03/14/2024 10:00",
-              "Need 200 gallons.",
-              "J. Rivera",
-              "Shelter Manager",
-              "River Flood",
-              "",
-              "",
-              "",
-              ""};
+    fields = {"Logistics", "LSC", "Net Control", "Radio", "Water", "03/14/2024 10:00",
+              "Need 200 gallons.", "J. Rivera", "Shelter Manager", "River Flood", "", "", "", ""};
   }
 
   void Print(std::int32_t msgNo) {

@@ -24,23 +24,14 @@ namespace {
 
 // The fields of a realistic message, as the editor would hand them over.
 const FormTexts kSample = {
-    "Logistics Section Chief",
-    "LSC",
-    "Shelter Manager",
-    "Lincoln School Caf\xE9",
-    "Water and cots",
+    "Logistics Section Chief", "LSC", "Shelter Manager", "Lincoln School Caf\xE9", "Water and cots",
     "03/14/2024 10:05",
     "The shelter at Lincoln School now houses 142 evacuees and expects about 60 more before nightfall as the "
-    "river keeps rising.\r\nRequest 200 gallons of drinking water and 75 cots, delivered to the east "
-    "entrance "
+    "river keeps rising.\r\nRequest 200 gallons of drinking water and 75 cots, delivered to the east entrance "
     "on Maple Street.\r\n\r\nContact: J. Rivera on the shelter net.",
-    "J. Rivera",
-    "Shelter Manager",
-    "Cedar River Flood 2024",
+    "J. Rivera", "Shelter Manager", "Cedar River Flood 2024",
     "Water is on its way on truck 12, ETA 13:00. Cots follow tomorrow morning from the county depot.",
-    "K. Osei",
-    "LSC",
-    "03/14/2024 10:40"};
+    "K. Osei", "LSC", "03/14/2024 10:40"};
 
 QString PdfToText(const QStringList& args) {
   QProcess p;
@@ -95,8 +86,7 @@ TEST(QtPrint, PageFitsA4AndLetterCentredAcrossAndThePaperChosenInSetupStays) {
     const QSizeF sheet = size.size(QPageSize::Point);
     const auto page = QRegularExpression(R"re(<page width="([\d.]+)")re").match(boxes);
     EXPECT_NEAR(page.captured(1).toDouble(), sheet.width(), 0.5);
-    const QRegularExpression word(
-        R"re(<word xMin="([\d.]+)" yMin="[\d.]+" xMax="([\d.]+)" yMax="([\d.]+)">([^<]*)<)re");
+    const QRegularExpression word(R"re(<word xMin="([\d.]+)" yMin="[\d.]+" xMax="([\d.]+)" yMax="([\d.]+)">([^<]*)<)re");
     double right = 0, bottom = 0, incident = -1;
     for (const auto& m : word.globalMatch(boxes)) {
       right = std::max(right, m.captured(2).toDouble());
@@ -118,7 +108,7 @@ class QtPrinterChoice : public ::testing::Test {
   QtPrinterChoice() {
     printers.setPrinterLister([] {
       return QList<QtPrinterSystem::SystemPrinter>{{"Office Laser", QPageSize(QPageSize::Letter)},
-                                                   {"Radio Room", QPageSize(QPageSize::A4)}};
+                                                    {"Radio Room", QPageSize(QPageSize::A4)}};
     });
   }
   testing::TempDir dir;

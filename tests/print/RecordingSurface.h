@@ -21,12 +21,8 @@ class RecordingSurface : public DrawingSurface {
 
   void setScaleMillimetres() override { add("scale mm"); }
   void setLineWidth(int px) override { add("width", px); }
-  void drawLine(double x1, double y1, double x2, double y2, Colour c) override {
-    add("line", x1, y1, x2, y2, c);
-  }
-  void fillBox(double x1, double y1, double x2, double y2, Colour c) override {
-    add("box", x1, y1, x2, y2, c);
-  }
+  void drawLine(double x1, double y1, double x2, double y2, Colour c) override { add("line", x1, y1, x2, y2, c); }
+  void fillBox(double x1, double y1, double x2, double y2, Colour c) override { add("box", x1, y1, x2, y2, c); }
   void setFont(const std::string& name, int sizePt, bool bold) override {
     add("font " + name + " " + std::to_string(sizePt) + (bold ? " bold" : ""));
   }
