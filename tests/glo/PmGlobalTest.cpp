@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -178,29 +179,52 @@ TEST(PmGlobalFile, UnwritableFileLogs103ThenEach104AndGivesUp) {
   }
 }
 
-TEST(PmGlobalFile, UnreadableFileIsLoggedAtStep2AndLeftAlone) {
+// Exists, cannot be read as a file, and a rename cannot put the written file in its place.
+TEST(PmGlobalFile, UnreadableFileIsLoggedAtStep2AndNotReplacedAtStep105) {
   Glo g;
-  fs::create_directory(g.file);  // exists, cannot be read as a file
+  fs::create_directory(g.file);
   PmGlobal glo = g.open();
-  ASSERT_EQ(g.log.entries.size(), 1u);
-  EXPECT_NE(g.log.entries[0].find("; PmGlobal:GloRead, FileName = " + g.file + ", Step = 2"), std::string::npos);
   EXPECT_FALSE(glo.Changed());
+  glo.SetProfSave(2);
+  glo.Save();
+  ASSERT_EQ(g.log.entries.size(), 2u);
+  EXPECT_NE(g.log.entries[0].find("; PmGlobal:GloRead, FileName = " + g.file + ", Step = 2"),
+            std::string::npos);
+  EXPECT_NE(g.log.entries[1].find("; PmGlobal:GLOWrite, FileName = " + g.file + ", Step = 105"),
+            std::string::npos);
   EXPECT_TRUE(fs::is_directory(g.file));
+  EXPECT_FALSE(fs::exists(g.file + ".new"));
 }
 
-TEST(PmGlobalAccessors, SettersMarkChangedAndReleaseWrites) {
+TEST(PmGlobalAccessors, EverySetterMarksChangedAndReleaseWrites) {
+  const std::function<void(PmGlobal&)> setters[] = {[](PmGlobal& p) { p.SetUseGlobalMsgNum(-32768); },
+                                                    [](PmGlobal& p) { p.SetPrinterName("P"); },
+                                                    [](PmGlobal& p) { p.SetPtrOrient(2); },
+                                                    [](PmGlobal& p) { p.SetPtrCopies(2); },
+                                                    [](PmGlobal& p) { p.SetPtrDuplex(2); },
+                                                    [](PmGlobal& p) { p.SetProfSave(2); },
+                                                    [](PmGlobal& p) { p.SetFolderLabels("F"); },
+                                                    [](PmGlobal& p) { p.SetLstFontSize(2); },
+                                                    [](PmGlobal& p) { p.SetParentVer("2"); },
+                                                    [](PmGlobal& p) { p.SetRunPrgmOnStart(2); },
+                                                    [](PmGlobal& p) { p.SetRunPrgmName("R"); }};
+  for (const auto& set : setters) {
+    Glo g;
+    PmGlobal glo = g.open("Version=1.0.0\r\n");
+    set(glo);
+    EXPECT_TRUE(glo.Changed());
+  }
   Glo g;
   {
     PmGlobal glo = g.open("Version=1.0.0\r\nLstFontSize=big\r\n");
     EXPECT_THROW(glo.LstFontSize(), VError);  // kept as text, so reading it was fine
-    EXPECT_FALSE(glo.Changed());
     glo.SetRunPrgmName("  pm run  ");
-    EXPECT_TRUE(glo.Changed());
     EXPECT_EQ(glo.RunPrgmName(), "pm run");
     glo.SetLstFontSize(-12);
     EXPECT_EQ(glo.LstFontSize(), -12);
     glo.SetUseGlobalMsgNum(32767);
     EXPECT_THROW(glo.SetUseGlobalMsgNum(32768), VError);
+    EXPECT_THROW(glo.SetUseGlobalMsgNum(-32769), VError);
   }
   const PmGlobal::Values want{
       .UseGlobalMsgNum = 32767, .PrinterName = "Laser 1", .LstFontSize = "-12", .RunPrgmName = "pm run"};
