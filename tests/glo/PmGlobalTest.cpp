@@ -232,20 +232,5 @@ TEST(PmGlobalAccessors, EverySetterMarksChangedAndReleaseWrites) {
   EXPECT_TRUE(g.log.entries.empty());
 }
 
-TEST(PmGlobalText, WrittenLinesReadBackUnchanged) {
-  const PmGlobal::Values v{.UseGlobalMsgNum = -32768, .PrinterName = " HP = 2 ", .PtrOrient = 2,
-                           .PtrCopies = 32767, .PtrDuplex = 0, .ProfSave = -1, .FolderLabels = "\xC9t\xE9|b",
-                           .LstFontSize = "", .ParentVer = "9", .RunPrgmOnStart = 1, .RunPrgmName = "[x]"};
-  const std::string text = Joined("7.7.7", v);
-  PmGlobal::Values back;
-  std::string version;
-  PmGlobal::ReadErrors errors;
-  PmGlobal::ParseGloText(text, back, version, errors);
-  EXPECT_TRUE(errors.empty());
-  EXPECT_EQ(version, "7.7.7");
-  EXPECT_EQ(Joined("7.7.7", back), text);
-  EXPECT_EQ(back.PrinterName, " HP = 2 ");
-}
-
 }  // namespace
 }  // namespace velnor
