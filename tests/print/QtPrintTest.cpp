@@ -160,37 +160,30 @@ TEST_F(QtPrinterChoice, DialogStartsFromCurrentAndOnlyItsConfirmedChoiceIsApplie
   EXPECT_EQ(printers.CurrentOutputFile(), pdf.toStdString());
 }
 
-TEST_F(QtPrinterChoice, PrintAndSetupDialogsOpenOverTheOwnerWindow) {
+// Both dialogs open over the owner window. Setup is a page-setup dialog with the printer
+// in it: it prints nothing and writes nothing.
+TEST_F(QtPrinterChoice, SetupDialogChoosesPrinterPaperAndOrientationAndThePdfFile) {
   QWidget owner;
   owner.show();
   printers.setOwner(&owner);  // after construction, as the main window is made after the printers
-  for (const std::uint32_t flags : {kPrintDialogFlags, kPrintSetupFlags}) {
-    QWidget* parent = nullptr;
+  const auto show = [&](std::uint32_t flags, const std::function<void(QDialog&)>& fill) {
     QTimer::singleShot(0, [&] {
       auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
       ASSERT_NE(dialog, nullptr);
-      parent = dialog->parentWidget();
-      dialog->reject();
-    });
-    EXPECT_FALSE(printers.ShowPrinter(flags));
-    EXPECT_EQ(parent, &owner) << flags;
-  }
-}
-
-// Setup is a page-setup dialog with the printer in it: it prints nothing and writes nothing.
-TEST_F(QtPrinterChoice, SetupDialogChoosesPrinterPaperAndOrientationAndThePdfFile) {
-  const auto setup = [&](const std::function<void(QDialog&)>& fill) {
-    QTimer::singleShot(0, [&] {
-      auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-      ASSERT_NE(dialog, nullptr);
-      EXPECT_EQ(dialog->objectName(), "dlgPrintSetup");
-      EXPECT_EQ(dialog->windowTitle(), "Print Setup");
-      for (auto* b : dialog->findChildren<QAbstractButton*>())
-        EXPECT_FALSE(b->text().contains("Print")) << b->text().toStdString();
+      EXPECT_EQ(dialog->parentWidget(), &owner);
+      if (flags == kPrintSetupFlags) {
+        EXPECT_EQ(dialog->objectName(), "dlgPrintSetup");
+        EXPECT_EQ(dialog->windowTitle(), "Print Setup");
+        for (auto* b : dialog->findChildren<QAbstractButton*>())
+          EXPECT_FALSE(b->text().contains("Print")) << b->text().toStdString();
+      }
       fill(*dialog);
     });
-    return printers.ShowPrinter(kPrintSetupFlags);
+    return printers.ShowPrinter(flags);
   };
+  const auto setup = [&](const std::function<void(QDialog&)>& fill) { return show(kPrintSetupFlags, fill); };
+  for (const std::uint32_t flags : {kPrintDialogFlags, kPrintSetupFlags})
+    EXPECT_FALSE(show(flags, [](QDialog& d) { d.reject(); }));
   const auto choose = [](QDialog& d, const char* combo, const QString& item) {
     auto* c = d.findChild<QComboBox*>(combo);
     ASSERT_NE(c, nullptr) << combo;
