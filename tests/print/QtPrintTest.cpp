@@ -115,18 +115,17 @@ class QtPrinterChoice : public ::testing::Test {
   QtPrinterSystem printers{nullptr, QString::fromStdString(dir.path())};
 };
 
-// Listing and choosing are PrinterContractTest's; the paper and the PDF file's folder are Qt's own.
-TEST_F(QtPrinterChoice, EachPrinterStartsOnItsOwnPaperAndThePdfFileInTheGivenFolder) {
+// The dialog works on a copy of the current printer: a cancel, or a dialog that fails,
+// leaves everything as it was; a confirmed choice becomes current with its settings.
+TEST_F(QtPrinterChoice, DialogStartsFromCurrentAndOnlyItsConfirmedChoiceIsApplied) {
+  // Listing and choosing are PrinterContractTest's; each printer's own paper and the PDF
+  // file's folder are Qt's.
   EXPECT_EQ(printers.currentPrinter()->pageLayout().pageSize().id(), QPageSize::Letter);
   EXPECT_TRUE(printers.SetPrinterByName("Radio Room"));
   EXPECT_EQ(printers.currentPrinter()->pageLayout().pageSize().id(), QPageSize::A4);
   EXPECT_TRUE(printers.SetPrinterByName("PDF file"));
   EXPECT_EQ(printers.CurrentOutputFile(), dir.file("ICS213.pdf"));
-}
-
-// The dialog works on a copy of the current printer: a cancel, or a dialog that fails,
-// leaves everything as it was; a confirmed choice becomes current with its settings.
-TEST_F(QtPrinterChoice, DialogStartsFromCurrentAndOnlyItsConfirmedChoiceIsApplied) {
+  EXPECT_TRUE(printers.SetPrinterByName("Office Laser"));
   printers.SetOrientation(kOrientationLandscape);
   std::uint32_t seenFlags = 0;
   QPageLayout::Orientation seenOrientation = QPageLayout::Portrait;
