@@ -63,17 +63,29 @@ std::vector<LogLine> Traffic() {
   return lines;
 }
 
-// What the drawing (CommLogTest's golden pages) puts on every page comes out of the PDF:
-// the header, values in station text, the footer.
-const char* const kOnEveryPage[] = {"COMMUNICATIONS LOG (ICS 309)", "Cedar River Flood 2026",
-                                    "11/19/2026 18:05", "Generator fuel for the Caf\xC3\xA9 kitchen",
-                                    "Created by: velnor.exe, v1.0.0"};
+// The header, the column heads, the footer, and a subject each page holds.
+// clang-format off
+const char* const kOnEveryPage[] = {
+    "COMMUNICATIONS LOG (ICS 309)", "1. Incident Name:", "Cedar River Flood 2026", "2. Operational Period:",
+    "Date From:", "11/19/2026", "Time From:", "06:00", "Time To:", "18:00",
+    "3. Radio Net Name or Position/Tactical Call:", "County Command Net", "4. Radio Operator",
+    "J. Rivera, KD0XYZ", "5. COMMUNICATIONS LOG", "Generator fuel for the Caf\xC3\xA9 kitchen", "Call Sign/ID",
+    "Msg #", "Message", "6. Prepared By", "7. Date & Time Prepared:", "11/19/2026 18:05",
+    "Created by: velnor.exe, v1.0.0"};
+// clang-format on
 
 TEST(CommLogPdf, TwoPagesEachWithTheWholeHeader) {
   TempDir dir;
-  const LogPeriod shift{At(6, 0), At(18, 0)};
-  const LogHeader h{"Cedar River Flood 2026", shift,     "County Command Net", "J. Rivera", "KD0XYZ",
-                    "J. Rivera, KD0XYZ",      At(18, 5), "mm/dd/yyyy",         "1.0.0"};
+  LogHeader h;
+  h.incident = "Cedar River Flood 2026";
+  h.period = {At(6, 0), At(18, 0)};
+  h.net = "County Command Net";
+  h.operatorName = "J. Rivera";
+  h.operatorCall = "KD0XYZ";
+  h.preparedBy = "J. Rivera, KD0XYZ";
+  h.prepared = At(18, 5);
+  h.dateFormat = "mm/dd/yyyy";
+  h.programVersion = "1.0.0";
   const std::string pdf = dir.file("log.pdf");
   WriteCommLogPdf(pdf, h, Traffic());
 
