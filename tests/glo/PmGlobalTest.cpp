@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -88,43 +89,39 @@ TEST(PmGlobalFile, OtherVersionIsRewrittenAtReleaseWithValuesAsRead) {
   EXPECT_TRUE(g.log.entries.empty());
 }
 
-TEST(PmGlobalFile, MissingVersionLineCountsAsOtherVersion) {
-  Glo g;
-  { PmGlobal glo = g.open("PtrOrient=2\r\n"); }
-  EXPECT_NE(Read(g.file).find("\r\nVersion=1.0.0\r\n"), std::string::npos);
-  EXPECT_NE(Read(g.file).find("\r\nPtrOrient=2\r\n"), std::string::npos);
-}
-
-// Not touched: a rewrite would drop the unknown line and add the missing ones.
-TEST(PmGlobalFile, SameVersionWithoutChangesIsNotTouched) {
-  Glo g;
-  const std::string bytes = "Version=1.0.0\r\nPrinterName=Mine\r\nUnknown=kept\r\n";
-  {
-    PmGlobal glo = g.open(bytes);
-    glo.SetPrinterAvailable(false);  // the one setter that changes nothing on disk
-    EXPECT_FALSE(glo.Changed());
+// A file is rewritten at release only when its version is another (or missing): a rewrite
+// would drop unknown lines and add the missing ones. Keys are trimmed, values kept as they
+// stand, LF is no line end, and a file without "=" is not parsed at all.
+TEST(PmGlobalFile, ReadValuesAndWhetherTheFileIsRewritten) {
+  const struct {
+    const char* bytes;
+    bool rewritten;
+    void (*want)(PmGlobal::Values&);
+  } rows[] = {
+      {"PtrOrient=2\r\n", true, [](PmGlobal::Values& v) { v.PtrOrient = 2; }},
+      {"Version=1.0.0\r\nPrinterName=Mine\r\nUnknown=kept\r\n", false,
+       [](PmGlobal::Values& v) { v.PrinterName = "Mine"; }},
+      {"Version=1.0.0\r\n PrinterName = x\r\nFolderLabels=a=b|c\nRunPrgmName=r", false,
+       [](PmGlobal::Values& v) {
+         v.PrinterName = " x";
+         v.FolderLabels = "a=b|cRunPrgmName=r";
+       }},
+      {"[GENERAL VARIABLES]\r\nPrinterName\r\nsomething else\r\n", false, [](PmGlobal::Values&) {}},
+  };
+  for (const auto& r : rows) {
+    SCOPED_TRACE(r.bytes);
+    Glo g;
+    PmGlobal::Values want;
+    want.PrinterName = "Laser 1";
+    r.want(want);
+    {
+      PmGlobal glo = g.open(r.bytes);
+      EXPECT_EQ(glo.Changed(), r.rewritten);
+      EXPECT_EQ(Joined(kVersion, glo.values()), Joined(kVersion, want));
+    }
+    EXPECT_EQ(Read(g.file), r.rewritten ? Joined(kVersion, want) : r.bytes);
+    EXPECT_TRUE(g.log.entries.empty());
   }
-  EXPECT_EQ(Read(g.file), bytes);
-}
-
-TEST(PmGlobalFile, KeyTrimmedValueKeptAsItStands) {
-  Glo g;
-  PmGlobal glo = g.open("Version=1.0.0\r\n PrinterName = x\r\nFolderLabels=a=b|c\nRunPrgmName=r");
-  EXPECT_EQ(glo.PrinterName(), " x");
-  EXPECT_EQ(glo.FolderLabels(), "a=b|cRunPrgmName=r");  // LF is no line end
-  EXPECT_FALSE(glo.Changed());
-}
-
-TEST(PmGlobalFile, FileWithoutEqualsIsNeitherParsedNorRewritten) {
-  Glo g;
-  const std::string bytes = "[GENERAL VARIABLES]\r\nPrinterName\r\nsomething else\r\n";
-  {
-    PmGlobal glo = g.open(bytes);
-    EXPECT_FALSE(glo.Changed());
-    EXPECT_EQ(glo.PrinterName(), "Laser 1");
-  }
-  EXPECT_EQ(Read(g.file), bytes);
-  EXPECT_TRUE(g.log.entries.empty());
 }
 
 // Each bad line logs one step-3 entry, keeps the value it had, and reading goes on.
@@ -182,55 +179,57 @@ TEST(PmGlobalFile, UnwritableFileLogs103ThenEach104AndGivesUp) {
   }
 }
 
-TEST(PmGlobalFile, UnreadableFileIsLoggedAtStep2AndLeftAlone) {
+// Exists, cannot be read as a file, and a rename cannot put the written file in its place.
+TEST(PmGlobalFile, UnreadableFileIsLoggedAtStep2AndNotReplacedAtStep105) {
   Glo g;
-  fs::create_directory(g.file);  // exists, cannot be read as a file
+  fs::create_directory(g.file);
   PmGlobal glo = g.open();
-  ASSERT_EQ(g.log.entries.size(), 1u);
-  EXPECT_NE(g.log.entries[0].find("; PmGlobal:GloRead, FileName = " + g.file + ", Step = 2"), std::string::npos);
   EXPECT_FALSE(glo.Changed());
+  glo.SetProfSave(2);
+  glo.Save();
+  ASSERT_EQ(g.log.entries.size(), 2u);
+  EXPECT_NE(g.log.entries[0].find("; PmGlobal:GloRead, FileName = " + g.file + ", Step = 2"),
+            std::string::npos);
+  EXPECT_NE(g.log.entries[1].find("; PmGlobal:GLOWrite, FileName = " + g.file + ", Step = 105"),
+            std::string::npos);
   EXPECT_TRUE(fs::is_directory(g.file));
+  EXPECT_FALSE(fs::exists(g.file + ".new"));
 }
 
-TEST(PmGlobalAccessors, SettersMarkChangedAndReleaseWrites) {
+TEST(PmGlobalAccessors, EverySetterMarksChangedAndReleaseWrites) {
+  const std::function<void(PmGlobal&)> setters[] = {[](PmGlobal& p) { p.SetUseGlobalMsgNum(-32768); },
+                                                    [](PmGlobal& p) { p.SetPrinterName("P"); },
+                                                    [](PmGlobal& p) { p.SetPtrOrient(2); },
+                                                    [](PmGlobal& p) { p.SetPtrCopies(2); },
+                                                    [](PmGlobal& p) { p.SetPtrDuplex(2); },
+                                                    [](PmGlobal& p) { p.SetProfSave(2); },
+                                                    [](PmGlobal& p) { p.SetFolderLabels("F"); },
+                                                    [](PmGlobal& p) { p.SetLstFontSize(2); },
+                                                    [](PmGlobal& p) { p.SetParentVer("2"); },
+                                                    [](PmGlobal& p) { p.SetRunPrgmOnStart(2); },
+                                                    [](PmGlobal& p) { p.SetRunPrgmName("R"); }};
+  for (const auto& set : setters) {
+    Glo g;
+    PmGlobal glo = g.open("Version=1.0.0\r\n");
+    set(glo);
+    EXPECT_TRUE(glo.Changed());
+  }
   Glo g;
   {
-    PmGlobal glo = g.open();
+    PmGlobal glo = g.open("Version=1.0.0\r\nLstFontSize=big\r\n");
+    EXPECT_THROW(glo.LstFontSize(), VError);  // kept as text, so reading it was fine
     glo.SetRunPrgmName("  pm run  ");
-    EXPECT_TRUE(glo.Changed());
     EXPECT_EQ(glo.RunPrgmName(), "pm run");
     glo.SetLstFontSize(-12);
     EXPECT_EQ(glo.LstFontSize(), -12);
     glo.SetUseGlobalMsgNum(32767);
     EXPECT_THROW(glo.SetUseGlobalMsgNum(32768), VError);
-    EXPECT_EQ(glo.UseGlobalMsgNum(), 32767);
+    EXPECT_THROW(glo.SetUseGlobalMsgNum(-32769), VError);
   }
-  const std::string text = Read(g.file);
-  EXPECT_NE(text.find("\r\nRunPrgmName=pm run\r\n"), std::string::npos);
-  EXPECT_NE(text.find("\r\nLstFontSize=-12\r\n"), std::string::npos);
-  EXPECT_NE(text.find("\r\nUseGlobalMsgNum=32767\r\n"), std::string::npos);
-}
-
-TEST(PmGlobalAccessors, FontSizeTextThatIsNoNumber) {
-  Glo g;
-  PmGlobal glo = g.open("Version=1.0.0\r\nLstFontSize=big\r\n");
-  EXPECT_THROW(glo.LstFontSize(), VError);
-  EXPECT_TRUE(g.log.entries.empty());  // kept as text, so reading it was fine
-}
-
-TEST(PmGlobalText, WrittenLinesReadBackUnchanged) {
-  const PmGlobal::Values v{.UseGlobalMsgNum = -32768, .PrinterName = " HP = 2 ", .PtrOrient = 2,
-                           .PtrCopies = 32767, .PtrDuplex = 0, .ProfSave = -1, .FolderLabels = "\xC9t\xE9|b",
-                           .LstFontSize = "", .ParentVer = "9", .RunPrgmOnStart = 1, .RunPrgmName = "[x]"};
-  const std::string text = Joined("7.7.7", v);
-  PmGlobal::Values back;
-  std::string version;
-  PmGlobal::ReadErrors errors;
-  PmGlobal::ParseGloText(text, back, version, errors);
-  EXPECT_TRUE(errors.empty());
-  EXPECT_EQ(version, "7.7.7");
-  EXPECT_EQ(Joined("7.7.7", back), text);
-  EXPECT_EQ(back.PrinterName, " HP = 2 ");
+  const PmGlobal::Values want{
+      .UseGlobalMsgNum = 32767, .PrinterName = "Laser 1", .LstFontSize = "-12", .RunPrgmName = "pm run"};
+  EXPECT_EQ(Read(g.file), Joined(kVersion, want));
+  EXPECT_TRUE(g.log.entries.empty());
 }
 
 }  // namespace

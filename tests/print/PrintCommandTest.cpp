@@ -41,14 +41,10 @@ class PrintCommand : public ::testing::Test {
   int fieldReads = 0;
 };
 
-TEST_F(PrintCommand, NoMessageLoadedEndsSilentlyBeforeAnyDialog) {
+// With no message nothing is asked; a cancel prints nothing and changes nothing.
+TEST_F(PrintCommand, NoMessageAsksNothingAndCancelChangesNothing) {
   Print(0);
   EXPECT_TRUE(printers.dialogFlags.empty());
-  EXPECT_EQ(printers.surfacesOpened, 0);
-  EXPECT_TRUE(statuses.empty());
-}
-
-TEST_F(PrintCommand, CancelChangesNothing) {
   Print(7);  // the fake's dialog cancels unless told otherwise
   EXPECT_EQ(printers.dialogFlags, std::vector<std::uint32_t>{kPrintDialogFlags});
   EXPECT_EQ(printers.surfacesOpened, 0);
@@ -111,26 +107,13 @@ TEST_F(PrintCommand, SetupUsesSetupFlagsAndItsChoiceIsRestoredAfterPrint) {
 
   printers.dialog = [](FakePrinters& p) {
     EXPECT_EQ(p.CurrentDeviceName(), "Radio Room");
-    p.MakeCurrent(0);
+    p.MakeCurrent(3);
     return true;
   };
   Print(7);
-  EXPECT_EQ(statuses.front(), "Printing message to Office Laser");
+  EXPECT_EQ(statuses.back(), "Printing message to PDF file... saved as /home/op/ICS213.pdf");
   EXPECT_EQ(printers.CurrentDeviceName(), "Radio Room");
   EXPECT_EQ(printers.Orientation(), kOrientationLandscape);
-}
-
-TEST(SetPrinterByName, ExactNameOnly) {
-  FakePrinters p;
-  p.installed = {{"Alpha"}, {"Beta"}, {"Beta"}};
-  p.current = 0;
-  for (const char* name : {"beta", "Beta ", ""}) EXPECT_FALSE(p.SetPrinterByName(name)) << name;
-  EXPECT_EQ(p.current, 0u);
-  EXPECT_TRUE(p.SetPrinterByName("Beta"));
-  EXPECT_EQ(p.current, 1u);  // the first of equal names
-
-  FakePrinters none;
-  EXPECT_FALSE(none.SetPrinterByName("Alpha"));
 }
 
 }  // namespace

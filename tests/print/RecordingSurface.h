@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "core/VError.h"
 #include "print/DrawingSurface.h"
 #include "print/PrinterSystem.h"
 
@@ -51,8 +52,9 @@ class RecordingSurface : public DrawingSurface {
 };
 
 // Installed printers with their own orientation and copies, then the program's own PDF
-// printer, as on the real system: there is always a current printer, the PDF one when no
-// other is installed. The dialog is a script.
+// printer, as QtPrinterSystem has them (PrinterContractTest holds both to the same cases):
+// there is always a current printer, the PDF one when no other is installed. The dialog is
+// a script.
 class FakePrinters : public PrinterSystem {
  public:
   struct Printer {
@@ -62,6 +64,7 @@ class FakePrinters : public PrinterSystem {
   };
   std::vector<Printer> installed;  // the system's printers
   Printer pdf{"PDF file"};
+  std::string pdfFile = "/home/op/ICS213.pdf";
   std::size_t current = 0;  // in InstalledPrinters(): the first, or the PDF printer
   std::vector<std::uint32_t> dialogFlags;
   std::function<bool(FakePrinters&)> dialog = [](FakePrinters&) { return false; };
@@ -77,18 +80,24 @@ class FakePrinters : public PrinterSystem {
     return names;
   }
   void MakeCurrent(std::size_t index) override {
-    if (index > installed.size()) throw std::out_of_range("no such printer");
+    if (index > installed.size()) Refuse("No such printer");
     current = index;  // with the settings it had
   }
   std::string CurrentDeviceName() override { return cur().name; }
   std::string CurrentSystemPrinterName() override {
-    if (current >= installed.size()) throw std::runtime_error("no printer installed");
+    if (current >= installed.size()) Refuse("No printer is installed");
     return cur().name;
   }
   short Orientation() override { return cur().orientation; }
-  void SetOrientation(short o) override { cur().orientation = o; }
+  void SetOrientation(short o) override {
+    if (o != kOrientationPortrait && o != kOrientationLandscape) Refuse("Invalid orientation");
+    cur().orientation = o;
+  }
   short Copies() override { return cur().copies; }
-  void SetCopies(short c) override { cur().copies = c; }
+  void SetCopies(short c) override {
+    if (c < 1) Refuse("Invalid number of copies");
+    cur().copies = c;
+  }
   bool ShowPrinter(std::uint32_t flags) override {
     dialogFlags.push_back(flags);
     return dialog(*this);
@@ -97,9 +106,12 @@ class FakePrinters : public PrinterSystem {
     ++surfacesOpened;
     return std::make_unique<RecordingSurface>(ops, failAt, failEnd);
   }
+  std::string CurrentOutputFile() override { return current < installed.size() ? "" : pdfFile; }
 
-  Printer& cur() { return cur(current); }
-  Printer& cur(std::size_t index) { return index < installed.size() ? installed[index] : pdf; }
+  Printer& cur() { return current < installed.size() ? installed[current] : pdf; }
+
+ private:
+  [[noreturn]] static void Refuse(const char* what) { throw VError(kErrInvalidCall, "PmPrintLib", what); }
 };
 
 }  // namespace velnor::test

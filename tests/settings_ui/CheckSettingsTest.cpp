@@ -99,13 +99,25 @@ TEST(CheckSettings, IntervalIsAWholeNumberFrom30To32767) {
   }
 }
 
+// The values with nothing to check are stored whatever the verdict.
 TEST(CheckSettings, EveryEmptyServerBoxIsMarkedAndNoMessageAppears) {
   Trial run;
   for (auto& t : run.st.txtServer) t.clear();
+  run.st.chkPlayOnArrival = true;
+  run.st.soundPath = "/s/a.wav";
+  run.st.txtDefualtToRoute = "OPS";
+  run.st.browseChoice = 1;
+  run.s.KEEPLOCAL = 1;
   EXPECT_FALSE(run.check());
   for (bool y : run.st.serverYellow) EXPECT_TRUE(y);
   EXPECT_EQ(run.st.currentTab, kTabRemoteAccess);
   EXPECT_EQ(run.st.focus, PropertiesFocus::Unchanged);
+  Settings want;
+  want.POA = 1;
+  want.POAFile = "/s/a.wav";
+  want.DEFDEST = "OPS";
+  want.STARTBROWSE = 1;
+  EXPECT_EQ(SettingsFileText(run.s), SettingsFileText(want));
 }
 
 TEST(Hints, ExamplesComeFromTheClockInTheNamedPatterns) {
@@ -136,26 +148,28 @@ TEST(LoadProperties, OutOfRangeValuesFromAHandEditedFile) {
   }
 }
 
-TEST(StoreProperties, DefaultsTrimmedOthersAsTyped) {
-  PropertiesState st = LoadProperties(Settings{});
-  st.txtFormat[0] = "dd mm yy ";
-  st.txtDefaults[1] = " Ops ";
-  st.txtDefaults[4] = " Fire ";
-  st.txtServer[0] = "10.0.0.2 ";
-  st.txtServer[1] = "9000";
-  st.txtServer[2] = "7000";
-  st.txtServer[3] = "120";
+// Each value to its own box and back: defaults lose their outer blanks, formats are stored
+// as typed, server texts as held.
+TEST(StoreProperties, EveryBoxBackToItsOwnValue) {
   Settings s;
-  StoreProperties(st, s);
-  EXPECT_EQ(s.DateFormat, "dd mm yy ");
-  EXPECT_EQ(s.DefToPos, "Ops");
-  EXPECT_EQ(s.IcdName, "Fire");
-  EXPECT_EQ(s.HostName, "10.0.0.2 ");
-  EXPECT_EQ(s.Port, "9000");
-  EXPECT_EQ(s.TimeOut, "7000");
-  EXPECT_EQ(s.SRTime, 120);
-  EXPECT_EQ(s.LoginName, "LOCAL");
-  EXPECT_EQ(s.Pausev, 500);
+  s.DefTo = " To ";
+  s.DefToPos = "ToPos";
+  s.DefFr = "Fr";
+  s.DefFrPos = "FrPos";
+  s.IcdName = "Fire";
+  s.HostName = "10.0.0.2 ";
+  s.Port = "9000";
+  s.TimeOut = "7000";
+  s.SRTime = 120;
+  PropertiesState st = LoadProperties(s);
+  EXPECT_EQ(st.txtDefaults[0], "To");
+  st.txtFormat[0] = "dd mm yy ";
+  st.txtDefaults[0] = " Chief ";
+  Settings back;
+  StoreProperties(st, back);
+  s.DateFormat = "dd mm yy ";
+  s.DefTo = "Chief";
+  EXPECT_EQ(SettingsFileText(back), SettingsFileText(s));
 }
 
 TEST(LinkTest, UsesTypedHostAndPortThenRestoresThem) {
@@ -171,7 +185,10 @@ TEST(LinkTest, UsesTypedHostAndPortThenRestoresThem) {
     std::string seen;
     int cleared = 0;
     ScriptedDialogs dialogs;
-    dialogs.expectMessage(r.result ? "Link Test to Pmdirect passed" : "Link Test to Pmdirect failed");
+    dialogs.expectMessage(r.result ? "Link Test to Pmdirect passed"
+                                   : "Link Test to Pmdirect failed.  Check the following:\r\n"
+                                     "1. Confirm the Host Name and Port Number match Pmdirect\r\n"
+                                     "2. Confirm that Pmdirect is running");
     const auto test = [&](const std::string& text) {
       seen = s.HostName + ":" + s.Port + " " + text;
       return r.result;
@@ -181,6 +198,7 @@ TEST(LinkTest, UsesTypedHostAndPortThenRestoresThem) {
     EXPECT_EQ(s.HostName, "127.0.0.1");
     EXPECT_EQ(s.Port, r.restoredPort);
     EXPECT_EQ(cleared, r.result ? 1 : 0);
+    EXPECT_EQ(dialogs.shown.at(0).icon, r.result ? MsgIcon::None : MsgIcon::Exclamation);
   }
 }
 
@@ -198,6 +216,22 @@ TEST(SoundTest, FailureBeepsAndSaysSo) {
   EXPECT_FALSE(RunSoundTest("/s/a.wav", sound, dialogs));
   EXPECT_EQ(sound.beeps, 1);
   EXPECT_EQ(sound.played, 2);
+}
+
+// Beside the current file, or in the data directory with no name; a cancel keeps the file.
+TEST(SoundTest, AskForWaveFile) {
+  ScriptedDialogs dialogs;
+  dialogs.expectFile("Select .wav file name", "").expectFile("Select .wav file name", "/home/op/siren.wav");
+  EXPECT_EQ(AskForWaveFile("/snd/bell.wav", "/data", dialogs), "/snd/bell.wav");
+  const FileDialogRequest& asked = dialogs.lastFileRequest;
+  EXPECT_EQ(asked.initialDir, "/snd");
+  EXPECT_EQ(asked.fileName, "bell.wav");
+  EXPECT_EQ(asked.filter, "Wave files (*.wav)|*.wav|All Files (*.*)|*.*|");
+  EXPECT_EQ(asked.filterIndex, 1);
+  EXPECT_EQ(asked.defaultExt, "wav");
+  EXPECT_EQ(AskForWaveFile("", "/data", dialogs), "/home/op/siren.wav");
+  EXPECT_EQ(asked.initialDir, "/data");
+  EXPECT_EQ(asked.fileName, "");
 }
 
 }  // namespace
