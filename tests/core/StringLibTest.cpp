@@ -9,7 +9,10 @@ using namespace velnor;
 
 // CR ends a line and LF is dropped: the LF after the last CR is a line of its own.
 TEST(GetLine, WalksTheText) {
-  struct Row { std::string_view text; std::vector<std::string> lines; };
+  struct Row {
+    std::string_view text;
+    std::vector<std::string> lines;
+  };
   const Row rows[] = {{"A\r\nB\r\n", {"A", "B", ""}}, {"A\nB", {"AB"}}, {"X\r\rY", {"X", "", "Y"}}};
   for (const Row& r : rows) {
     std::string_view v = r.text;
@@ -48,14 +51,4 @@ TEST(GetLine, WalkIsLinearOnAHugeText) {
 TEST(ToUpperCp1252, RaisesEveryLetterOfTheCodePage) {
   EXPECT_EQ(ToUpperCp1252("az09-\x9a\x9c\x9e\xff\xe0\xe9\xf6\xf8\xfe\xdf\xb5\xaa\xba\xf7\xc9\x8a"),
             "AZ09-\x8a\x8c\x8e\x9f\xc0\xc9\xd6\xd8\xde\xdf\xb5\xaa\xba\xf7\xc9\x8a");
-}
-
-TEST(ParseInt16, AcceptsBlanksAndRejectsJunkAndRange) {
-  short v = 0;
-  EXPECT_TRUE(ParseInt16("  42 ", v));
-  EXPECT_EQ(v, 42);
-  EXPECT_TRUE(ParseInt16("-32768", v));
-  EXPECT_FALSE(ParseInt16("32768", v));
-  EXPECT_FALSE(ParseInt16("12ab", v));
-  EXPECT_FALSE(ParseInt16("", v));
 }
