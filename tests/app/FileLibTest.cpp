@@ -172,10 +172,8 @@ TEST(FileLibDirectories, BlockedRowShowsItsMessageAndStops) {
               std::tuple(message, "Velnor", MsgButtons::Ok));
     bool before = *row.sub != 0;
     for (const std::string sub : kSubdirs) {
-      if (sub == row.sub)
-        before = false;
-      else
-        EXPECT_EQ(fs::is_directory(d.data + "/" + sub), before) << sub;
+      if (sub == row.sub) before = false;
+      else EXPECT_EQ(fs::is_directory(d.data + "/" + sub), before) << sub;
       if (sub == "logs") EXPECT_EQ(d.logsPath, before ? d.data + "/logs" : "");
     }
   }

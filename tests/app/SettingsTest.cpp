@@ -93,22 +93,18 @@ TEST_F(SettingsFile, WriteReplacesTheWholeFileOrThrows) {
 
 // Each text read alone: the member named and the value it must hold.
 TEST(SettingsReader, TextCases) {
-  struct Case {
-    const char* text;
-    std::string Settings::*member;
-    const char* expected;
-  };
+  struct Case { const char* text; std::string Settings::*member; const char* expected; };
   const Case cases[] = {
       {"  LoginName  = ABC\r\n", &Settings::LoginName, " ABC"},  // key trimmed, value not
       {"HostName=a=b= \r\n", &Settings::HostName, "a=b= "},
       {"loginname=ABC\r\n", &Settings::LoginName, "LOCAL"},  // keys are case-sensitive
       {"Version=9.9.9\r\nLoginName=V\r\n", &Settings::LoginName, "V"},
-      {"[ROUTES]\r\nHostName=h\r\n", &Settings::HostName, "h"},                 // sections do not matter
-      {"LoginName=A\r\nDEFDEST=NODE", &Settings::DEFDEST, "NODE"},              // no end on the last line
+      {"[ROUTES]\r\nHostName=h\r\n", &Settings::HostName, "h"},  // sections do not matter
+      {"LoginName=A\r\nDEFDEST=NODE", &Settings::DEFDEST, "NODE"},  // no end on the last line
       {"[Velnor]\nLoginName=ABC\nDEFDEST=X\n", &Settings::LoginName, "LOCAL"},  // LF only: one line
       {"LoginName=ABC\nDEFDEST=X\n", &Settings::LoginName, "ABCDEFDEST=X"},
       {"LoginName=A\rTimeOut=7\r", &Settings::TimeOut, "7"},  // a lone CR ends a line
-      {"DefTo=A\r\nDefTo=B\r\n", &Settings::DefTo, "B"},      // the last one wins
+      {"DefTo=A\r\nDefTo=B\r\n", &Settings::DefTo, "B"},     // the last one wins
       {"DEFDEST=\r\n", &Settings::DEFDEST, ""},
       {"LoginName\r\n", &Settings::LoginName, "LOCAL"},
       {"[LoginName=X\r\n", &Settings::LoginName, "LOCAL"},  // a bracket line is skipped
@@ -118,10 +114,7 @@ TEST(SettingsReader, TextCases) {
 
 // A bad integer keeps the value it had, and the line after it is still read.
 TEST(SettingsReader, IntegerCases) {
-  struct Case {
-    const char* value;
-    short expected;
-  };
+  struct Case { const char* value; short expected; };
   const Case cases[] = {{"90", 90},    {"  45 ", 45},      {"-7", -7},     {"32767", 32767},
                         {"32768", 60}, {"-32768", -32768}, {"-32769", 60}, {"99999999999999999999", 60},
                         {"abc", 60},   {"12x", 60},        {"", 60},       {"120.0", 120},

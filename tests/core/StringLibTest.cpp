@@ -9,10 +9,7 @@ using namespace velnor;
 
 // CR ends a line and LF is dropped: the LF after the last CR is a line of its own.
 TEST(GetLine, WalksTheText) {
-  struct Row {
-    std::string_view text;
-    std::vector<std::string> lines;
-  };
+  struct Row { std::string_view text; std::vector<std::string> lines; };
   const Row rows[] = {{"A\r\nB\r\n", {"A", "B", ""}}, {"A\nB", {"AB"}}, {"X\r\rY", {"X", "", "Y"}}};
   for (const Row& r : rows) {
     std::string_view v = r.text;

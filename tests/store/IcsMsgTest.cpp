@@ -1,10 +1,11 @@
+#include "store/IcsMsg.h"
+
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
 #include <functional>
 
-#include "store/IcsMsg.h"
 #include "tests/store/StoreFiles.h"
 
 namespace velnor {
@@ -32,8 +33,7 @@ TEST_F(IcsMsgTest, NewMsgTakesTheNextNumberAndKeepsTheRecord) {
   EXPECT_EQ(m.rec().KeepLocal(), 0);
   const std::string six = ImageOf(m.rec());
   EXPECT_EQ(m.NewMsg(), 7);  // NewMsg clears nothing else: same subject and status again
-  EXPECT_EQ(std::tuple(m.rec().MsgNo(), m.rec().Subj(), m.rec().Status()),
-            std::tuple(7, "hello", Status::Draft));
+  EXPECT_EQ(std::tuple(m.rec().MsgNo(), m.rec().Subj(), m.rec().Status()), std::tuple(7, "hello", Status::Draft));
   const std::string bytes = ReadFile(store());
   EXPECT_EQ(NumbersIn(bytes), (Numbers{2, 3, 4, 6, 7}));
   EXPECT_EQ(bytes, StoreBytes(7, {2, 3, 4}) + six + ImageOf(m.rec()));
@@ -86,18 +86,11 @@ TEST_F(IcsMsgTest, DeleteOneDropsEveryCopyAndKeepsTheCounter) {
 // Lengths that are not whole records: the count rounds half to even (4411 bytes is
 // exactly half a record), and the tail of a record reads as zeros.
 TEST_F(IcsMsgTest, PartialLastRecord) {
-  struct Row {
-    Numbers whole;
-    std::string tail;
-    int listed;
-  };
+  struct Row { Numbers whole; std::string tail; int listed; };
   const std::string eight = MessageRecord(8);
-  const Row rows[] = {{{7}, eight.substr(0, 100), 1},
-                      {{7}, eight.substr(0, 4411), 1},
-                      {{7}, eight.substr(0, 4412), 2},
-                      {{7}, eight.substr(0, 8821), 2},
-                      {{1}, std::string(kRecLen / 2, '\x01'), 1},
-                      {{1, 2}, std::string(kRecLen / 2, '\0'), 3}};
+  const Row rows[] = {{{7}, eight.substr(0, 100), 1},          {{7}, eight.substr(0, 4411), 1},
+                      {{7}, eight.substr(0, 4412), 2},         {{7}, eight.substr(0, 8821), 2},
+                      {{1}, std::string(kRecLen / 2, '\x01'), 1}, {{1, 2}, std::string(kRecLen / 2, '\0'), 3}};
   for (const Row& row : rows) {
     SCOPED_TRACE(&row - rows);
     WriteFile(store(), StoreBytes(7, row.whole) + row.tail);
@@ -190,11 +183,10 @@ TEST_F(IcsMsgTest, NewMsgOutsideItsNumbersStoresThenOverflows) {
 TEST_F(IcsMsgTest, FailuresAreLoggedAndRaisedWithTheirSource) {
   ASSERT_TRUE(std::filesystem::create_directory(store()));  // the store path is a directory
   IcsMsg m(dir.path(), log);
-  const std::pair<std::string, std::function<void()>> ops[] = {{"Load", [&] { m.Load(1); }},
-                                                               {"Add", [&] { m.Add(); }},
-                                                               {"Update", [&] { m.Update(1); }},
-                                                               {"GetList", [&] { m.GetList(); }},
-                                                               {"DeleteOne", [&] { m.DeleteOne(1); }}};
+  const std::pair<std::string, std::function<void()>> ops[] = {
+      {"Load", [&] { m.Load(1); }},       {"Add", [&] { m.Add(); }},
+      {"Update", [&] { m.Update(1); }},   {"GetList", [&] { m.GetList(); }},
+      {"DeleteOne", [&] { m.DeleteOne(1); }}};
   for (const auto& [name, run] : ops) {
     log.entries.clear();
     const VError e = Thrown(run);
