@@ -19,6 +19,9 @@ TEST_F(IcsMsgTest, FirstLoadCreatesTheGoldenEmptyStore) {
   IcsMsg m(dir.path(), log);
   EXPECT_FALSE(m.Load(1));
   EXPECT_EQ(ReadFile(store()), HeaderRecord(0));
+  const mode_t mask = ::umask(0);
+  ::umask(mask);
+  EXPECT_EQ(std::filesystem::status(store()).permissions(), std::filesystem::perms(0644 & ~mask));
   EXPECT_EQ(m.rec().image(), MsgRecord().image());  // header-only store: current untouched
   EXPECT_TRUE(log.entries.empty());
 }
@@ -66,12 +69,12 @@ TEST_F(IcsMsgTest, UpdateListedWritesTheRecordTheWalkFound) {
 
 // A temporary file left by a crash is replaced; the new store keeps the old one's permissions.
 TEST_F(IcsMsgTest, DeleteOneDropsEveryCopyAndKeepsTheCounter) {
-  make(4, {1, 2, 3, 3, 4});
+  make(4, {1, 2, 3, 3, 4, 1 << 24});
   WriteFile(dir.file("IcsData.tmp"), "left over from a crash");
   ::chmod(store().c_str(), 0640);
   IcsMsg m(dir.path(), log);
   m.DeleteOne(3);
-  EXPECT_EQ(ReadFile(store()), StoreBytes(4, {1, 2, 4}));
+  EXPECT_EQ(ReadFile(store()), StoreBytes(4, {1, 2, 4, 1 << 24}));
   EXPECT_FALSE(std::filesystem::exists(dir.file("IcsData.tmp")));
   EXPECT_EQ(std::filesystem::status(store()).permissions(), std::filesystem::perms(0640));
   EXPECT_EQ(m.NewMsg(), 5);
@@ -79,7 +82,8 @@ TEST_F(IcsMsgTest, DeleteOneDropsEveryCopyAndKeepsTheCounter) {
   const std::string before = ReadFile(store());
   m.DeleteOne(99);
   EXPECT_EQ(ReadFile(store()), before);
-  for (std::int32_t n : {5, 1, 2, 4, 5}) m.DeleteOne(n);  // the header stays, even when its counter matches
+  // The header stays, even when its counter matches.
+  for (std::int32_t n : {5, 1, 2, 4, 1 << 24, 5}) m.DeleteOne(n);
   EXPECT_EQ(ReadFile(store()), HeaderRecord(5));
 }
 
@@ -149,14 +153,16 @@ TEST_F(IcsMsgTest, SixteenBitWalkLimits) {
   EXPECT_EQ(log.entries, (std::vector<std::string>{"Overflow in PmMsg:Load", "Overflow in PmMsg:Update"}));
 
   sized(32767, 5);
-  EXPECT_TRUE(m.Load(5));  // found at the very last record: no overflow
-  EXPECT_TRUE(m.Load(0));  // the sparse records are number 0
-  EXPECT_THROW(m.Load(6), VError);
-  EXPECT_EQ(m.rec().MsgNo(), 5);  // the walk got to the last record
+  EXPECT_THROW(m.Load(6), VError);  // walked to the end, or (below) through the index: no number
+  EXPECT_EQ(m.rec().MsgNo(), 5);    // the walk got to the last record
+  EXPECT_TRUE(m.Load(5));           // found at the very last record: no overflow
+  EXPECT_TRUE(m.Load(0));           // the sparse records are number 0
   m.rec().setMsgNo(6);
   EXPECT_THROW(m.Update(6), VError);
   EXPECT_EQ(std::filesystem::file_size(store()), 32767u * kRecLen);
   EXPECT_TRUE(m.Load(5));  // nothing was written over the last record
+  m.Add();
+  EXPECT_THROW(m.Load(5), VError);  // one record more: an index that knows the file lifts no limit
 
   sized(32766, 0);
   EXPECT_FALSE(m.Load(6));
@@ -215,6 +221,12 @@ TEST_F(IcsMsgTest, DeleteOneThatCannotBuildItsCopyLeavesTheStore) {
   EXPECT_EQ(ReadFile(store()), StoreBytes(3, {1, 2, 3}));
   ASSERT_EQ(log.entries.size(), 1u);
   EXPECT_NE(log.entries[0].find(" in PmMsg:DeleteOne"), std::string::npos);
+  // A failure once the copy is begun removes it.
+  std::filesystem::remove_all(dir.file("IcsData.tmp"));
+  m.setStepHook([](int) { throw VError(kErrDeviceIO, "test", "I/O error"); });
+  EXPECT_THROW(m.DeleteOne(2), VError);
+  EXPECT_EQ(ReadFile(store()), StoreBytes(3, {1, 2, 3}));
+  EXPECT_FALSE(std::filesystem::exists(dir.file("IcsData.tmp")));
 }
 
 }  // namespace
