@@ -52,7 +52,8 @@ TEST(FileLibDataPath, WhereAmIIsTheProgramFolderNameOrAStep1Failure) {
   EXPECT_EQ(FileLib::WhereAmI(f.env(), f.log), "Velnor");
   f.exeDir = "noslash";
   EXPECT_EQ(FileLib::WhereAmI(f.env(), f.log), "noslash");
-  EXPECT_FALSE(FileLib::WhereAmI(FileLib::Environment::FromProcess(), f.log).empty());
+  EXPECT_EQ(FileLib::WhereAmI(FileLib::Environment::FromProcess(), f.log),
+            fs::read_symlink("/proc/self/exe").parent_path().filename());
   auto env = f.env();
   env.exeDir = []() -> std::string { throw VError(kErrDeviceIO, "readlink", "I/O error"); };
   const VError e = Thrown([&] { FileLib::WhereAmI(env, f.log); });
@@ -66,16 +67,19 @@ TEST(FileLibDataPath, NoConfFallsBackToAppDataThenXdgThenHome) {
   Fixture f;
   EXPECT_EQ(FileLib::DefineDataPath("Velnor", "Pellmoor.conf", f.env(), f.log), f.tmp.file("appdata/Velnor"));
   EXPECT_TRUE(f.log.entries.empty());
-  f.vars = {{"XDG_DATA_HOME", "/xdg"}, {"HOME", "/home/op"}};
-  EXPECT_EQ(FileLib::AppDataDir(f.env()), "/xdg");
-  f.vars = {{"APPDATA", ""}, {"XDG_DATA_HOME", ""}, {"HOME", "/home/op"}};
-  EXPECT_EQ(FileLib::AppDataDir(f.env()), "/home/op/.local/share");
-  f.vars = {{"APPDATA", "/ad"}, {"XDG_DATA_HOME", "/xdg"}};
-  EXPECT_EQ(FileLib::AppDataDir(f.env()), "/ad");
+  using Vars = std::map<std::string, std::string>;
+  const std::pair<Vars, std::string> rows[] = {
+      {{{"XDG_DATA_HOME", "/xdg"}, {"HOME", "/home/op"}}, "/xdg"},
+      {{{"APPDATA", ""}, {"XDG_DATA_HOME", ""}, {"HOME", "/home/op"}}, "/home/op/.local/share"},
+      {{{"APPDATA", "/ad"}, {"XDG_DATA_HOME", "/xdg"}}, "/ad"}};
+  for (const auto& [vars, dir] : rows) {
+    f.vars = vars;
+    EXPECT_EQ(FileLib::AppDataDir(f.env()), dir);
+  }
   f.vars.clear();  // no folder at all: a step 2 failure
   const VError e = Thrown([&] { FileLib::DefineDataPath("Velnor", "Pellmoor.conf", f.env(), f.log); });
-  EXPECT_EQ(e.source(), "FileLib:DefineDataPath");
-  EXPECT_EQ(e.number(), kErrPathNotFound + FileLib::kUserErrorBase);
+  EXPECT_EQ(std::tuple(e.source(), e.number()),
+            std::tuple("FileLib:DefineDataPath", kErrPathNotFound + FileLib::kUserErrorBase));
   EXPECT_NE(e.description().find(", Step = 2"), std::string::npos);
   ASSERT_EQ(f.log.entries.size(), 1u);
   EXPECT_NE(f.log.entries[0].find(" FileLib:DefineDataPath, Step = 2"), std::string::npos);
@@ -122,47 +126,33 @@ struct Dirs {
   bool check() { return FileLib::CheckDirectories(data, logsPath, dialogs, log); }
 };
 
+// A plain file bearing a directory's name counts as that directory; everything else is
+// made, and a second run finds everything and says nothing.
 TEST(FileLibDirectories, CleanRunCreatesTheWholeTree) {
   Dirs d;
-  EXPECT_TRUE(d.check());
-  EXPECT_EQ(d.logsPath, d.data + "/logs");
-  for (const char* sub : kSubdirs) EXPECT_TRUE(fs::is_directory(d.data + "/" + sub)) << sub;
-  EXPECT_EQ(std::distance(fs::directory_iterator(d.data), fs::directory_iterator()), 11);
-  // A second run finds everything and says nothing.
-  d.logsPath.clear();
-  EXPECT_TRUE(d.check());
-  EXPECT_EQ(d.logsPath, d.data + "/logs");
+  fs::create_directory(d.data);
+  WriteBytes(d.data + "/logs", "not a directory");
+  for (int run = 0; run < 2; ++run) {
+    d.logsPath.clear();
+    EXPECT_TRUE(d.check());
+    EXPECT_EQ(d.logsPath, d.data + "/logs");
+    for (const std::string sub : kSubdirs)
+      EXPECT_EQ(fs::is_directory(d.data + "/" + sub), sub != "logs") << sub;
+    EXPECT_EQ(std::distance(fs::directory_iterator(d.data), fs::directory_iterator()), 11);
+  }
   EXPECT_TRUE(d.dialogs.shown.empty());
   EXPECT_TRUE(d.log.entries.empty());
 }
 
-TEST(FileLibDirectories, TwoLevelsBelowNothingStopsAtTheMainDirectory) {
-  Dirs d;
-  d.data = d.tmp.file("a/b");
-  d.dialogs.expectMessage("Cannot create program main data directory");
-  EXPECT_FALSE(d.check());
-  const auto& shown = d.dialogs.shown.at(0);
-  EXPECT_EQ(shown.text, "Cannot create program main data directory");
-  EXPECT_EQ(shown.caption, "Velnor");
-  EXPECT_EQ(shown.buttons, MsgButtons::Ok);
-  EXPECT_TRUE(d.logsPath.empty());
-  EXPECT_FALSE(fs::exists(d.tmp.file("a")));
-}
-
-TEST(FileLibDirectories, PlainFileBearingADirectoryNameCountsAsExisting) {
-  Dirs d;
-  fs::create_directory(d.data);
-  WriteBytes(d.data + "/logs", "not a directory");
-  EXPECT_TRUE(d.check());
-  EXPECT_TRUE(fs::is_regular_file(d.data + "/logs"));
-  EXPECT_EQ(d.logsPath, d.data + "/logs");
-  EXPECT_TRUE(fs::is_directory(d.data + "/spool"));
-}
-
-// A dangling symlink is "absent" to stat but fails mkdir: rows before it exist, later ones are not tried.
+// A dangling symlink is "absent" to stat but fails mkdir: rows before it exist, later ones
+// are not tried. The main directory's own row comes first.
 TEST(FileLibDirectories, BlockedRowShowsItsMessageAndStops) {
-  struct Row { const char* sub; const char* message; };  // nullptr: "Cannot create data directory: " + path
-  const Row rows[] = {{"archive", "Cannot create 'archive' data directory"},
+  struct Row {
+    const char* sub;
+    const char* message;
+  };  // nullptr: "Cannot create data directory: " + path
+  const Row rows[] = {{"", "Cannot create program main data directory"},
+                      {"archive", "Cannot create 'archive' data directory"},
                       {"logs", "Cannot create 'logs' data directory"},
                       {"docs", "Cannot create 'docs' data directory"},
                       {"bbs.d", nullptr},
@@ -171,20 +161,27 @@ TEST(FileLibDirectories, BlockedRowShowsItsMessageAndStops) {
   for (const Row& row : rows) {
     SCOPED_TRACE(row.sub);
     Dirs d;
-    fs::create_directory(d.data);
-    const std::string path = d.data + "/" + row.sub;
+    const std::string path = *row.sub ? d.data + "/" + row.sub : d.data;
+    if (*row.sub) fs::create_directory(d.data);
     fs::create_symlink(d.tmp.file("nowhere/at/all"), path);
     const std::string message = row.message ? row.message : "Cannot create data directory: " + path;
     d.dialogs.expectMessage(message);
     EXPECT_FALSE(d.check());
-    EXPECT_EQ(d.dialogs.shown.at(0).text, message);
-    bool before = true;
+    const auto& shown = d.dialogs.shown.at(0);
+    EXPECT_EQ(std::tuple(shown.text, shown.caption, shown.buttons),
+              std::tuple(message, "Velnor", MsgButtons::Ok));
+    bool before = *row.sub != 0;
     for (const std::string sub : kSubdirs) {
       if (sub == row.sub) before = false;
       else EXPECT_EQ(fs::is_directory(d.data + "/" + sub), before) << sub;
       if (sub == "logs") EXPECT_EQ(d.logsPath, before ? d.data + "/logs" : "");
     }
   }
+  Dirs d;  // two levels below nothing: stops at the main directory
+  d.data = d.tmp.file("a/b");
+  d.dialogs.expectMessage("Cannot create program main data directory");
+  EXPECT_FALSE(d.check());
+  EXPECT_FALSE(fs::exists(d.tmp.file("a")));
 }
 
 TEST(FileLibPaths, HelpersAndReadTextFileContents) {

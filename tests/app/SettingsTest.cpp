@@ -19,35 +19,17 @@ void WriteBytes(const std::string& path, const std::string& bytes) {
   std::ofstream(path, std::ios::binary) << bytes;
 }
 
+// The defaults file, with '|' for each CR LF.
 std::string DefaultFileText() {
-  return "[Velnor]\r\n"
-         "Version=" + ProgramVersion() + "\r\n"
-         "\r\n"
-         "[GENERAL OPTIONS]\r\n"
-         "LoginName=LOCAL\r\n"
-         "DateFormat=mm/dd/yyyy\r\n"
-         "TimeFormat=hh:mm\r\n"
-         "IcdName=\r\n"
-         "DefTo=\r\n"
-         "DefToPos=\r\n"
-         "DefFr=\r\n"
-         "DefFrPos=\r\n"
-         "SRTime=60\r\n"
-         "STARTBROWSE=0\r\n"
-         "\r\n"
-         "[NETWORK OPTIONS]\r\n"
-         "HostName=127.0.0.1\r\n"
-         "Port=9334\r\n"
-         "TimeOut=5000\r\n"
-         "Pausev=500\r\n"
-         "\r\n"
-         "[SENDRECEIVE SETTINGS]\r\n"
-         "POA=0\r\n"
-         "POAFile=\r\n"
-         "\r\n"
-         "[ROUTES]\r\n"
-         "KEEPLOCAL=0\r\n"
-         "DEFDEST=LOCAL\r\n";
+  const std::string bars =
+      "[Velnor]|Version=" + ProgramVersion() +
+      "||[GENERAL OPTIONS]|LoginName=LOCAL|DateFormat=mm/dd/yyyy|TimeFormat=hh:mm|IcdName=|"
+      "DefTo=|DefToPos=|DefFr=|DefFrPos=|SRTime=60|STARTBROWSE=0||[NETWORK OPTIONS]|"
+      "HostName=127.0.0.1|Port=9334|TimeOut=5000|Pausev=500||[SENDRECEIVE SETTINGS]|POA=0|"
+      "POAFile=||[ROUTES]|KEEPLOCAL=0|DEFDEST=LOCAL|";
+  std::string text;
+  for (const char c : bars) text += c == '|' ? std::string("\r\n") : std::string(1, c);
+  return text;
 }
 
 Settings Parsed(const std::string& text) {
@@ -67,10 +49,20 @@ class SettingsFile : public ::testing::Test {
   const std::string file = dir.file("velnor.ini");
 };
 
-TEST_F(SettingsFile, MissingFileIsCreatedWithTheDefaultsByteForByte) {
+// Missing: created with the defaults. Existing, empty or unreadable: read, never rewritten.
+TEST_F(SettingsFile, MissingFileIsCreatedAndAnyOtherIsReadNotRewritten) {
   EXPECT_EQ(SettingsFileText(ReadSettings(file)), DefaultFileText());
   EXPECT_EQ(ReadBytes(file), DefaultFileText());
   EXPECT_FALSE(std::filesystem::exists(file + ".new"));
+  WriteBytes(file, "LoginName=ABC\r\n");
+  EXPECT_EQ(ReadSettings(file).LoginName, "ABC");
+  EXPECT_EQ(ReadBytes(file), "LoginName=ABC\r\n");
+  WriteBytes(file, "");
+  EXPECT_EQ(SettingsFileText(ReadSettings(file)), DefaultFileText());
+  EXPECT_EQ(ReadBytes(file), "");
+  std::filesystem::remove(file);
+  std::filesystem::create_directory(file);  // exists, cannot be read
+  EXPECT_EQ(SettingsFileText(ReadSettings(file)), DefaultFileText());
 }
 
 TEST(SettingsText, WrittenValuesReadBackUnchanged) {
@@ -87,20 +79,6 @@ TEST(SettingsText, WrittenValuesReadBackUnchanged) {
   s.DEFDEST = "\xC9QUIPE";  // station text byte above 127
   const std::string text = SettingsFileText(s);
   EXPECT_EQ(SettingsFileText(Parsed(text)), text);
-}
-
-TEST_F(SettingsFile, ExistingFileIsReadNotRewritten) {
-  WriteBytes(file, "LoginName=ABC\r\n");
-  EXPECT_EQ(ReadSettings(file).LoginName, "ABC");
-  EXPECT_EQ(ReadBytes(file), "LoginName=ABC\r\n");
-  WriteBytes(file, "");  // empty: defaults, and it stays empty
-  EXPECT_EQ(SettingsFileText(ReadSettings(file)), DefaultFileText());
-  EXPECT_EQ(ReadBytes(file), "");
-}
-
-TEST_F(SettingsFile, UnreadableFileKeepsDefaultsAndIsLeftAlone) {
-  std::filesystem::create_directory(file);  // exists, cannot be read
-  EXPECT_EQ(SettingsFileText(ReadSettings(file)), DefaultFileText());
 }
 
 TEST_F(SettingsFile, WriteReplacesTheWholeFileOrThrows) {

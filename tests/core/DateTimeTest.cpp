@@ -63,7 +63,8 @@ TEST(FormatDate, Patterns) {
       {jan5, "t", "7:03:04 AM"},               {jan5, "TTTTT", "7:03:04 AM"},
       {jan5, "yyyy-mm-dd [x]", "2026-01-05 [x]"},
       {kInstant, "t", "2:05:09 PM"},           {kNov19, "t", "12:00:00 AM"},
-      {At(kNov19, 12, 0, 0), "t", "12:00:00 PM"},
+      {At(kNov19, 12, 0, 0), "t", "12:00:00 PM"}, {At(kNov19, 11, 59, 59), "t", "11:59:59 AM"},
+      {-36522, "dddd", "Wednesday"},  // 1 Jan 1800: a weekday before the epoch
   };
   for (const Row& r : rows) EXPECT_EQ(FormatDate(r.at, r.pattern), r.expected) << r.pattern;
 }
@@ -90,6 +91,8 @@ TEST(ParseDateText, StandardIsoAndOperatorForms) {
       {"2026-11-19T14:05:09.250", kInstant},
       {"05/06/2026 10:00", At(46178, 10, 0, 0), "dd/mm/yyyy", "hh:mm"},  // 5 June
       {"11/19/2026 2:05:09 PM", kInstant, "dd/mm/yyyy", "hh:mm"},
+      {"5126", At(46027, 0, 0, 0), "dmyy"},  // one letter before another number: one digit
+      {"12/31/9999", 2958465},
   };
   for (const Row& r : rows) {
     const auto v = ParseDateText(r.text, r.date, r.time);
@@ -124,7 +127,7 @@ TEST(ParseDateText, RoundTripThroughOperatorFormats) {
 }
 
 TEST(ParseDateText, RejectsRatherThanGuesses) {
-  struct Row { std::string text; const char* date = ""; const char* time = ""; };
+  struct Row { std::string text; std::string date = ""; std::string time = ""; };
   const Row rows[] = {
       {""}, {"   "}, {"tomorrow"}, {"13/01/2026"}, {"2/30/2026"}, {"2/29/2025"},  // no such day
       {"2/29/2024 24:00"}, {"11/19/2026 13:05 PM"}, {"11/19/2026 2:60:00 PM"},
@@ -136,8 +139,18 @@ TEST(ParseDateText, RejectsRatherThanGuesses) {
       {"19-11-2026", "dd/mm/yyyy", "hh:mm"},
       {"99999999999999999999/1/2026"},
       {std::string(1 << 20, '1'), "yyyymmdd", "hhmmss"},  // huge input rejected, not scanned
+      {"11/19/2026 14:05", "mm/dd/yyyy", std::string(65, 'x')}, {"11/19/2026", std::string(65, 'x')},
+      {"11/19/2026 :30", "mm/dd/yyyy", "hh:mm"},
+      {"0000 10:00", "yyyy", "hh:mm"}, {"00 10:00", "dd", "hh:mm"},  // a date field read is a date
   };
   for (const Row& r : rows) EXPECT_FALSE(ParseDateText(r.text, r.date, r.time).has_value()) << r.text.substr(0, 40);
+  // Every month's last day, and the day after it.
+  const int lengths[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+  for (int month = 1; month <= 12; ++month) {
+    const auto day = [&](int d) { return std::to_string(month) + "/" + std::to_string(d) + "/2026"; };
+    EXPECT_TRUE(ParseDateText(day(lengths[month - 1]), "", "").has_value()) << month;
+    EXPECT_FALSE(ParseDateText(day(lengths[month - 1] + 1), "", "").has_value()) << month;
+  }
 }
 
 }  // namespace

@@ -49,13 +49,3 @@ TEST(ToUpperCp1252, RaisesEveryLetterOfTheCodePage) {
   EXPECT_EQ(ToUpperCp1252("az09-\x9a\x9c\x9e\xff\xe0\xe9\xf6\xf8\xfe\xdf\xb5\xaa\xba\xf7\xc9\x8a"),
             "AZ09-\x8a\x8c\x8e\x9f\xc0\xc9\xd6\xd8\xde\xdf\xb5\xaa\xba\xf7\xc9\x8a");
 }
-
-TEST(ParseInt16, AcceptsBlanksAndRejectsJunkAndRange) {
-  short v = 0;
-  EXPECT_TRUE(ParseInt16("  42 ", v));
-  EXPECT_EQ(v, 42);
-  EXPECT_TRUE(ParseInt16("-32768", v));
-  EXPECT_FALSE(ParseInt16("32768", v));
-  EXPECT_FALSE(ParseInt16("12ab", v));
-  EXPECT_FALSE(ParseInt16("", v));
-}

@@ -125,22 +125,15 @@ TEST_F(IcsMsgProcesses, WaiterFollowsAStoreReplacedWhileItWaited) {
   EXPECT_EQ(NumbersIn(bytes), (std::vector<std::int32_t>{5, 6, 7, 8}));
 }
 
-// The first record holding number, or (not found) the last record, as a walk of bytes
-// finds them.
-struct Walked {
-  bool found = false;
-  std::size_t at = 0;  // byte offset of that record
-};
-Walked WalkFor(const std::string& bytes, std::int32_t number) {
-  Walked w;
-  for (std::size_t at = kRecLen; at + kRecLen <= bytes.size(); at += kRecLen) {
-    w.at = at;
-    if (GetI32(bytes, at) == number) {
-      w.found = true;
-      break;
-    }
+// The byte offset of the first record holding number, or (not found) of the last record,
+// as a walk of bytes finds them; and whether it was found.
+std::pair<std::size_t, bool> WalkFor(const std::string& bytes, std::int32_t number) {
+  std::size_t at = 0;
+  for (std::size_t r = kRecLen; r + kRecLen <= bytes.size(); r += kRecLen) {
+    at = r;
+    if (GetI32(bytes, r) == number) return {at, true};
   }
-  return w;
+  return {at, false};
 }
 
 // Between two of our calls another process changes the store, right after our own write:
@@ -206,17 +199,17 @@ TEST_F(IcsMsgProcesses, IndexedLoadAndUpdateAnswerAsTheWalkWhateverChangedBetwee
         c.make();
 
         const std::string bytes = ReadFile(store());
-        const Walked w = WalkFor(bytes, probe);
+        const auto [at, found] = WalkFor(bytes, probe);
         if (update) {
           m.rec().setSubj("written");
           m.Update(probe);
-          const std::string want =
-              w.found ? std::string(bytes).replace(w.at, kRecLen, ImageOf(m.rec())) : bytes;
+          const std::string want = found ? std::string(bytes).replace(at, kRecLen, ImageOf(m.rec())) : bytes;
           EXPECT_EQ(NumbersIn(ReadFile(store())), NumbersIn(want));
           EXPECT_TRUE(ReadFile(store()) == want);
+          EXPECT_EQ(m.rec().Subj(), "written");  // the search did not disturb the current record
         } else {
-          EXPECT_EQ(m.Load(probe), w.found);
-          EXPECT_TRUE(ImageOf(m.rec()) == bytes.substr(w.at, kRecLen));
+          EXPECT_EQ(m.Load(probe), found);
+          EXPECT_TRUE(ImageOf(m.rec()) == bytes.substr(at, kRecLen));
         }
         EXPECT_EQ(m.walks(), std::string(c.change) == "nothing" ? 1 : 2);
       }
