@@ -1,5 +1,6 @@
 // The window as a whole program: first start, the global file, and a Send against the simulator
 // on the smallest screen; scripts/screenshots runs the last with VELNOR_SHOTS_DIR to make docs/*.png.
+#include <QElapsedTimer>
 #include <QLabel>
 #include <QPixmap>
 #include <QScrollArea>
@@ -55,9 +56,19 @@ TEST_F(WindowTest, FirstStartThenShutdownKeepsThePlaceAndRewritesTheGlobalFileOn
   auto* scroll = find<QScrollArea>("scrForm");
   ASSERT_NE(scroll, nullptr);
   EXPECT_GT(scroll->verticalScrollBar()->maximum(), 0);
+  // Nothing is cut off: every control lies wholly in the scrolled form and fits its view.
+  std::vector<QWidget*> controls{find("txtDefaultToRoute"), find("chkKeepLocal")};
+  for (Field f : kAllFields) controls.push_back(field(f));
+  for (auto* b : scroll->widget()->findChildren<QPushButton*>()) controls.push_back(b);
+  const QRect view = scroll->viewport()->rect();
+  for (QWidget* w : controls) {
+    const QRect r(w->mapTo(scroll->widget(), QPoint(0, 0)), w->size());
+    EXPECT_TRUE(scroll->widget()->rect().contains(r) && r.height() <= view.height() &&
+                r.width() <= view.width())
+        << w->objectName().toStdString();
+  }
   win->focusBox(Field::ReplyPos);
-  EXPECT_TRUE(
-      scroll->viewport()->rect().contains(field(Field::ReplyPos)->mapTo(scroll->viewport(), QPoint(0, 0))));
+  EXPECT_TRUE(view.contains(field(Field::ReplyPos)->mapTo(scroll->viewport(), QPoint(0, 0))));
 
   // Same version, nothing changed: shutdown must not rewrite what Pellmoor added since. The
   // window's place is kept, outside the settings file.
@@ -339,11 +350,16 @@ TEST_F(PictureTest, SendDuringAScheduledSessionGoesOnceAndAFailedLinkStaysInView
   EXPECT_EQ(StoredStatus(1), Status::Sent);
   EXPECT_EQ(MsgInfo(), "Msg# 1,  Locally created message; Sent");
 
-  // Nothing listens any more: the next session fails and says why, in red.
+  // Nothing listens any more: the next session fails at once and says why, in red.
   sim.stop();
+  win->settings().TimeOut = "20000";
+  QElapsedTimer took;
+  took.start();
   link.RunSession();
-  EXPECT_EQ(find<QLabel>("NetState")->text().toStdString(),
-            "Disconnected. Last session 14:05 failed: Connection refused");
+  EXPECT_LT(took.elapsed(), 5000);  // the failure's two seconds on screen, no TimeOut
+  auto* netState = find<QLabel>("NetState");
+  EXPECT_EQ(netState->text().toStdString(), "Disconnected. Last session 14:05 failed: Connection refused");
+  EXPECT_EQ(netState->palette().color(QPalette::WindowText), QColor(0xB0, 0, 0));
   shoot("link-failed");
 }
 
