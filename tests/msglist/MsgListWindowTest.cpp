@@ -65,33 +65,23 @@ class MsgListWindowTest : public WindowTest {
     click("cmdSend");
     return ed->CurrentMsgNo();
   }
-  // A message from another station, as its own Velnor encodes it.
-  void HandInMessage(const Event& e) {
-    MsgRecord r = Sample(Status::ReadyToSend, Origin::Local, Kind::Message, e.subject);
+  // A message from another station as its own Velnor encodes it: a new one, or with `answered`
+  // their answer to a message of ours, the message itself with the reply filled in.
+  void HandInFrom(const Event& e, std::optional<MsgRecord> answered = std::nullopt) {
+    MsgRecord r = answered.value_or(Sample(Status::ReadyToSend, Origin::Local, Kind::Message, e.subject));
+    if (answered) {
+      r.setKind(Kind::Reply);
+      r.setReply(e.text);
+      r.setRepSign("M. Chen");
+      r.setRepDate(clock.value);
+    } else {
+      r.setFr(e.station == std::string("EOC") ? "EOC" : "Logistics");
+      r.setSign("R. Okafor");  // answerable: the form is whole
+      r.setSignPos("Duty Officer");
+      r.setMsg(e.text);
+      r.setMsgDate(clock.value);
+    }
     r.setMsgNo(++theirNumber);
-    r.setFr(e.station == std::string("EOC") ? "EOC" : "Logistics");
-    r.setSign(e.station == std::string("EOC") ? "R. Okafor" : "M. Diaz");  // answerable: the form is whole
-    r.setSignPos("Duty Officer");
-    r.setMsg(e.text);
-    r.setMsgDate(clock.value);
-    r.setRoute("OPS");
-    HandIn(sim.port(), e.station, {EncodeRecord(r, e.station)});
-  }
-  // Our operator opens a received message from the list and answers it.
-  void Answer(const Event& e) {
-    OpenInList(Received(e.subject));
-    click("cmdReply");
-    win->setText(Field::Reply, e.text);
-    click("cmdSend");
-  }
-  // Their answer to a message of ours: the message itself with the reply filled in.
-  void HandInReply(const Event& e, MsgRecord r) {
-    r.setMsgNo(++theirNumber);
-    r.setKind(Kind::Reply);
-    r.setReply(e.text);
-    r.setRepSign("M. Chen");
-    r.setRepPos("Duty Officer");
-    r.setRepDate(clock.value);
     r.setRoute("OPS");
     HandIn(sim.port(), e.station, {EncodeRecord(r, e.station)});
   }
@@ -166,11 +156,15 @@ TEST_F(MsgListWindowTest, AMorningOfTrafficFollowedLiveOpenedAndMatched) {
     if (e.what == '>')
       sent.emplace_back(e.subject, Send(e));
     else if (e.what == '<')
-      HandInMessage(e);
-    else if (e.what == 'A')
-      Answer(e);
-    else
-      HandInReply(e, Stored(latest(e.subject)));
+      HandInFrom(e);
+    else if (e.what == 'R')
+      HandInFrom(e, Stored(latest(e.subject)));
+    else {  // our operator opens a received message from the list and answers it
+      OpenInList(Received(e.subject));
+      click("cmdReply");
+      win->setText(Field::Reply, e.text);
+      click("cmdSend");
+    }
   }
   // An answer to a message the night shift sent from another store: it matches nothing here.
   At(14, 2);
@@ -178,7 +172,7 @@ TEST_F(MsgListWindowTest, AMorningOfTrafficFollowedLiveOpenedAndMatched) {
   night.setTo("EOC");
   night.setFr("Operations");
   night.setMsgDate(ToOleDate({2026, 11, 19, 6, 0, 0}));
-  HandInReply({14, 2, 'R', "EOC", "", "Generator 1 fuel confirmed."}, night);
+  HandInFrom({14, 2, 'R', "EOC", "", "Generator 1 fuel confirmed."}, night);
   At(14, 5);
   win->link()->RunSession();
   // One message waits for the link, which is down; one is half written.
