@@ -100,6 +100,7 @@ TEST_F(WindowTest, NewWithAllDefaultsFocusesSubjectAndSetFieldsAsDefaultKeepsAnE
   EXPECT_EQ((Names{d.DefTo, d.DefToPos, d.DefFr, d.DefFrPos, d.IcdName}),
             (Names{"Medical", "", "Planning", "Lead", "Ridge Fire"}));
   click("cmdSave");
+  EXPECT_EQ(Stored(1).KeepLocal(), 1);  // the box as ticked
   click("cmdClose");
   click("cmdNew");
   EXPECT_EQ(Texts({Field::To, Field::ToPos, Field::From}), (Names{"Medical", "", "Planning"}));
@@ -181,6 +182,7 @@ TEST_F(WindowTest, CommandTableThroughSaveEditDiscardBrowseDelete) {
   EXPECT_EQ(stored.Status(), Status::Draft);
   EXPECT_NEAR(stored.MsgDate(), ToOleDate({2026, 11, 19, 14, 5, 0}), 1e-6);  // stamped to the minute
   EXPECT_EQ(stored.RepDate(), 0);
+  EXPECT_EQ(stored.KeepLocal(), 0);
 
   dialogs.expectChoice("Delete message No. 1, 'Water'?", "No");
   click("cmdDelete");
