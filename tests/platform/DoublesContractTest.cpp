@@ -15,7 +15,6 @@
 #include <deque>
 #include <filesystem>
 #include <fstream>
-#include <memory>
 
 #include "core/Cp1252.h"
 #include "platform/qt/QtDialogs.h"
@@ -40,48 +39,31 @@ QString Q(const std::string& station) {
   return QString::fromStdString(Cp1252ToUtf8(station)).replace("\r\n", "\n");
 }
 
-// The operator at the desk: answers the next question of a kind ("message", "choice",
-// "input", "file") whose text holds `fragment` by pressing the button captioned `act`,
-// or typing `act` and accepting; no act is Escape or Cancel.
+// The operator at the desk, before the double or before the real dialogs (driven offscreen
+// by a timer that finds the modal one): answers the next question of a kind ("message",
+// "choice", "input", "file") whose text holds `fragment` by pressing the button captioned
+// `act`, or by typing `act` and accepting; no act is Escape or Cancel.
 class Desk {
  public:
-  virtual ~Desk() = default;
-  virtual Dialogs& dialogs() = 0;
-  virtual void answer(const std::string& kind, const std::string& fragment,
-                      std::optional<std::string> act) = 0;
-};
-
-class ScriptedDesk : public Desk {
- public:
-  Dialogs& dialogs() override { return m_dialogs; }
-  void answer(const std::string& kind, const std::string& fragment, std::optional<std::string> act) override {
-    if (kind == "message")
-      m_dialogs.expectMessage(fragment, act == "Yes"  ? MsgAnswer::Yes
-                                        : act == "No" ? MsgAnswer::No
-                                                      : MsgAnswer::Ok);
-    else if (kind == "choice")
-      m_dialogs.expectChoice(fragment, act.value_or(""));
-    else if (kind == "input")
-      m_dialogs.expectInput(fragment, act);
-    else
-      m_dialogs.expectFile(fragment, act.value_or(""));
-  }
-
- private:
-  ScriptedDialogs m_dialogs;
-};
-
-// Drives the real dialogs offscreen: a timer finds the modal one and answers it.
-class QtDesk : public Desk {
- public:
-  QtDesk() {
+  explicit Desk(bool real) : m_real(real) {
     QObject::connect(&m_driver, &QTimer::timeout, [this] { step(); });
-    m_driver.start(10);
+    if (real) m_driver.start(10);
   }
-  ~QtDesk() override { EXPECT_TRUE(m_acts.empty()) << "a question was never asked"; }
-  Dialogs& dialogs() override { return m_dialogs; }
-  void answer(const std::string&, const std::string& fragment, std::optional<std::string> act) override {
-    m_acts.push_back({Q(fragment), std::move(act)});
+  ~Desk() { EXPECT_TRUE(m_acts.empty()) << "a question was never asked"; }
+  Dialogs& dialogs() { return m_real ? static_cast<Dialogs&>(m_qt) : m_scripted; }
+  void answer(const std::string& kind, const std::string& fragment, std::optional<std::string> act) {
+    if (m_real)
+      m_acts.push_back({Q(fragment), std::move(act)});
+    else if (kind == "message")
+      m_scripted.expectMessage(fragment, act == "Yes"  ? MsgAnswer::Yes
+                                         : act == "No" ? MsgAnswer::No
+                                                       : MsgAnswer::Ok);
+    else if (kind == "choice")
+      m_scripted.expectChoice(fragment, act.value_or(""));
+    else if (kind == "input")
+      m_scripted.expectInput(fragment, act);
+    else
+      m_scripted.expectFile(fragment, act.value_or(""));
   }
 
  private:
@@ -125,30 +107,30 @@ class QtDesk : public Desk {
     }
   }
 
-  QtDialogs m_dialogs;
+  bool m_real;
+  ScriptedDialogs m_scripted;
+  QtDialogs m_qt;
   QTimer m_driver;
   std::deque<Act> m_acts;
 };
 
-class DialogsContract : public ::testing::TestWithParam<const char*> {
+// Each case runs on the double and on the Qt class.
+class Contract : public ::testing::TestWithParam<const char*> {
  protected:
-  DialogsContract() {
+  Contract() {
     // Qt's file dialog keeps its history in the user's settings.
     QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope,
                        QString::fromStdString(settings.path()));
-    if (GetParam() == std::string("qt"))
-      desk = std::make_unique<QtDesk>();
-    else
-      desk = std::make_unique<ScriptedDesk>();
   }
-  Dialogs& dialogs() { return desk->dialogs(); }
+  bool real() const { return GetParam() == std::string("qt"); }
+  Dialogs& dialogs() { return desk.dialogs(); }
 
   App app;
   TempDir dir, settings;
-  std::unique_ptr<Desk> desk;
+  Desk desk{real()};
 };
 
-TEST_P(DialogsContract, ButtonsAnswerAndEscapeGivesTheEscapeButton) {
+TEST_P(Contract, ButtonsAnswerAndEscapeGivesTheEscapeButton) {
   struct Row {
     MsgButtons buttons;
     const char* press;
@@ -157,7 +139,7 @@ TEST_P(DialogsContract, ButtonsAnswerAndEscapeGivesTheEscapeButton) {
   for (const Row& r :
        {Row{MsgButtons::Ok, "OK", MsgAnswer::Ok}, Row{MsgButtons::YesNo, "Yes", MsgAnswer::Yes},
         Row{MsgButtons::YesNo, "No", MsgAnswer::No}}) {
-    desk->answer("message", "gel\xf6scht?", r.press);
+    desk.answer("message", "gel\xf6scht?", r.press);
     EXPECT_EQ(dialogs().messageBox("Message gel\xf6scht?\r\nReally?", "", r.buttons, MsgIcon::Exclamation),
               r.answer)
         << r.press;
@@ -165,21 +147,21 @@ TEST_P(DialogsContract, ButtonsAnswerAndEscapeGivesTheEscapeButton) {
   const std::vector<std::string> buttons{"&Yes", "&Discard my changes", "&No"};
   for (const auto& [press, index] :
        {std::pair<std::optional<std::string>, int>{"Discard my changes", 1}, {"Yes", 0}, {std::nullopt, 2}}) {
-    desk->answer("choice", "Delete message No. 1", press);
+    desk.answer("choice", "Delete message No. 1", press);
     EXPECT_EQ(dialogs().choose("Delete message No. 1, 'x'?", "", buttons, 2, 2, MsgIcon::Exclamation), index);
   }
 }
 
-TEST_P(DialogsContract, InputBoxGivesStationTextOrNothingWhenCancelled) {
+TEST_P(Contract, InputBoxGivesStationTextOrNothingWhenCancelled) {
   for (const std::optional<std::string>& typed : {std::optional<std::string>(" j\xf6rg/p "), {""}, {}}) {
-    desk->answer("input", "Identifier", typed);
+    desk.answer("input", "Identifier", typed);
     EXPECT_EQ(dialogs().inputBox("Enter your Identifier", "Identifier", "W1XYZ"), typed);
   }
 }
 
 // A name with no file behind it is an answer, with the default extension when it has
 // none; with pathMustExist, one in a missing folder is refused and the operator cancels.
-TEST_P(DialogsContract, FileDialogTakesANameWithNoFileButNotInAMissingFolder) {
+TEST_P(Contract, FileDialogTakesANameWithNoFileButNotInAMissingFolder) {
   struct Row {
     std::optional<std::string> typed;
     bool pathMustExist;
@@ -190,31 +172,19 @@ TEST_P(DialogsContract, FileDialogTakesANameWithNoFileButNotInAMissingFolder) {
        {Row{notes, true, notes}, Row{dir.file("notes"), true, notes}, Row{missingFolder, true, ""},
         Row{missingFolder, false, missingFolder}, Row{std::nullopt, false, ""}}) {
     SCOPED_TRACE(r.typed.value_or("cancel") + (r.pathMustExist ? " path must exist" : ""));
-    desk->answer("file", "Select", r.typed);
+    desk.answer("file", "Select", r.typed);
     EXPECT_EQ(dialogs().openFileDialog(
                   {"Select a file", "Text Files (*.txt)|*.txt", 1, "txt", dir.path(), "", r.pathMustExist}),
               r.answer);
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Doubles, DialogsContract, ::testing::Values("scripted", "qt"));
-
-class SoundContract : public ::testing::TestWithParam<const char*> {
- protected:
-  SoundContract() {
-    if (GetParam() == std::string("qt"))
-      sound = std::make_unique<QtSound>();
-    else
-      sound = std::make_unique<RecordingSound>();
-  }
-  App app;
-  TempDir dir;
-  std::unique_ptr<Sound> sound;
-};
-
 // A file that cannot be played says so at once, every time, so the arrival still beeps;
 // a playable one is started without waiting for it, again while it may still be playing.
-TEST_P(SoundContract, UnplayableFilesFailOnEveryCallAndAWaveFileStarts) {
+TEST_P(Contract, UnplayableSoundFilesFailOnEveryCallAndAWaveFileStarts) {
+  RecordingSound recording;
+  QtSound qt;
+  Sound& sound = real() ? static_cast<Sound&>(qt) : recording;
   const std::string wav = dir.file("ding.wav"), text = dir.file("text.wav"), cut = dir.file("cut.wav");
   std::ofstream(wav, std::ios::binary) << SilentWave();
   std::ofstream(text, std::ios::binary) << "This is a text file with a wave file's name, and no sound.";
@@ -225,12 +195,12 @@ TEST_P(SoundContract, UnplayableFilesFailOnEveryCallAndAWaveFileStarts) {
                                                {cut, false},        {text, false},
                                                {cut, false},        {wav, true}};
   for (const auto& [path, plays] : rows) {
-    EXPECT_EQ(sound->playFileAsync(path), plays) << path;
+    EXPECT_EQ(sound.playFileAsync(path), plays) << path;
     QApplication::processEvents();
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Doubles, SoundContract, ::testing::Values("recording", "qt"));
+INSTANTIATE_TEST_SUITE_P(Doubles, Contract, ::testing::Values("double", "qt"));
 
 }  // namespace
 }  // namespace velnor::testing
