@@ -31,6 +31,8 @@ TEST_F(BrowseTest, ThreeSevenNineFromTheEndAndTheBeginningSkipsAbandoned) {
   EXPECT_EQ(ed->BrowsePtr(), 2);
   click("cmdBLeft");
   expectAt("Subject 3", "( 1/2 )", false, true);
+  ed->cmdBLeft_Click();  // at the first, as if the arrow were on: nothing moves
+  expectAt("Subject 3", "( 1/2 )", false, true);
   win->settings().STARTBROWSE = -3;  // any value but 0 means the end, read when browsing starts
   click("cmdBrowse");
   EXPECT_EQ(fieldText(Field::Subject), "Subject 9");
