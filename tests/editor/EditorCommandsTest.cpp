@@ -15,7 +15,7 @@ TEST_F(WindowTest, FailedLinkTestAndIdentifierPromptAtStartThenTheSetupMenu) {
   s.TimeOut = "10000";
   QElapsedTimer took;
   took.start();
-  start(s, std::nullopt);  // cancelled at start-up: the old value stays
+  start(s, std::nullopt);           // cancelled at start-up: the old value stays
   EXPECT_LT(took.elapsed(), 5000);  // nothing listening fails at once, not after TimeOut
   EXPECT_EQ(dialogs.beeps, 1);
   EXPECT_NE(Slurp(win->LogFile()).find("Link Test to Pmdirect... failed\r\n"), std::string::npos);
@@ -72,7 +72,7 @@ TEST_F(WindowTest, FailedLinkTestAndIdentifierPromptAtStartThenTheSetupMenu) {
   EXPECT_EQ(ReadSettings(ini).SRTime, 300);
 }
 
-TEST_F(WindowTest, NewWithAllDefaultsFocusesSubjectAndCreatesDraft) {
+TEST_F(WindowTest, NewWithAllDefaultsFocusesSubjectAndSetFieldsAsDefaultKeepsAnEmptiedOne) {
   Settings s = WithDefaults();
   s.IcdName = " Ridge Fire ";
   s.DEFDEST = "EOC";
@@ -91,49 +91,20 @@ TEST_F(WindowTest, NewWithAllDefaultsFocusesSubjectAndCreatesDraft) {
   EXPECT_EQ(MsgInfo(), "Msg# 1,  Locally created message; Draft");
   EXPECT_EQ(StoredStatus(1), Status::Draft);
   EXPECT_FALSE(ed->MessageSaved());  // the defaults count as typing
-}
 
-TEST_F(WindowTest, CommandTableThroughSaveEditCloseBrowseDelete) {
-  start();
-  click("cmdNew");
-  EXPECT_EQ(FocusName(), "txtField_0");  // nothing filled: the first empty field
-  for (Field f : kMessageFields) {
-    if (f != Field::Date) type(f, "x");
-  }
-
+  // Set Fields As Default takes the texts as they are, an emptied one included.
+  win->setText(Field::ToPos, "");
+  win->setText(Field::To, "  Medical ");
+  click("cmdSetFieldsAsDefault");
+  const Settings d = ReadSettings(dataPath + "/velnor.ini");
+  EXPECT_EQ((Names{d.DefTo, d.DefToPos, d.DefFr, d.DefFrPos, d.IcdName}),
+            (Names{"Medical", "", "Planning", "Lead", "Ridge Fire"}));
   click("cmdSave");
-  EXPECT_EQ(State(), "SAVE 1 LLLLLLLLLLLLLL");
-  EXPECT_EQ(Enabled(), (Names{"mnuPrint", "cmdNew", "cmdDelete", "cmdClose", "cmdBrowse", "cmdEdit"}));
-  EXPECT_EQ(win->status(), "Message saved");
-  const MsgRecord saved = Stored(1);
-  EXPECT_EQ((Names{saved.Subj(), saved.Route()}), (Names{"x", "LOCAL:0"}));
-  EXPECT_EQ(saved.Status(), Status::Draft);
-  EXPECT_NEAR(saved.MsgDate(), ToOleDate({2026, 11, 19, 14, 5, 0}), 1e-6);  // stamped to the minute
-  EXPECT_EQ(saved.RepDate(), 0);
-
-  click("cmdEdit");
-  EXPECT_EQ(State(), "EDIT 2 EEEEELEEEELLLL route");
-  EXPECT_EQ(Enabled(), kEditing);
-  EXPECT_EQ(FocusName(), "txtField_0");
-
-  click("cmdClose");  // nothing typed since the save
-  EXPECT_EQ(ed->EditState(), 0);
-  EXPECT_EQ(Enabled(), kIdle);
-  EXPECT_EQ((Names{fieldText(Field::Subject), MsgInfo()}), (Names{"", ""}));
-
-  click("cmdBrowse");
-  EXPECT_EQ(ed->EditState(), 1);
-  EXPECT_EQ(Enabled(), (Names{"mnuPrint", "cmdNew", "cmdDelete", "cmdClose", "cmdBrowse", "cmdBRight", "cmdEdit"}));
-  EXPECT_EQ((Names{fieldText(Field::Subject), BrowsePtr()}), (Names{"x", "( 1/1 )"}));
-  click("cmdBRight");  // one message: the arrow is on, pressing it only turns it off
-  EXPECT_EQ(BrowsePtr(), "( 1/1 )");
-  EXPECT_FALSE(button("cmdBRight")->isEnabled());
-
-  dialogs.expectChoice("Delete message No. 1, 'x'?", "Yes");
-  click("cmdDelete");
-  EXPECT_EQ(ed->EditState(), 0);
-  EXPECT_EQ(Enabled(), kIdle);
-  EXPECT_EQ((Names{BrowsePtr(), win->status()}), (Names{"", "Velnor Ready"}));
+  EXPECT_EQ(Stored(1).KeepLocal(), 1);  // the box as ticked
+  click("cmdClose");
+  click("cmdNew");
+  EXPECT_EQ(Texts({Field::To, Field::ToPos, Field::From}), (Names{"Medical", "", "Planning"}));
+  EXPECT_EQ(FocusName(), "txtField_1");  // the first empty field
 }
 
 TEST_F(WindowTest, SendWithEmptySubjectMarksItThenTypingClearsTheMark) {
@@ -168,22 +139,6 @@ TEST_F(WindowTest, SendWithEmptySubjectMarksItThenTypingClearsTheMark) {
   EXPECT_FALSE(button("cmdSave")->isEnabled());
 }
 
-TEST_F(WindowTest, ReplyToReceivedMessageAndCloseWithoutQuestion) {
-  const auto n = StoreRecord(Status::Unread, Origin::Received, Kind::Message, "Road closed");
-  start();
-  click("cmdBrowse");
-  click("cmdReply");
-  EXPECT_EQ(Enabled(), (Names{"mnuPrint", "mnuSave", "mnuOpen", "cmdSend", "cmdSave", "cmdDelete", "cmdClose"}));
-  EXPECT_EQ(State(), "REPLY 2 LLLLLLLLLLEEEL route");
-  EXPECT_EQ(Texts({Field::ReplySignature, Field::ReplyPos, Field::ReplyDate}),
-            (Names{"Logistics", "Chief", "11/19/2026 14:05"}));
-  EXPECT_EQ(FocusName(), "txtField_10");
-  EXPECT_EQ(MsgInfo(), "Msg# " + std::to_string(n) + ",  Locally created reply; Draft");
-  click("cmdClose");  // Reply leaves the form saved: no question
-  EXPECT_EQ(ed->EditState(), 0);
-  EXPECT_EQ(StoredStatus(n), Status::Read);  // only in memory until saved
-}
-
 TEST_F(WindowTest, UnsavedTypingRefusesCloseAndLockedRecordRefusesDelete) {
   start();
   click("cmdNew");
@@ -197,21 +152,38 @@ TEST_F(WindowTest, UnsavedTypingRefusesCloseAndLockedRecordRefusesDelete) {
   EXPECT_TRUE(button("cmdSend")->isEnabled());
 
   dialogs.expectChoice("Delete message No. 1, 'Kept'?", "Yes");  // nothing stored to go back to
-  dialogs.expectMessage("Message is locked to another process.  Try\r\nagain later, or restart program to clear.");
+  dialogs.expectMessage(
+      "Message is locked to another process.  Try\r\nagain later, or restart program to clear.");
   dialogs.expectMessage("Message was not saved.\r\nDo you really want to continue?", MsgAnswer::No);
   click("cmdDelete");
   EXPECT_EQ(dialogs.shown.back().caption, "New Message");
-  EXPECT_EQ(StoredStatus(1), Status::Draft);  // still there
+  EXPECT_EQ(StoredStatus(1), Status::Draft);     // still there
   EXPECT_EQ(fieldText(Field::Subject), "Kept");  // No keeps the text, locked
   EXPECT_EQ(State(), "DELETE 0 LLLLLLLLLLLLLL");
   EXPECT_EQ(Enabled(), kIdle);
 }
 
-TEST_F(WindowTest, DeleteAsksFirstAndChangesToAStoredMessageCanBeDiscarded) {
+// One message through the command table: each command's state, commands and focus, and
+// Close and Delete on an edited message offering to go back to the stored text.
+TEST_F(WindowTest, CommandTableThroughSaveEditDiscardBrowseDelete) {
   start();
   click("cmdNew");
-  type(Field::Subject, "Water");
+  EXPECT_EQ(FocusName(), "txtField_0");  // nothing filled: the first empty field
+  for (Field f : kMessageFields) {
+    if (f != Field::Date) type(f, f == Field::Subject ? "Water" : "x");
+  }
   click("cmdSave");
+  const Names saved{"mnuPrint", "cmdNew", "cmdDelete", "cmdClose", "cmdBrowse", "cmdEdit"};
+  EXPECT_EQ(State(), "SAVE 1 LLLLLLLLLLLLLL");
+  EXPECT_EQ(Enabled(), saved);
+  EXPECT_EQ(win->status(), "Message saved");
+  const MsgRecord stored = Stored(1);
+  EXPECT_EQ((Names{stored.Subj(), stored.Route()}), (Names{"Water", "LOCAL:0"}));
+  EXPECT_EQ(stored.Status(), Status::Draft);
+  EXPECT_NEAR(stored.MsgDate(), ToOleDate({2026, 11, 19, 14, 5, 0}), 1e-6);  // stamped to the minute
+  EXPECT_EQ(stored.RepDate(), 0);
+  EXPECT_EQ(stored.KeepLocal(), 0);
+
   dialogs.expectChoice("Delete message No. 1, 'Water'?", "No");
   click("cmdDelete");
   EXPECT_EQ((Names{dialogs.shown.back().choices[1], std::to_string(dialogs.shown.back().preferred)}),
@@ -219,10 +191,12 @@ TEST_F(WindowTest, DeleteAsksFirstAndChangesToAStoredMessageCanBeDiscarded) {
   EXPECT_EQ(State(), "SAVE 1 LLLLLLLLLLLLLL");  // No changes nothing
   EXPECT_EQ(StoredStatus(1), Status::Draft);
 
-  // Close and Delete on an edited message both offer to go back to the stored text.
   for (const std::string command : {"cmdClose", "cmdDelete"}) {
     SCOPED_TRACE(command);
     click("cmdEdit");
+    EXPECT_EQ(State(), "EDIT 2 EEEEELEEEELLLL route");
+    EXPECT_EQ(Enabled(), kEditing);
+    EXPECT_EQ(FocusName(), "txtField_0");
     QTest::keyClick(field(Field::Subject), Qt::Key_End);
     type(Field::Subject, " tender");
     if (command == "cmdClose") {
@@ -237,16 +211,35 @@ TEST_F(WindowTest, DeleteAsksFirstAndChangesToAStoredMessageCanBeDiscarded) {
     click(command.c_str());
     EXPECT_EQ(fieldText(Field::Subject), "Water");
     EXPECT_TRUE(State().ends_with(" 1 LLLLLLLLLLLLLL")) << State();
-    EXPECT_EQ(Enabled(), (Names{"mnuPrint", "cmdNew", "cmdDelete", "cmdClose", "cmdBrowse", "cmdEdit"}));
+    EXPECT_EQ(Enabled(), saved);
     EXPECT_TRUE(ed->MessageSaved());
   }
   EXPECT_EQ(dialogs.shown.back().choices, (Names{"Yes", "Discard my changes", "No"}));
   EXPECT_EQ(dialogs.shown.back().preferred, 2);
+
+  click("cmdClose");  // nothing typed since
+  EXPECT_EQ(ed->EditState(), 0);
+  EXPECT_EQ(Enabled(), kIdle);
+  EXPECT_EQ((Names{fieldText(Field::Subject), MsgInfo()}), (Names{"", ""}));
+  click("cmdBrowse");
+  EXPECT_EQ(ed->EditState(), 1);
+  EXPECT_EQ(Enabled(),
+            (Names{"mnuPrint", "cmdNew", "cmdDelete", "cmdClose", "cmdBrowse", "cmdBRight", "cmdEdit"}));
+  EXPECT_EQ((Names{fieldText(Field::Subject), BrowsePtr()}), (Names{"Water", "( 1/1 )"}));
+  click("cmdBRight");  // one message: the arrow is on, pressing it only turns it off
+  EXPECT_EQ(BrowsePtr(), "( 1/1 )");
+  EXPECT_FALSE(button("cmdBRight")->isEnabled());
+
   dialogs.expectChoice("Delete message No. 1, 'Water'?", "Yes");
   click("cmdDelete");
+  EXPECT_EQ(ed->EditState(), 0);
   EXPECT_EQ(Enabled(), kIdle);
+  EXPECT_EQ((Names{BrowsePtr(), win->status()}), (Names{"", "Velnor Ready"}));
   click("cmdBrowse");
   EXPECT_EQ(win->status(), "No messages found");
+  EXPECT_EQ(ed->BrowseCount(), 0);
+  EXPECT_EQ(State(), "BROWSE 0 LLLLLLLLLLLLLL");
+  EXPECT_EQ(Enabled(), kIdle);
 }
 
 // Edit during Send's session: the typing stays, the commands stay one row of the table,
@@ -314,7 +307,8 @@ TEST_F(WindowTest, ClosingDuringSessionIsRefused) {
     EXPECT_TRUE(win->link()->SessionRunning());
     closed = win->close();
   });
-  dialogs.expectMessage("Connection in progress; please wait\r\nfor the program to disconnect from Pmdirect.");
+  dialogs.expectMessage(
+      "Connection in progress; please wait\r\nfor the program to disconnect from Pmdirect.");
   win->link()->RunSession();
   EXPECT_FALSE(closed);
   EXPECT_TRUE(win->isVisible());

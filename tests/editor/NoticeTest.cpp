@@ -1,5 +1,6 @@
 // The new-message notices on the real window: one per received message, Open, Close, the sound.
 #include <QScreen>
+#include <fstream>
 
 #include "WindowFixture.h"
 #include "editor/qt/FrmNewMsgPopup.h"
@@ -89,7 +90,8 @@ TEST_F(NoticeTest, CloseLeavesUnreadOpenWaitsWhileEditingThenShowsTheMessageLock
 
   click("cmdNew");
   type(Field::Subject, "Mine");
-  dialogs.expectMessage("Press Save, Close, or Delete for your\r\ncurrent message before Opening this message.");
+  dialogs.expectMessage(
+      "Press Save, Close, or Delete for your\r\ncurrent message before Opening this message.");
   press(notice, "cmdOpen");
   EXPECT_EQ(dialogs.shown.back().caption, "New Incoming Message");
   EXPECT_EQ(dialogs.shown.back().buttons, MsgButtons::Ok);
@@ -117,28 +119,28 @@ TEST_F(NoticeTest, CloseLeavesUnreadOpenWaitsWhileEditingThenShowsTheMessageLock
   EXPECT_EQ(Enabled(), (Names{"mnuPrint", "cmdNew", "cmdDelete", "cmdClose", "cmdBrowse", "cmdReply"}));
 }
 
-TEST_F(NoticeTest, ArrivalSoundPlaysTheFileOnlyForPoaOne) {
+TEST_F(NoticeTest, ArrivalSoundPlaysTheFileOnlyForPoaOneAndBeepsWhenItWillNotPlay) {
   start();
+  const std::string wav = tmp.file("arrive.wav"), text = tmp.file("text.wav");
+  std::ofstream(wav, std::ios::binary) << SilentWave();
+  std::ofstream(text, std::ios::binary) << "no sound";
   struct Row {
     short poa;
-    bool playWorks;
+    std::string file;
     bool plays;
-    int beeps;
   };
-  // POA 1 plays the file, and beeps when the file will not play; any other value beeps.
-  const Row rows[] = {
-      {0, true, false, 1}, {1, true, true, 0}, {1, false, true, 1}, {2, true, false, 1}, {-1, true, false, 1}};
-  win->settings().POAFile = "/opt/sounds/arrive.wav";
-  for (const Row& r : rows) {
+  // Any other value than 1 beeps; so does a file that will not play, every time.
+  for (const Row& r : {Row{0, wav, false}, Row{1, wav, true}, Row{1, text, true}, Row{1, text, true},
+                       Row{2, wav, false}, Row{-1, wav, false}}) {
     sound.played.clear();
     sound.beeps = 0;
-    sound.playWorks = r.playWorks;
     win->settings().POA = r.poa;
+    win->settings().POAFile = r.file;
     Receive(Kind::Message, "Sound " + std::to_string(r.poa));
-    EXPECT_EQ(sound.played, r.plays ? Names{"/opt/sounds/arrive.wav"} : Names{}) << "POA " << r.poa;
-    EXPECT_EQ(sound.beeps, r.beeps) << "POA " << r.poa << " playWorks " << r.playWorks;
+    EXPECT_EQ(sound.played, r.plays ? Names{r.file} : Names{}) << "POA " << r.poa;
+    EXPECT_EQ(sound.beeps, r.file == wav && r.plays ? 0 : 1) << "POA " << r.poa << " " << r.file;
   }
-  EXPECT_EQ(Notices().size(), 5u);
+  EXPECT_EQ(Notices().size(), 6u);
 }
 
 }  // namespace

@@ -12,7 +12,6 @@
 #include <QTest>
 #include <filesystem>
 #include <memory>
-#include <span>
 #include <string>
 #include <vector>
 
@@ -22,12 +21,12 @@
 #include "core/DateTime.h"
 #include "core/EventLog.h"
 #include "editor/qt/FrmMessage.h"
-#include "platform/Sound.h"
 #include "platform/qt/QtEventLoop.h"
 #include "platform/qt/QtSocket.h"
 #include "print/qt/QtPrinterSystem.h"
 #include "store/IcsMsg.h"
 #include "tests/sim/SimHarness.h"
+#include "tests/support/RecordingSound.h"
 #include "tests/support/ScriptedDialogs.h"
 #include "tests/support/TempDir.h"
 
@@ -41,23 +40,11 @@ inline QApplication& App() {
   return *app;
 }
 
-class RecordingSound : public Sound {
- public:
-  bool playFileAsync(const std::string& path) override {
-    played.push_back(path);
-    return playWorks;
-  }
-  void beep() override { ++beeps; }
-  std::vector<std::string> played;
-  int beeps = 0;
-  bool playWorks = true;
-};
-
 using Names = std::vector<std::string>;
 // The commands with no message open, and while a message is being written.
 inline const Names kIdle{"cmdNew", "cmdBrowse"};
-inline const Names kEditing{"mnuPrint", "mnuSave", "mnuOpen", "cmdSend", "cmdSave", "cmdDelete", "cmdClose",
-                            "cmdSetFieldsAsDefault"};
+inline const Names kEditing{"mnuPrint", "mnuSave",   "mnuOpen",  "cmdSend",
+                            "cmdSave",  "cmdDelete", "cmdClose", "cmdSetFieldsAsDefault"};
 
 inline std::string Slurp(const std::string& path) { return ReadWholeFile(path, "test"); }
 
@@ -109,8 +96,9 @@ class WindowTest : public ::testing::Test {
   FileLib::Environment Env() const {
     const std::string exeDir = tmp.path() + "/bin/velnor";
     const std::string app = appData;
-    return {[exeDir] { return exeDir; },
-            [app](const char* key) { return std::string(key) == "APPDATA" ? std::optional(app) : std::nullopt; }};
+    return {
+        [exeDir] { return exeDir; },
+        [app](const char* key) { return std::string(key) == "APPDATA" ? std::optional(app) : std::nullopt; }};
   }
 
   // Settings for a quick start-up: short waits, the given Pmdirect port (default: a dead one).
@@ -167,11 +155,6 @@ class WindowTest : public ::testing::Test {
     for (TextBox b : boxes) out.push_back(win->text(b));
     return out;
   }
-  Names Texts(std::span<const Field> fields) const {
-    Names out;
-    for (Field f : fields) out.push_back(win->text(f));
-    return out;
-  }
   void type(Field f, const char* text) const { QTest::keyClicks(field(f), text); }
   void trigger(const char* action) const {
     auto* a = win->findChild<QAction*>(action);
@@ -181,9 +164,9 @@ class WindowTest : public ::testing::Test {
 
   // The commands enabled now, as their names, in the order of the Command enum.
   Names Enabled() const {
-    static const char* names[] = {"mnuPrint", "mnuSave", "mnuOpen", "cmdNew", "cmdSend", "cmdSave", "cmdDelete",
-                                  "cmdClose", "cmdBrowse", "cmdBLeft", "cmdBRight", "cmdEdit", "cmdReply",
-                                  "cmdSetFieldsAsDefault"};
+    static const char* names[] = {
+        "mnuPrint", "mnuSave",   "mnuOpen",  "cmdNew",    "cmdSend", "cmdSave",  "cmdDelete",
+        "cmdClose", "cmdBrowse", "cmdBLeft", "cmdBRight", "cmdEdit", "cmdReply", "cmdSetFieldsAsDefault"};
     Names out;
     for (int c = 0; c < kCommandCount; ++c) {
       if (win->commandEnabled(static_cast<Command>(c))) out.push_back(names[c]);
@@ -198,7 +181,9 @@ class WindowTest : public ::testing::Test {
     const bool route = find("txtDefaultToRoute")->isEnabled() && find("chkKeepLocal")->isEnabled();
     return route ? out + " route" : out;
   }
-  std::string FocusName() const { return win->focusWidget() ? win->focusWidget()->objectName().toStdString() : ""; }
+  std::string FocusName() const {
+    return win->focusWidget() ? win->focusWidget()->objectName().toStdString() : "";
+  }
   std::string MsgInfo() const { return find<QLabel>("lblMsgInfo")->text().toStdString(); }
   std::string BrowsePtr() const { return find<QLabel>("lblBrowsePtr")->text().toStdString(); }
 

@@ -143,6 +143,10 @@ TEST_F(MsgListTest, ColumnsAndReplyTracking) {
     EXPECT_EQ(DateFit(ToOleDate(kTraffic[0].date), ToOleDate(f.reply)), f.fit)
         << f.reply.hour << ":" << f.reply.minute << ":" << f.reply.second;
   }
+  // A second answer to the same message.
+  Add({Status::Read, Origin::Received, Kind::Reply, "Diesel", "EOC", "OPS", {2026, 11, 19, 9, 5, 42}});
+  list.Reload();
+  EXPECT_EQ(Row(1).back(), "Answered: No. 4 and 1 more");
 }
 
 TEST(AgeText, MinutesHoursDays) {
@@ -150,7 +154,8 @@ TEST(AgeText, MinutesHoursDays) {
                                               {65, "1 h 05 min"}, {1439, "23 h 59 min"}, {1440, "1 d 0 h"},
                                               {3000, "2 d 2 h"}};
   for (const auto& [minutes, text] : ages) EXPECT_EQ(AgeText(minutes / 1440.0), text) << minutes;
-  EXPECT_EQ(AgeText(-0.5), "0 min");  // a clock set back
+  EXPECT_EQ(AgeText(-0.5), "0 min");                 // a clock set back
+  EXPECT_EQ(AgeText(8999.4 / 86400), "2 h 29 min");  // to the nearest second, then whole minutes
 }
 
 TEST(ReplyMatch, CloserDateThenUnansweredThenOlder) {

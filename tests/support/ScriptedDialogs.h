@@ -79,13 +79,14 @@ class ScriptedDialogs : public Dialogs {
   std::string openFileDialog(const FileDialogRequest& request) override {
     shown.push_back({"file", request.title, request.filter, MsgButtons::Ok, MsgIcon::None, {}, -1});
     lastFileRequest = request;
-    std::string path = take("file", request.title).path;
-    // The real dialog accepts a name with no file, but not one in a missing folder.
+    std::filesystem::path path = take("file", request.title).path;
+    // As the real dialog: a name with no file is an answer, given the default extension
+    // when it has none; one in a missing folder is refused, and the operator can only cancel.
     std::error_code ec;
-    if (request.pathMustExist && !path.empty() &&
-        !std::filesystem::is_directory(std::filesystem::path(path).parent_path(), ec))
-      ADD_FAILURE() << "the file dialog would refuse " << path << ": its folder does not exist";
-    return path;
+    if (path.empty() || (request.pathMustExist && !std::filesystem::is_directory(path.parent_path(), ec)))
+      return {};
+    if (!path.has_extension() && !request.defaultExt.empty()) path += "." + request.defaultExt;
+    return path.string();
   }
   void beep() override { ++beeps; }
 
