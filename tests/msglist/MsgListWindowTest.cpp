@@ -34,15 +34,37 @@ const Event kMorning[] = {
      "Briefing at 08:30 in the ICP tent. All unit leaders."},
     {8, 25, '>', "EOC", "Diesel for generators", "Need 400 L diesel at the ICP generators by 12:00."},
     {8, 40, '>', "LOGISTICS", "Water tender", "One water tender to gate 3, road from the north is open."},
+    {8, 55, '<', "LOGISTICS", "Cots delivered", "120 cots delivered to Shelter 2. Signed for by M. Diaz."},
+    {9, 0, '<', "EOC", "Staging area", "Staging moves to the fairgrounds at 10:00."},
     {9, 5, 'R', "EOC", "Diesel for generators", "Fuel truck 12 leaves the depot 09:30, ETA 10:45."},
+    {9, 20, '>', "EOC", "Road closure Hwy 9", "Hwy 9 closed between mile 12 and 15, detour by Ash Road."},
+    {9, 35, '<', "EOC", "Evacuation order zone 4", "Zone 4 evacuation order from 10:00. Shelter 2 opens."},
+    {9, 50, '>', "LOGISTICS", "Shelter capacity", "Shelter 2 holds 120; expect 180 from zone 4. More cots?"},
     {10, 5, 'R', "LOGISTICS", "Water tender", "Tender 41 on its way, ETA 10:40 at gate 3."},
     {10, 20, '>', "EOC", "Situation report 10:00", "Fire 40 ha, 10 % contained. No injuries."},
+    {10, 30, '>', "LOGISTICS", "Fuel for engines", "Engines 4 and 7 need fuel at staging by 13:00."},
     {10, 40, '<', "LOGISTICS", "Fuel truck schedule", "Fuel truck 12 at the ICP 10:45, then staging 11:30."},
     {11, 0, '>', "EOC", "Medical supplies", "Burn kits for the first aid post: 20, by 14:00."},
     {11, 5, 'A', "LOGISTICS", "Fuel truck schedule", "10:45 at the ICP suits us."},
+    {11, 10, '<', "LOGISTICS", "Shelter 2 meals", "Dinner for 180 at Shelter 2 from 18:00."},
+    {11, 15, 'R', "EOC", "Road closure Hwy 9", "Noted. Sheriff posts units at both ends."},
     {11, 30, '>', "EOC", "Diesel for generators", "Second 400 L needed by 16:00, generators run longer."},
+    {11, 45, '<', "EOC", "Weather update", "Wind shifts to the west after 15:00, gusts 40 km/h."},
+    {12, 0, 'R', "LOGISTICS", "Shelter capacity", "60 more cots from the depot, at Shelter 2 by 13:00."},
+    {12, 10, '>', "LOGISTICS", "Food delivery", "Lunch for 85 at the ICP, 13:00."},
+    {12, 20, 'R', "LOGISTICS", "Food delivery", "Lunch for 85 on its way, at the ICP 12:50."},
+    {12, 30, '<', "EOC", "Media briefing", "Media briefing 15:00 at the EOC. Send a PIO."},
+    {12, 45, '>', "EOC", "Radio relay on Mt. Ash", "Relay on Mt. Ash needs a battery change before dark."},
+    {12, 50, 'A', "EOC", "Media briefing", "PIO J. Park attends."},
+    {13, 0, 'R', "EOC", "Medical supplies", "20 burn kits with the 13:30 courier."},
+    {13, 5, '<', "EOC", "Helicopter at helibase", "Helicopter 3 at the helibase from 13:30."},
+    {13, 10, '<', "LOGISTICS", "Generator repair crew", "Repair crew at the ICP 14:00 for generator 2."},
+    {13, 20, '>', "LOGISTICS", "Portable toilets", "Four portable toilets for Shelter 2."},
+    {13, 30, '<', "EOC", "Resource order 2231", "Order 2231 approved: two engines from the county."},
     {13, 40, 'R', "EOC", "Diesel for generators", "Second load with truck 14 at 15:30."},
+    {13, 45, '<', "LOGISTICS", "Generator 2 parts", "Parts for generator 2 arrive 15:00."},
     {13, 50, '>', "EOC", "Situation report 14:00", "Fire 55 ha, 25 % contained. Zone 4 empty."},
+    {13, 55, '<', "LOGISTICS", "Shift change", "Night shift relieves at 19:00, briefing 18:30."},
     {14, 0, '<', "EOC", "Red flag warning", "Red flag warning from 16:00 to 22:00."},
 };
 
@@ -195,7 +217,7 @@ TEST_F(MsgListWindowTest, AMorningOfTrafficFollowedLiveOpenedAndMatched) {
   EXPECT_EQ(l.Cell(*l.RowOf(latest("Situation report 14:00")), ListColumn::Reply), "Awaiting reply, 25 min");
   EXPECT_EQ(l.Cell(l.size() - 3, ListColumn::Reply), "Original not found");
   EXPECT_EQ(l.Cell(l.size() - 2, ListColumn::Status), "Ready, but not sent");
-  EXPECT_EQ(l.size(), 15u);
+  EXPECT_EQ(l.size(), 36u);
 
   // Open an unread message from the list: shown as Browse shows it, and read from then on.
   const std::int32_t briefing = Received("Operational period briefing");

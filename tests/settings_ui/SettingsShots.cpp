@@ -17,6 +17,10 @@ namespace {
 
 struct NoDialogs : Dialogs {
   MsgAnswer messageBox(const std::string&, const std::string&, MsgButtons, MsgIcon) override { return MsgAnswer::Ok; }
+  int choose(const std::string&, const std::string&, const std::vector<std::string>&, int preferred, int,
+             MsgIcon) override {
+    return preferred;
+  }
   std::optional<std::string> inputBox(const std::string&, const std::string&, const std::string&) override { return {}; }
   std::string openFileDialog(const FileDialogRequest&) override { return {}; }
   void beep() override {}
