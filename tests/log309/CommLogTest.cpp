@@ -155,19 +155,14 @@ TEST(CommLogPage, EveryPageHasTheHeaderAndLinesAreNumberedAcrossPages) {
     const auto at = [&](const std::string& op) {
       return std::find(ops.begin(), ops.end(), op) - ops.begin();
     };
+    // Each page its own footer; the line past a full page opens the next (the PDF test reads
+    // the numbers across pages).
     const auto pageBreak = at("page");
-    for (std::size_t p = 1; p <= c.pages; ++p) {
-      const auto footer = at("text Page " + std::to_string(p) + " of " + std::to_string(c.pages));
-      EXPECT_EQ(footer < pageBreak, p == 1) << p;
-    }
-    // Every line once, under its own number, and the one past a full page on the next.
-    for (std::size_t n = 1; n <= c.lines; ++n) {
-      EXPECT_EQ(std::count(ops.begin(), ops.end(), "text " + std::to_string(n)), 1) << n;
-      EXPECT_EQ(at("text Line " + std::to_string(n) +
-                   (n == c.lines ? " and a subject that runs on past" : "")) < pageBreak,
-                n <= kLogLinesPerPage)
-          << n;
-    }
+    for (std::size_t p = 1; p <= c.pages; ++p)
+      EXPECT_EQ(at("text Page " + std::to_string(p) + " of " + std::to_string(c.pages)) < pageBreak, p == 1)
+          << p;
+    if (c.lines > 0)
+      EXPECT_EQ(at("text " + std::to_string(c.lines)) < pageBreak, c.lines <= kLogLinesPerPage);
     EXPECT_EQ(std::count(ops.begin(), ops.end(), "text " + std::to_string(c.lines + 1)), 0);
     if (c.lines > 0) EXPECT_EQ(ops[static_cast<std::size_t>(at("text its cell")) - 1], "x 125");
   }
