@@ -144,11 +144,5 @@ TEST(IcsPrintFailure, FirstSurfaceFailureStopsDrawingButPageIsEnded) {
   }
 }
 
-TEST(IcsPrintFailure, EndDocumentFailureGoesToCaller) {
-  const Texts t;
-  const long endCall = static_cast<long>(Draw(t).size()) - 1;
-  EXPECT_THROW(Draw(t, endCall), std::runtime_error);
-}
-
 }  // namespace
 }  // namespace velnor
