@@ -216,6 +216,7 @@ TEST_F(MsgListTest, FiltersSearchAndCounts) {
       {QuickFilter::All, "13:", false, {}, {8, 9}},
       {QuickFilter::Received, "diesel", false, {}, {4, 10}},
       {QuickFilter::All, "", false, the18th, {6}},
+      {QuickFilter::All, "nothing-like-this", false, {}, {}},
   };
   for (const Case& c : cases) {
     list.SetQuickFilter(c.quick);
