@@ -63,14 +63,11 @@ std::vector<LogLine> Traffic() {
   return lines;
 }
 
-// The header, the column heads, the footer, and a subject each page holds.
+// The header's texts, the footer, and a subject each page holds; the captions are fixed texts.
 // clang-format off
 const char* const kOnEveryPage[] = {
-    "COMMUNICATIONS LOG (ICS 309)", "1. Incident Name:", "Cedar River Flood 2026", "2. Operational Period:",
-    "Date From:", "11/19/2026", "Time From:", "06:00", "Time To:", "18:00",
-    "3. Radio Net Name or Position/Tactical Call:", "County Command Net", "4. Radio Operator",
-    "J. Rivera, KD0XYZ", "5. COMMUNICATIONS LOG", "Generator fuel for the Caf\xC3\xA9 kitchen", "Call Sign/ID",
-    "Msg #", "Message", "6. Prepared By", "7. Date & Time Prepared:", "11/19/2026 18:05",
+    "COMMUNICATIONS LOG (ICS 309)", "Cedar River Flood 2026", "11/19/2026", "06:00", "18:00", "County Command Net",
+    "J. Rivera, KD0XYZ", "Generator fuel for the Caf\xC3\xA9 kitchen", "11/19/2026 18:05",
     "Created by: velnor.exe, v1.0.0"};
 // clang-format on
 

@@ -86,13 +86,9 @@ class CommLogStore : public testing::StoreTest {
   std::vector<LogLine> all;
 };
 
-TEST(CommLogTime, OleDatesToTheSecond) {
-  EXPECT_EQ(OleSeconds(0), 0);
-  EXPECT_EQ(OleSeconds(1.5), 129600);
-  EXPECT_EQ(OleSeconds(-1.25), -64800);  // 29 Dec 1899, 06:00
-  EXPECT_EQ(OleSeconds(At(6, 0, 1)) - OleSeconds(At(6, 0)), 1);
-  // The page's Time column shows the day only when the period runs past midnight.
-  EXPECT_EQ(LogTimePattern(kShift), "hh:nn");
+// The page's Time column shows the day only when the period runs past midnight.
+TEST(CommLogTime, DayShownOnlyPastMidnight) {
+  EXPECT_EQ(OleSeconds(-1.25), -64800);  // 29 Dec 1899, 06:00: the time of day counts forwards
   EXPECT_EQ(LogTimePattern({At(6, 0), At(24, 0)}), "hh:nn");
   EXPECT_EQ(LogTimePattern({At(18, 0), At(30, 0)}), "dd-mmm hh:nn");
 }
@@ -100,13 +96,18 @@ TEST(CommLogTime, OleDatesToTheSecond) {
 // The lines in time order, the messages not sent only when asked for
 // (VELNOR_WRITE_GOLDEN=<folder> writes both files anew).
 TEST_F(CommLogStore, CsvIsTheGoldenFile) {
-  for (const bool unsent : {true, false}) {
-    const std::string name = unsent ? "/comm-log.csv" : "/comm-log-sent.csv";
-    const std::vector<LogLine> lines = SelectLogLines(all, kShift, unsent);
-    if (const char* keep = std::getenv("VELNOR_WRITE_GOLDEN"))
-      testing::WriteFile(keep + name, CommLogCsv(lines));
-    EXPECT_EQ(CommLogCsv(lines), testing::ReadFile(VELNOR_LOG309_GOLDEN + name)) << name;
+  const std::vector<LogLine> lines = SelectLogLines(all, kShift, true);
+  if (const char* keep = std::getenv("VELNOR_WRITE_GOLDEN")) testing::WriteFile(keep, CommLogCsv(lines));
+  EXPECT_EQ(CommLogCsv(lines), testing::ReadFile(VELNOR_LOG309_GOLDEN));
+  // Without the unsent ones: the same lines less those the golden shows not sent, numbered anew.
+  std::vector<LogLine> sent;
+  std::string notSent;
+  for (const LogLine& l : lines) {
+    notSent += l.unsent ? l.status + ";" : "";
+    if (!l.unsent) sent.push_back(l);
   }
+  EXPECT_EQ(notSent, "Draft;Draft;Abandoned;Ready, but not sent;");
+  EXPECT_EQ(CommLogCsv(SelectLogLines(all, kShift, false)), CommLogCsv(sent));
   // The page's text of a line: a reply is named so, an unsent one says what it is.
   EXPECT_EQ(LogMessageText(SelectLogLines(all, {At(11, 30), At(11, 31)}, true).at(0)),
             "Reply: Ambulance staging [Draft]");
@@ -155,19 +156,14 @@ TEST(CommLogPage, EveryPageHasTheHeaderAndLinesAreNumberedAcrossPages) {
     const auto at = [&](const std::string& op) {
       return std::find(ops.begin(), ops.end(), op) - ops.begin();
     };
+    // Each page its own footer; the line past a full page opens the next (the PDF test reads
+    // the numbers across pages).
     const auto pageBreak = at("page");
-    for (std::size_t p = 1; p <= c.pages; ++p) {
-      const auto footer = at("text Page " + std::to_string(p) + " of " + std::to_string(c.pages));
-      EXPECT_EQ(footer < pageBreak, p == 1) << p;
-    }
-    // Every line once, under its own number, and the one past a full page on the next.
-    for (std::size_t n = 1; n <= c.lines; ++n) {
-      EXPECT_EQ(std::count(ops.begin(), ops.end(), "text " + std::to_string(n)), 1) << n;
-      EXPECT_EQ(at("text Line " + std::to_string(n) +
-                   (n == c.lines ? " and a subject that runs on past" : "")) < pageBreak,
-                n <= kLogLinesPerPage)
-          << n;
-    }
+    for (std::size_t p = 1; p <= c.pages; ++p)
+      EXPECT_EQ(at("text Page " + std::to_string(p) + " of " + std::to_string(c.pages)) < pageBreak, p == 1)
+          << p;
+    if (c.lines > 0)
+      EXPECT_EQ(at("text " + std::to_string(c.lines)) < pageBreak, c.lines <= kLogLinesPerPage);
     EXPECT_EQ(std::count(ops.begin(), ops.end(), "text " + std::to_string(c.lines + 1)), 0);
     if (c.lines > 0) EXPECT_EQ(ops[static_cast<std::size_t>(at("text its cell")) - 1], "x 125");
   }

