@@ -67,11 +67,15 @@ TEST(ParseIncoming, PositionsAndSignaturesByCountAndKindFromReply) {
   EXPECT_EQ(Parse(Tagged({"REPLY:", "   "})).Kind(), Kind::Reply);  // a line break is text
 }
 
-TEST(ParseIncoming, KeepLocalFollowsTheLastTag) {
+TEST(ParseIncoming, KeepLocalFollowsTheLastTagCompleteOnlyWithTheClosingOne) {
   EXPECT_EQ(Parse("!ICS213!!KEEPLOCAL!\r\n!/ICS213!\r\n").KeepLocal(), 1);
   EXPECT_EQ(Parse("!ICS213!!KEEPLOCAL!\r\nx !ICS213! y\r\n!/ICS213!\r\n").KeepLocal(), 0);
   // A tag line is a tag even with a colon in it.
   EXPECT_EQ(Parse("TO: !ICS213!!KEEPLOCAL!\r\n!/ICS213!\r\n").To(), "");
+  EXPECT_TRUE(ParseAs(Tagged({"MESSAGE: a"})).complete);
+  EXPECT_FALSE(ParseAs(Tagged({"MESSAGE: a"}, false)).complete);
+  // With a colon the closing tag is just an unknown key.
+  EXPECT_FALSE(ParseAs(Tagged({"!/ICS213!: x"}, false)).complete);
 }
 
 TEST(ParseIncoming, Route) {
@@ -105,13 +109,6 @@ TEST(ParseIncoming, DatesReadOrRejected) {
   parsed = ParseAs(many);
   EXPECT_EQ(parsed.badDates.size(), 8u);
   EXPECT_EQ(parsed.badDates[7].value, "1/1/2026" + std::string(72, 'x'));
-}
-
-TEST(ParseIncoming, CompleteOnlyWithClosingTag) {
-  EXPECT_TRUE(ParseAs(Tagged({"MESSAGE: a"})).complete);
-  EXPECT_FALSE(ParseAs(Tagged({"MESSAGE: a"}, false)).complete);
-  // With a colon the closing tag is just an unknown key.
-  EXPECT_FALSE(ParseAs(Tagged({"!/ICS213!: x"}, false)).complete);
 }
 
 // The body is cut at the field's 4000 bytes as if assigned line by line, blanks and zero
