@@ -1,6 +1,6 @@
-// The simulator over loopback (the whole conversation with exact bytes is the link's
-// end-to-end test): line ends, routing, the spool, the fault switches, hostile input and
-// the command line.
+// The simulator over loopback (the whole conversation with exact bytes, and --drop-after,
+// are the link's end-to-end tests): line ends, routing, the spool, the fault switches,
+// hostile input and the command line.
 #include <algorithm>
 #include <filesystem>
 
@@ -101,7 +101,7 @@ TEST(SimSwitches, SplitLowerCaseAndDripChangeOnlyHowRepliesAreWritten) {
   }
 }
 
-class SimFault : public SimTest {};
+using SimFault = SimDialogue;
 
 // Silent for those prompts only; the message is still queued and QUIT still closes.
 // (A silent "LOGON>" fails the link's registration against the simulator.)
@@ -118,19 +118,6 @@ TEST_F(SimFault, NoPromptStaysSilentForThatPromptOnly) {
   EXPECT_TRUE(c.waitClosed());
   m_sim->stop();
   EXPECT_EQ(transcript('>', 1), (Strings{"LOGON>", text, "LOGON>"}));
-}
-
-TEST_F(SimFault, DropAfterClosesOnTheNextMessageWithoutQueuingIt) {
-  start({"--drop-after", "1"});
-  const std::string first = TaggedText("ALPHA", "BRAVO", "first");
-  SimClient a(m_sim->port());
-  EXPECT_EQ(a.ask("<!LOGON!>ALPHA", "OK>"), "OK>");
-  EXPECT_EQ(a.ask(first, "OK>"), "OK>");
-  a.send(TaggedText("ALPHA", "BRAVO", "second") + "\r\n");
-  EXPECT_TRUE(a.waitClosed());
-  SimClient b(m_sim->port());  // the count is per connection
-  EXPECT_EQ(b.ask("<!LOGON!>BRAVO", "OK>"), "OK>");
-  expectPops(b, {first});
 }
 
 TEST_F(SimFault, GarbageAndOversizedInputNeverStopTheServer) {
