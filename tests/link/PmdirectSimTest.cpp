@@ -126,10 +126,6 @@ TEST(PmdirectSim, TwoStationsExchangeMessagesWithExactBytesOnTheWire) {
   // The last "QUIT" may still be on its way into the transcript.
   for (int i = 0; i < 50 && sim.received() != expected; ++i) bravo.link->Pause(20);
   EXPECT_EQ(sim.received(), expected);
-  // What the simulator wrote, to each station in turn.
-  EXPECT_EQ(Joined(Transcript(sim.dir.file("transcript"), '>', 1)), "LOGON>OK>OK>OK>NOMORE>QUITING>");
-  EXPECT_EQ(Joined(Transcript(sim.dir.file("transcript"), '>', 2)),
-            "LOGON>OK>" + text1 + text2 + "NOMORE>QUITING>");
 }
 
 // Another program gave one number twice: the waiting record is the one sent and marked,
