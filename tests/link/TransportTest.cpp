@@ -121,7 +121,11 @@ TEST_F(TransportTest, ChangingTheAwaitedPromptSearchesTextAlreadyReceived) {
   EXPECT_TRUE(s().ReplyComplete);
 }
 
-TEST_F(TransportTest, WinSendPutsTheLineWithCrLfAndDiscardsEarlierText) {
+// WinSend puts the line with CR LF and discards earlier text. Without the prompt it gives
+// up after TimeOut: past the longest a timer can run the wait goes on in pieces, and an
+// unusable TimeOut waits 5 s. Lost while waiting, or sent on the closed socket, it ends at
+// once, incomplete.
+TEST_F(TransportTest, WinSendWaitsForThePromptUntilTimeOutOrTheConnectionEnds) {
   connect(2);
   sock.deliver("OK> stale\r\n");
   loop.advance(1);
@@ -133,29 +137,27 @@ TEST_F(TransportTest, WinSendPutsTheLineWithCrLfAndDiscardsEarlierText) {
   EXPECT_EQ(sock.wire, "POP\r\n");
   EXPECT_TRUE(s().ReplyComplete);
   EXPECT_EQ(s().ReceiveBuffer, "NOMORE>\r\n");
-}
 
-// Past the longest a timer can run the wait goes on in pieces; an unusable TimeOut waits 5 s.
-TEST_F(TransportTest, WinSendGivesUpAfterTimeOutWithoutAPrompt) {
-  connect(2, [&](std::string_view) { sock.deliver("ok>\r\n", 5); });
+  s().AwaitedPrompt = 2;
+  sock.onSend = [&](std::string_view) { sock.deliver("ok>\r\n", 5); };
   const std::pair<std::string, std::int64_t> rows[] = {{"3000", 3000}, {"65536", 65536}, {"x", 5000}};
   for (const auto& [timeOut, ms] : rows) {
     settings.TimeOut = timeOut;
     log.lines.clear();
+    s().ReplyComplete = false;
     const std::int64_t start = loop.now();
     t().WinSend("<!LOGON!>X");
     EXPECT_FALSE(s().ReplyComplete);
     EXPECT_EQ(loop.now() - start, ms);
     EXPECT_EQ(log.lines, (Lines{"WinSend: No reply within " + std::to_string(ms) + " ms"}));
   }
-}
 
-// Lost while waiting, and then sent on the closed socket: each ends at once, incomplete.
-TEST_F(TransportTest, WinSendEndsWhenTheConnectionIsLostOrClosed) {
-  connect(2, [&](std::string_view) { sock.peerClose(40); });
+  sock.onSend = [&](std::string_view) { sock.peerClose(40); };
+  log.lines.clear();
+  const std::int64_t start = loop.now();
   t().WinSend("<!REG!>");
   EXPECT_FALSE(s().ReplyComplete);
-  EXPECT_LT(loop.now(), 100);
+  EXPECT_LT(loop.now() - start, 100);
   EXPECT_EQ(log.lines, (Lines{"WinSend: Lost Telnet connection"}));
   sock.close();
   s().ReplyComplete = true;
