@@ -49,18 +49,15 @@ TEST_F(SessionTest, FullSessionPutsExactBytesOnTheWireAndUpdatesTheStore) {
   EXPECT_EQ(sock.remotePort, 9334);
 }
 
-TEST_F(SessionTest, MessageAndNomoreInOneReplyIsFiledAndEndsRetrieval) {
-  pm.waiting = {kMsgA + "\r\nNOMORE>"};
-  EXPECT_TRUE(link().SeqPmdirect());
-  EXPECT_EQ(sock.wire, "<!REG!>\r\n<!LOGON!>KD0ABC\r\nPOP\r\nQUIT\r\n");
-  EXPECT_EQ(host.filed.size(), 1u);
-}
-
+// A message and "NOMORE>" in one reply: filed, and retrieval ends.
 TEST_F(SessionTest, PausesAreHonouredBetweenSteps) {
   settings.Pausev = 100;
   pm.delayMs = 7;
   sock.connectDelayMs = 0;
+  pm.waiting = {kMsgA + "\r\nNOMORE>"};
   EXPECT_TRUE(link().SeqPmdirect());
+  EXPECT_EQ(sock.wire, "<!REG!>\r\n<!LOGON!>KD0ABC\r\nPOP\r\nQUIT\r\n");
+  EXPECT_EQ(host.filed.size(), 1u);
   // connect 1, reg 2, before logon 1, logon 1 + 500 fixed, before send 1, POP 1,
   // end of retrieval 1, quit 1: nine Pausev and the fixed 500, and three replies waited
   // for ("QUITING>" is not).

@@ -121,10 +121,8 @@ TEST_F(TransportTest, ChangingTheAwaitedPromptSearchesTextAlreadyReceived) {
   EXPECT_TRUE(s().ReplyComplete);
 }
 
-// WinSend puts the line with CR LF and discards earlier text. Without the prompt it gives
-// up after TimeOut: past the longest a timer can run the wait goes on in pieces, and an
-// unusable TimeOut waits 5 s. Lost while waiting, or sent on the closed socket, it ends at
-// once, incomplete.
+// WinSend discards earlier text. Without the prompt it gives up after TimeOut (an unusable
+// one waits 5 s); a lost or closed connection ends it at once.
 TEST_F(TransportTest, WinSendWaitsForThePromptUntilTimeOutOrTheConnectionEnds) {
   connect(2);
   sock.deliver("OK> stale\r\n");
