@@ -188,11 +188,8 @@ std::string Joined(const std::vector<std::string>& parts) {
 std::string TaggedText(const std::string& sender, const std::string& dest, const std::string& body,
                        bool keepLocal) {
   return std::string(keepLocal ? "!ICS213!!KEEPLOCAL!" : "!ICS213!") +
-         "\r\n---------\r\nICDNAME: Ridge Fire\r\nTO: Logistics\r\nPOSITION: Chief\r\n---------\r\n"
-         "FROM: Ops\r\nPOSITION: Lead\r\n----------\r\nSUBJECT: Water\r\nDATE: 3/4/2024 10:00:00\r\n"
-         "---------\r\nMESSAGE: " +
-         body + "\r\n---------\r\nSIGNATURE: J\r\nPOSITION: Lead\r\n---------\r\nROUTE: " + sender +
-         ":7:" + dest + ":0\r\n!/ICS213!\r\n";
+         "\r\nSUBJECT: Water\r\nMESSAGE: " + body + "\r\n---------\r\nROUTE: " + sender + ":7:" + dest +
+         ":0\r\n!/ICS213!\r\n";
 }
 
 }  // namespace velnor::testing
