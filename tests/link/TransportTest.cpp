@@ -78,7 +78,7 @@ class TransportTest : public LinkTest {
 
 // Arrivals in three pieces at every pair of cut points: complete exactly once the whole
 // prompt has arrived, never before.
-TEST_F(TransportTest, EveryPromptFoundAtEverySplitPoint) {
+TEST_F(TransportTest, EveryPromptFoundAtEverySplitPointAndNoOtherText) {
   const std::pair<short, std::string> prompts[] = {
       {1, "LOGON>"}, {2, "OK>"}, {4, "!/ICS213!"}, {4, "NOMORE>"}, {5, "QUITING>"}};
   for (const auto& [awaited, prompt] : prompts) {
@@ -95,10 +95,7 @@ TEST_F(TransportTest, EveryPromptFoundAtEverySplitPoint) {
       }
     }
   }
-}
-
-// Only the awaited prompt, exactly and in upper case; the text is kept either way.
-TEST_F(TransportTest, OtherPromptsAndOtherCasesDoNotCount) {
+  // Only the awaited prompt counts, exactly and in upper case; the text is kept either way.
   const std::string all = "LOGON> OK> NOMORE> QUITING> !/ICS213!";
   const std::pair<short, std::string> rows[] = {
       {2, "ok>"},      {2, "Ok>"}, {2, "OK"}, {1, "logon>"}, {4, "nomore>"}, {4, "!/ics213!"},
@@ -109,10 +106,8 @@ TEST_F(TransportTest, OtherPromptsAndOtherCasesDoNotCount) {
     EXPECT_FALSE(s().ReplyComplete) << awaited << " " << text;
     EXPECT_EQ(s().ReceiveBuffer, text);
   }
-}
-
-TEST_F(TransportTest, ChangingTheAwaitedPromptSearchesTextAlreadyReceived) {
-  s().AwaitedPrompt = 0;
+  // A change of the awaited prompt searches the text already received.
+  await(0);
   t().ScanReply("LOGON> and O");
   t().ScanReply("K> too");
   EXPECT_FALSE(s().ReplyComplete);
