@@ -100,7 +100,7 @@ TEST_F(SessionTest, ConnectFailuresEndAtOnceAndSayWhy) {
     int connects;
   };
   const std::string badPort = "Port is not a number from 0 to 65535";
-  const Row rows[] = {{Mode::Refuse, "127.0.0.1", "9334", "3000", "Connection refused", 5, 1},
+  const Row rows[] = {{Mode::Refuse, "127.0.0.1", "0", "3000", "Connection refused", 5, 1},
                       {Mode::Never, "127.0.0.1", "9334", "3000", "no connection within 3000 ms", 3000, 1},
                       {Mode::Accept, "pmdirect.invalid", "9334", "60000", "Host not found", 5, 1},
                       {Mode::Accept, "", "9334", "60000", "Host not found", 5, 1},
