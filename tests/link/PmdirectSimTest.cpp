@@ -30,16 +30,6 @@ class QtApp : public ::testing::Environment {
 };
 const auto* const kEnv = ::testing::AddGlobalTestEnvironment(new QtApp);
 
-// One pmdirect-sim for one test; received() is every byte it read, in order.
-struct Sim {
-  explicit Sim(const std::vector<std::string>& faults = {})
-      : proc(dir.file("spool"), dir.file("transcript"), faults), port(proc.port()) {}
-  std::string received() const { return Joined(Transcript(dir.file("transcript"), '<')); }
-  TempDir dir;
-  SimProcess proc;
-  int port;
-};
-
 using Records = std::vector<std::pair<Status, std::string>>;
 
 // A station: its own data directory, store, settings and link, as the window wires them.
@@ -87,8 +77,10 @@ class Station : public FakeHost {
 // the other is left as it was, and the next session sends nothing. Then Pmdirect hangs up
 // on the second message of a session: the real store keeps what it had not taken.
 TEST(PmdirectSim, ANumberGivenTwiceSendsTheWaitingRecordAndADropMarksOnlyWhatWasTaken) {
-  Sim sim({"--drop-after", "1"});
-  Station alpha("ALPHA", sim.port);
+  TempDir dir;
+  SimProcess sim(dir.file("spool"), dir.file("transcript"), {"--drop-after", "1"});
+  const auto received = [&] { return Joined(Transcript(dir.file("transcript"), '<')); };
+  Station alpha("ALPHA", sim.port());
   const std::int32_t n = alpha.queue("BRAVO", "Waiting", "send me");
   IcsMsg m(alpha.dir.path(), alpha.events);
   ASSERT_TRUE(m.Load(n));
@@ -104,8 +96,8 @@ TEST(PmdirectSim, ANumberGivenTwiceSendsTheWaitingRecordAndADropMarksOnlyWhatWas
   const std::string session = "<!REG!>\r\n<!LOGON!>ALPHA\r\n";
   const std::string expected =
       session + alpha.EncodeMsg(waiting) + "\r\nPOP\r\nQUIT\r\n" + session + "POP\r\nQUIT\r\n";
-  for (int i = 0; i < 50 && sim.received() != expected; ++i) alpha.link->Pause(20);
-  EXPECT_EQ(sim.received(), expected);
+  for (int i = 0; i < 50 && received() != expected; ++i) alpha.link->Pause(20);
+  EXPECT_EQ(received(), expected);
 
   const std::int32_t one = alpha.queue("BRAVO", "one", "first");
   alpha.queue("BRAVO", "two", "second");

@@ -113,7 +113,7 @@ TEST_F(SimFault, NoPromptStaysSilentForThatPromptOnly) {
   c.send("QUIT\r\n");
   EXPECT_TRUE(c.waitClosed());
   m_sim->stop();
-  EXPECT_EQ(transcript('>', 1), (Strings{"LOGON>", text, "LOGON>"}));
+  EXPECT_EQ(Transcript(m_dir.file("transcript"), '>', 1), (Strings{"LOGON>", text, "LOGON>"}));
 }
 
 TEST_F(SimFault, GarbageAndOversizedInputNeverStopTheServer) {
@@ -134,7 +134,7 @@ TEST_F(SimFault, GarbageAndOversizedInputNeverStopTheServer) {
   EXPECT_EQ(steady.ask("<!LOGON!>ALPHA", "OK>"), "OK>");
   EXPECT_EQ(steady.ask("POP", "NOMORE>"), "NOMORE>");
   EXPECT_EQ(m_sim->stop(), 0);
-  const Strings in = transcript('<');
+  const Strings in = Transcript(m_dir.file("transcript"), '<');
   EXPECT_NE(std::find(in.begin(), in.end(), test), in.end());
 }
 

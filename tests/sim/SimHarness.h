@@ -68,9 +68,6 @@ class SimTest : public ::testing::Test {
   void start(std::vector<std::string> extra = {}) {
     m_sim = std::make_unique<SimProcess>(m_dir.file("spool"), m_dir.file("transcript"), std::move(extra));
   }
-  std::vector<std::string> transcript(char dir, int conn = 0) const {
-    return Transcript(m_dir.file("transcript"), dir, conn);
-  }
   // A connected, registered and logged-on station.
   std::unique_ptr<SimClient> station(const std::string& id) {
     auto c = std::make_unique<SimClient>(m_sim->port());
