@@ -67,11 +67,15 @@ TEST(ParseIncoming, PositionsAndSignaturesByCountAndKindFromReply) {
   EXPECT_EQ(Parse(Tagged({"REPLY:", "   "})).Kind(), Kind::Reply);  // a line break is text
 }
 
-TEST(ParseIncoming, KeepLocalFollowsTheLastTag) {
+TEST(ParseIncoming, KeepLocalFollowsTheLastTagCompleteOnlyWithTheClosingOne) {
   EXPECT_EQ(Parse("!ICS213!!KEEPLOCAL!\r\n!/ICS213!\r\n").KeepLocal(), 1);
   EXPECT_EQ(Parse("!ICS213!!KEEPLOCAL!\r\nx !ICS213! y\r\n!/ICS213!\r\n").KeepLocal(), 0);
   // A tag line is a tag even with a colon in it.
   EXPECT_EQ(Parse("TO: !ICS213!!KEEPLOCAL!\r\n!/ICS213!\r\n").To(), "");
+  EXPECT_TRUE(ParseAs(Tagged({"MESSAGE: a"})).complete);
+  EXPECT_FALSE(ParseAs(Tagged({"MESSAGE: a"}, false)).complete);
+  // With a colon the closing tag is just an unknown key.
+  EXPECT_FALSE(ParseAs(Tagged({"!/ICS213!: x"}, false)).complete);
 }
 
 TEST(ParseIncoming, Route) {
@@ -105,13 +109,6 @@ TEST(ParseIncoming, DatesReadOrRejected) {
   parsed = ParseAs(many);
   EXPECT_EQ(parsed.badDates.size(), 8u);
   EXPECT_EQ(parsed.badDates[7].value, "1/1/2026" + std::string(72, 'x'));
-}
-
-TEST(ParseIncoming, CompleteOnlyWithClosingTag) {
-  EXPECT_TRUE(ParseAs(Tagged({"MESSAGE: a"})).complete);
-  EXPECT_FALSE(ParseAs(Tagged({"MESSAGE: a"}, false)).complete);
-  // With a colon the closing tag is just an unknown key.
-  EXPECT_FALSE(ParseAs(Tagged({"!/ICS213!: x"}, false)).complete);
 }
 
 // The body is cut at the field's 4000 bytes as if assigned line by line, blanks and zero
@@ -153,41 +150,35 @@ TEST(NoticeText, MessageNamesSenderReplyNamesAddressee) {
 
 class StoreMsgTest : public ::testing::Test, public testing::Receiver {};
 
-TEST_F(StoreMsgTest, FilesUnderNewNumbersAndAnnouncesEach) {
+// Each text is filed under a new number and announced; only once it is filed does the log
+// name the number, with each unreadable date and a missing end.
+TEST_F(StoreMsgTest, FilesUnderNewNumbersAnnouncesEachAndLogsWhatWasAmiss) {
   const std::int32_t a = StoreMsg(Tagged({"FROM: A", "SUBJECT: first"}), Origin::Received, ctx);
   const std::int32_t b = StoreMsg(Tagged({"TO: B", "SUBJECT: second", "REPLY: yes"}), Origin::Local, ctx);
-  EXPECT_EQ(b, a + 1);
-  ASSERT_EQ(notices.calls.size(), 2u);
+  const std::int32_t c =
+      StoreMsg(Tagged({"SUBJECT: s", "DATE: 31/31/31 25:61", "MESSAGE: half"}, false), Origin::Received, ctx);
+  EXPECT_EQ(std::make_pair(b, c), std::make_pair(a + 1, a + 2));
+  const auto filed = Filed();
+  ASSERT_EQ(filed.size(), 3u);
+  ASSERT_EQ(notices.calls.size(), 3u);
   EXPECT_EQ(notices.calls[0].number, a);
-  EXPECT_EQ(notices.calls[0].text, NoticeText(Filed()[0]));
+  EXPECT_EQ(notices.calls[0].text, NoticeText(filed[0]));
   EXPECT_EQ(notices.calls[1].number, b);
   EXPECT_EQ(notices.calls[1].text.rfind("New incoming REPLY... \r\nFROM:       B\r\n", 0), 0u);
-  EXPECT_EQ(session.lines, (std::vector<std::string>{"StoreMsg...: Loading message titled: first",
-                                                     "StoreMsg...: Loading message titled: second"}));
-  const auto filed = Filed();
-  ASSERT_EQ(filed.size(), 2u);
-  EXPECT_EQ(std::make_tuple(filed[1].MsgNo(), filed[1].Origin(), filed[1].Kind()),
-            std::make_tuple(b, Origin::Local, Kind::Reply));
-  // No MESSAGE line: the body keeps the zero bytes of a field never set.
-  const MsgRecord::Image& im = filed[0].image();
-  EXPECT_EQ(std::string(im.begin() + 402, im.begin() + 4402), std::string(4000, '\0'));
-}
-
-// Only once it is filed does the log name the number, with each unreadable date and a missing end.
-TEST_F(StoreMsgTest, UnreadableDateAndMissingEndAreLoggedAfterFiling) {
-  const std::int32_t n =
-      StoreMsg(Tagged({"SUBJECT: s", "DATE: 31/31/31 25:61", "MESSAGE: half"}, false), Origin::Received, ctx);
-  const std::string m = "StoreMsg...: Message " + std::to_string(n);
+  const std::string m = "StoreMsg...: Message " + std::to_string(c);
   EXPECT_EQ(session.lines,
             (std::vector<std::string>{
+                "StoreMsg...: Loading message titled: first", "StoreMsg...: Loading message titled: second",
                 "StoreMsg...: Loading message titled: s",
                 m + ": DATE value could not be read as a date: \"31/31/31 25:61\"; filed without that date",
                 m + " arrived incomplete (no \"!/ICS213!\"); filed as far as it came"}));
-  const auto filed = Filed();
-  ASSERT_EQ(filed.size(), 1u);
-  EXPECT_EQ(std::make_tuple(filed[0].MsgNo(), filed[0].Subj(), filed[0].MsgDate(), filed[0].Status()),
-            std::make_tuple(n, std::string("s"), 0.0, Status::Unread));
-  EXPECT_EQ(notices.calls.size(), 1u);
+  EXPECT_EQ(std::make_tuple(filed[1].MsgNo(), filed[1].Origin(), filed[1].Kind()),
+            std::make_tuple(b, Origin::Local, Kind::Reply));
+  EXPECT_EQ(std::make_tuple(filed[2].MsgNo(), filed[2].Subj(), filed[2].MsgDate(), filed[2].Status()),
+            std::make_tuple(c, std::string("s"), 0.0, Status::Unread));
+  // No MESSAGE line: the body keeps the zero bytes of a field never set.
+  const MsgRecord::Image& im = filed[0].image();
+  EXPECT_EQ(std::string(im.begin() + 402, im.begin() + 4402), std::string(4000, '\0'));
 }
 
 }  // namespace

@@ -4,13 +4,13 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/TempDir.h"
 #include "app/SessionLog.h"
 #include "core/DateTime.h"
 #include "core/EventLog.h"
 #include "format/Decoder.h"
 #include "format/Notice.h"
 #include "store/IcsMsg.h"
+#include "tests/support/TempDir.h"
 
 namespace velnor::testing {
 
@@ -22,7 +22,10 @@ class RecordingSessionLog : public SessionLogWriter {
 
 class RecordingNotices : public NoticeSink {
  public:
-  struct Call { std::string text; std::int32_t number; };
+  struct Call {
+    std::string text;
+    std::int32_t number;
+  };
   void ShowNotice(const std::string& text, std::int32_t number) override { calls.push_back({text, number}); }
   std::vector<Call> calls;
 };

@@ -30,7 +30,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (whole[i].kind != pieces[i].kind || whole[i].text != pieces[i].text) __builtin_trap();
     if (whole[i].kind != velnor::sim::Request::Message) continue;
     const std::string& m = whole[i].text;
-    if (m.compare(0, 8, "!ICS213!") != 0 || m.size() < 11 || m.compare(m.size() - 11, 11, "!/ICS213!\r\n") != 0)
+    if (m.compare(0, 8, "!ICS213!") != 0 || m.size() < 11 ||
+        m.compare(m.size() - 11, 11, "!/ICS213!\r\n") != 0)
       __builtin_trap();
     (void)velnor::sim::RouteDestination(m);
     (void)velnor::sim::IsKeepLocal(m);

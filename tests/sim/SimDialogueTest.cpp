@@ -1,6 +1,6 @@
-// The simulator over loopback (the whole conversation with exact bytes is the link's
-// end-to-end test): line ends, routing, the spool, the fault switches, hostile input and
-// the command line.
+// The simulator over loopback (the whole conversation with exact bytes, and --drop-after,
+// are the link's end-to-end tests): line ends, routing, the spool, the fault switches,
+// hostile input and the command line.
 #include <algorithm>
 #include <filesystem>
 
@@ -17,7 +17,9 @@ class SimDialogue : public SimTest {
   static void hand(SimClient& c, const std::string& text) { EXPECT_EQ(c.ask(text, "OK>"), "OK>"); }
 };
 
-TEST_F(SimDialogue, LinesMayComeInPiecesAndEndInBareLf) {
+// Lines may come in pieces and end in a bare LF. Messages go by destination, LOCAL ones to
+// every other station, each queue in arrival order.
+TEST_F(SimDialogue, LinesInPiecesAndRoutingByDestination) {
   start();
   SimClient c(m_sim->port());
   c.send("<!RE");
@@ -26,17 +28,11 @@ TEST_F(SimDialogue, LinesMayComeInPiecesAndEndInBareLf) {
   c.send("  <!LOGON!> CHARLIE \r");
   c.send("\nPOP\n");
   EXPECT_EQ(c.read(10), "OK>NOMORE>");
-  // A message text in pieces is answered only once its closing line is complete.
-  const std::string text = TaggedText("CHARLIE", "CHARLIE", "self");
-  c.send(text.substr(0, text.size() - 5));
-  c.send(text.substr(text.size() - 5));
+  const std::string self = TaggedText("CHARLIE", "CHARLIE", "self");
+  c.send(self.substr(0, self.size() - 5));
+  c.send(self.substr(self.size() - 5));
   EXPECT_EQ(c.read(3), "OK>");
-  EXPECT_EQ(c.ask("POP", text), text);
-}
-
-TEST_F(SimDialogue, RoutesByDestinationAndLocalGoesToAllOthers) {
-  start();
-  auto a = station("ALPHA"), b = station("BRAVO"), c = station("CHARLIE");
+  auto a = station("ALPHA"), b = station("BRAVO");
   const std::string direct = TaggedText("ALPHA", "charlie", "direct");
   const std::string local = TaggedText("ALPHA", "LOCAL", "to all");
   const std::string keep = TaggedText("BRAVO", "NOBODY", "kept local", true);
@@ -45,7 +41,7 @@ TEST_F(SimDialogue, RoutesByDestinationAndLocalGoesToAllOthers) {
   hand(*b, keep);
   expectPops(*a, {keep});  // its own LOCAL message is not returned
   expectPops(*b, {local});
-  expectPops(*c, {direct, local, keep});  // arrival order kept
+  expectPops(c, {self, direct, local, keep});
 }
 
 // Queues, the stations known to have logged on, and a message whose writing was cut off;
@@ -101,7 +97,7 @@ TEST(SimSwitches, SplitLowerCaseAndDripChangeOnlyHowRepliesAreWritten) {
   }
 }
 
-class SimFault : public SimTest {};
+using SimFault = SimDialogue;
 
 // Silent for those prompts only; the message is still queued and QUIT still closes.
 // (A silent "LOGON>" fails the link's registration against the simulator.)
@@ -117,20 +113,7 @@ TEST_F(SimFault, NoPromptStaysSilentForThatPromptOnly) {
   c.send("QUIT\r\n");
   EXPECT_TRUE(c.waitClosed());
   m_sim->stop();
-  EXPECT_EQ(transcript('>', 1), (Strings{"LOGON>", text, "LOGON>"}));
-}
-
-TEST_F(SimFault, DropAfterClosesOnTheNextMessageWithoutQueuingIt) {
-  start({"--drop-after", "1"});
-  const std::string first = TaggedText("ALPHA", "BRAVO", "first");
-  SimClient a(m_sim->port());
-  EXPECT_EQ(a.ask("<!LOGON!>ALPHA", "OK>"), "OK>");
-  EXPECT_EQ(a.ask(first, "OK>"), "OK>");
-  a.send(TaggedText("ALPHA", "BRAVO", "second") + "\r\n");
-  EXPECT_TRUE(a.waitClosed());
-  SimClient b(m_sim->port());  // the count is per connection
-  EXPECT_EQ(b.ask("<!LOGON!>BRAVO", "OK>"), "OK>");
-  expectPops(b, {first});
+  EXPECT_EQ(Transcript(m_dir.file("transcript"), '>', 1), (Strings{"LOGON>", text, "LOGON>"}));
 }
 
 TEST_F(SimFault, GarbageAndOversizedInputNeverStopTheServer) {
@@ -151,7 +134,7 @@ TEST_F(SimFault, GarbageAndOversizedInputNeverStopTheServer) {
   EXPECT_EQ(steady.ask("<!LOGON!>ALPHA", "OK>"), "OK>");
   EXPECT_EQ(steady.ask("POP", "NOMORE>"), "NOMORE>");
   EXPECT_EQ(m_sim->stop(), 0);
-  const Strings in = transcript('<');
+  const Strings in = Transcript(m_dir.file("transcript"), '<');
   EXPECT_NE(std::find(in.begin(), in.end(), test), in.end());
 }
 

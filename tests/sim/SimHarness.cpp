@@ -87,21 +87,16 @@ SimProcess::SimProcess(const std::string& spool, const std::string& transcript,
   int out[2];
   if (::pipe2(out, O_CLOEXEC) != 0) throw std::runtime_error("pipe failed");
   const int err = ::open(m_errFile.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
-  if (err < 0) {
-    ::close(out[0]);
-    ::close(out[1]);
-    throw std::runtime_error("cannot open " + m_errFile);
-  }
+  if (err < 0) throw std::runtime_error("cannot open " + m_errFile);
   m_pid = spawn(args, out[1], err);
   ::close(out[1]);
   ::close(err);
-  m_line = readPipe(out[0], true);
-  const std::string prefix = "pmdirect-sim listening on 127.0.0.1:";
-  if (m_line.compare(0, prefix.size(), prefix) != 0) {
+  const std::string line = readPipe(out[0], true), prefix = "pmdirect-sim listening on 127.0.0.1:";
+  if (!line.starts_with(prefix)) {
     stop();
-    throw std::runtime_error("simulator did not start: " + m_line + errors());
+    throw std::runtime_error("simulator did not start: " + line + errors());
   }
-  m_port = std::atoi(m_line.c_str() + prefix.size());
+  m_port = std::atoi(line.c_str() + prefix.size());
 }
 
 SimProcess::~SimProcess() {
@@ -118,8 +113,7 @@ int SimProcess::stop() {
 }
 
 std::string SimProcess::errors() const {
-  std::error_code ec;
-  return std::filesystem::exists(m_errFile, ec) ? ReadWholeFile(m_errFile, "test") : std::string();
+  return std::filesystem::exists(m_errFile) ? ReadWholeFile(m_errFile, "test") : std::string();
 }
 
 int RunSimToEnd(const std::vector<std::string>& args, std::string& errText) {
@@ -142,11 +136,6 @@ SimClient::SimClient(int port) {
   sa.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
   if (m_fd < 0 || ::connect(m_fd, reinterpret_cast<sockaddr*>(&sa), sizeof sa) != 0)
     throw std::runtime_error("cannot connect to the simulator");
-}
-
-void SimClient::close() {
-  if (m_fd >= 0) ::close(m_fd);
-  m_fd = -1;
 }
 
 void SimClient::send(const std::string& bytes) {
@@ -196,13 +185,10 @@ std::string Joined(const std::vector<std::string>& parts) {
   return std::accumulate(parts.begin(), parts.end(), std::string());
 }
 
-std::string TaggedText(const std::string& sender, const std::string& dest, const std::string& body, bool keepLocal) {
+std::string TaggedText(const std::string& sender, const std::string& dest, const std::string& body,
+                       bool keepLocal) {
   return std::string(keepLocal ? "!ICS213!!KEEPLOCAL!" : "!ICS213!") +
-         "\r\n---------\r\nICDNAME: Ridge Fire\r\nTO: Logistics\r\nPOSITION: Chief\r\n---------\r\n"
-         "FROM: Ops\r\nPOSITION: Lead\r\n----------\r\nSUBJECT: Water\r\nDATE: 3/4/2024 10:00:00\r\n"
-         "---------\r\nMESSAGE: " +
-         body +
-         "\r\n---------\r\nSIGNATURE: J\r\nPOSITION: Lead\r\n---------\r\nROUTE: " + sender + ":7:" + dest +
+         "\r\nSUBJECT: Water\r\nMESSAGE: " + body + "\r\n---------\r\nROUTE: " + sender + ":7:" + dest +
          ":0\r\n!/ICS213!\r\n";
 }
 

@@ -3,6 +3,7 @@
 // bounded (5 s), so a broken simulator fails a test instead of hanging it.
 #include <gtest/gtest.h>
 #include <sys/types.h>
+#include <unistd.h>
 
 #include <memory>
 #include <string>
@@ -21,15 +22,13 @@ class SimProcess {
   SimProcess(const SimProcess&) = delete;
   SimProcess& operator=(const SimProcess&) = delete;
   int port() const { return m_port; }
-  const std::string& listeningLine() const { return m_line; }
-  int stop();  // SIGTERM and wait: the status as waitpid reports it, -1 on time-out
+  int stop();                  // SIGTERM and wait: the status as waitpid reports it, -1 on time-out
   std::string errors() const;  // its error output so far
 
  private:
   std::string m_errFile;
   pid_t m_pid = -1;
   int m_port = 0;
-  std::string m_line;
 };
 
 // Runs the simulator with args to its end: its exit code, and its stderr in errText.
@@ -38,7 +37,7 @@ int RunSimToEnd(const std::vector<std::string>& args, std::string& errText);
 class SimClient {
  public:
   explicit SimClient(int port);
-  ~SimClient() { close(); }
+  ~SimClient() { ::close(m_fd); }
   SimClient(const SimClient&) = delete;
   SimClient& operator=(const SimClient&) = delete;
   void send(const std::string& bytes);
@@ -49,7 +48,6 @@ class SimClient {
     return read(expected.size());
   }
   bool waitClosed();  // the peer closes (data on the way is dropped)
-  void close();
 
  private:
   int m_fd = -1;
@@ -70,9 +68,6 @@ class SimTest : public ::testing::Test {
   void start(std::vector<std::string> extra = {}) {
     m_sim = std::make_unique<SimProcess>(m_dir.file("spool"), m_dir.file("transcript"), std::move(extra));
   }
-  std::vector<std::string> transcript(char dir, int conn = 0) const {
-    return Transcript(m_dir.file("transcript"), dir, conn);
-  }
   // A connected, registered and logged-on station.
   std::unique_ptr<SimClient> station(const std::string& id) {
     auto c = std::make_unique<SimClient>(m_sim->port());
@@ -84,10 +79,6 @@ class SimTest : public ::testing::Test {
   static void expectPops(SimClient& c, const std::vector<std::string>& texts) {
     for (const auto& t : texts) EXPECT_EQ(c.ask("POP", t), t);
     EXPECT_EQ(c.ask("POP", "NOMORE>"), "NOMORE>");
-  }
-  static void quit(SimClient& c) {
-    EXPECT_EQ(c.ask("QUIT", "QUITING>"), "QUITING>");
-    EXPECT_TRUE(c.waitClosed());
   }
   TempDir m_dir;
   std::unique_ptr<SimProcess> m_sim;
