@@ -164,14 +164,6 @@ TEST_F(IcsMsgProcesses, IndexedLoadAndUpdateAnswerAsTheWalkWhateverChangedBetwee
       {"rewrites an earlier record with a later number", [&] { poke(3, MessageRecord(4, "earlier four")); }},
       {"rewrites an indexed record with another number", [&] { poke(5, MessageRecord(9, "was four")); }},
       {"shrinks the store", [&] { ASSERT_EQ(::truncate(store().c_str(), 4 * kRecLen), 0); }},
-      {"a Velnor renumbers a record in place",
-       [&] {
-         velnor([](IcsMsg& o) {
-           o.Load(3);
-           o.rec().setMsgNo(5);
-           o.Update(3);
-         });
-       }},
       {"a Velnor deletes a record", [&] { velnor([](IcsMsg& o) { o.DeleteOne(2); }); }},
       {"an older copy is put back by hand", [&] { WriteFile(store(), StoreBytes(6, Range(1, 6))); }},
       {"a copy is renamed over it",
