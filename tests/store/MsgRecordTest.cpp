@@ -85,6 +85,7 @@ TEST(MsgRecord, TextSettersTrimCutAndPad) {
       {"  abc  ", Padded("abc", 64), "abc"},
       {"", std::string(64, ' '), ""},
       {"   ", std::string(64, ' '), ""},
+      {" x", Padded("x", 64), "x"},  // one character
       // cut after trimming: the leading blanks do not use up the width
       {"  " + std::string(64, 'b') + "c", std::string(64, 'b'), std::string(64, 'b')},
       {"\xe9t\xe9", Padded("\xe9t\xe9", 64), "\xe9t\xe9"},  // station text passes byte for byte
