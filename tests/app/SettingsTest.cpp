@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <tuple>
 
 #include "app/Settings.h"
 #include "core/AtomicFile.h"
@@ -83,12 +84,7 @@ TEST_F(SettingsFile, WriteReplacesTheWholeFileOrThrows) {
 
 // Each text read alone: the member named and the value it must hold.
 TEST(SettingsReader, TextCases) {
-  struct Case {
-    const char* text;
-    std::string Settings::*member;
-    const char* expected;
-  };
-  const Case cases[] = {
+  const std::tuple<const char*, std::string Settings::*, const char*> cases[] = {
       {"  LoginName  = ABC\r\n", &Settings::LoginName, " ABC"},  // key trimmed, value not
       {"HostName=a=b= \r\n", &Settings::HostName, "a=b= "},
       {"loginname=ABC\r\n", &Settings::LoginName, "LOCAL"},                     // keys are case-sensitive
@@ -101,24 +97,20 @@ TEST(SettingsReader, TextCases) {
       {"LoginName\r\n", &Settings::LoginName, "LOCAL"},
       {"[LoginName=X\r\n", &Settings::LoginName, "LOCAL"},  // a bracket line is skipped
   };
-  for (const Case& c : cases) EXPECT_EQ(Parsed(c.text).*c.member, c.expected) << c.text;
+  for (const auto& [text, member, expected] : cases) EXPECT_EQ(Parsed(text).*member, expected) << text;
 }
 
 // A bad integer keeps the value it had, and the line after it is still read.
 TEST(SettingsReader, IntegerCases) {
-  struct Case {
-    const char* value;
-    short expected;
-  };
-  const Case cases[] = {{"  45 ", 45},      {"-7", -7},     {"32767", 32767}, {"32768", 60},
-                        {"-32768", -32768}, {"120.0", 120}, {"-32769", 60},   {"abc", 60},
-                        {"12x", 60},        {"", 60},       {"1e2", 100},     {" +1.5E1 ", 15},
-                        {"2.5", 2},         {"3.5", 4},     {"-.5", 0},       {"32767.5", 60},
-                        {"1e", 60},         {"inf", 60},    {"0x10", 60}};
-  for (const Case& c : cases) {
-    const Settings s = Parsed("SRTime=" + std::string(c.value) + "\r\nDEFDEST=NEXT\r\n");
-    EXPECT_EQ(s.SRTime, c.expected) << c.value;
-    EXPECT_EQ(s.DEFDEST, "NEXT") << c.value;
+  const std::pair<const char*, short> cases[] = {
+      {"  45 ", 45},   {"-7", -7},       {"32767", 32767}, {"32768", 60}, {"-32768", -32768},
+      {"120.0", 120},  {"-32769", 60},   {"abc", 60},      {"12x", 60},   {"", 60},
+      {"1e2", 100},    {" +1.5E1 ", 15}, {"2.5", 2},       {"3.5", 4},    {"-.5", 0},
+      {"32767.5", 60}, {"1e", 60},       {"inf", 60},      {"0x10", 60}};
+  for (const auto& [value, expected] : cases) {
+    const Settings s = Parsed("SRTime=" + std::string(value) + "\r\nDEFDEST=NEXT\r\n");
+    EXPECT_EQ(s.SRTime, expected) << value;
+    EXPECT_EQ(s.DEFDEST, "NEXT") << value;
   }
   EXPECT_EQ(Parsed("Pausev=100\r\nPausev=oops\r\n").Pausev, 100);
 }

@@ -11,16 +11,13 @@ using namespace velnor;
 
 // CR ends a line and LF is dropped: the LF after the last CR is a line of its own.
 TEST(GetLine, WalksTheText) {
-  struct Row {
-    std::string_view text;
-    std::vector<std::string> lines;
-  };
-  const Row rows[] = {{"A\r\nB\r\n", {"A", "B", ""}}, {"A\nB", {"AB"}}, {"X\r\rY", {"X", "", "Y"}}};
-  for (const Row& r : rows) {
-    std::string_view v = r.text;
+  const std::pair<std::string_view, std::vector<std::string>> rows[] = {
+      {"A\r\nB\r\n", {"A", "B", ""}}, {"A\nB", {"AB"}}, {"X\r\rY", {"X", "", "Y"}}};
+  for (const auto& [text, expected] : rows) {
+    std::string_view v = text;
     std::vector<std::string> lines;
     while (!v.empty()) lines.push_back(GetLine(v));
-    EXPECT_EQ(lines, r.lines) << r.text;
+    EXPECT_EQ(lines, expected) << text;
   }
   std::string_view e;
   EXPECT_EQ(GetLine(e), "");

@@ -154,10 +154,7 @@ TEST_F(IcsMsgProcesses, IndexedLoadAndUpdateAnswerAsTheWalkWhateverChangedBetwee
               0);
   };
   // Our store before the change: 8, 2, 3, 4, 5, 6, after our own renumbering writes.
-  const struct {
-    const char* change;
-    std::function<void()> make;
-  } cases[] = {
+  const std::pair<std::string, std::function<void()>> cases[] = {
       {"nothing", [] {}},
       {"appends", [&] { poke(8, MessageRecord(7)); }},
       {"appends a duplicate", [&] { poke(8, MessageRecord(2, "second two")); }},
@@ -172,11 +169,10 @@ TEST_F(IcsMsgProcesses, IndexedLoadAndUpdateAnswerAsTheWalkWhateverChangedBetwee
          ASSERT_EQ(::rename(dir.file("copy").c_str(), store().c_str()), 0);
        }},
   };
-  for (const auto& c : cases) {
+  for (const auto& [change, makeChange] : cases) {
     for (std::int32_t probe = 0; probe <= 9; ++probe) {
       for (const bool update : {false, true}) {
-        SCOPED_TRACE(std::string(c.change) + (update ? ", Update(" : ", Load(") + std::to_string(probe) +
-                     ")");
+        SCOPED_TRACE(change + (update ? ", Update(" : ", Load(") + std::to_string(probe) + ")");
         ::unlink(store().c_str());
         make(6, Range(1, 6));
         IcsMsg m(dir.path(), log);
@@ -188,7 +184,7 @@ TEST_F(IcsMsgProcesses, IndexedLoadAndUpdateAnswerAsTheWalkWhateverChangedBetwee
         m.Update(5);
         ASSERT_EQ(NumbersIn(ReadFile(store())), (std::vector<std::int32_t>{8, 2, 3, 4, 5, 6}));
         ASSERT_EQ(m.walks(), 1);  // our own writes keep the index
-        c.make();
+        makeChange();
 
         const std::string bytes = ReadFile(store());
         const auto [at, found] = WalkFor(bytes, probe);
@@ -203,7 +199,7 @@ TEST_F(IcsMsgProcesses, IndexedLoadAndUpdateAnswerAsTheWalkWhateverChangedBetwee
           EXPECT_EQ(m.Load(probe), found);
           EXPECT_TRUE(ImageOf(m.rec()) == bytes.substr(at, kRecLen));
         }
-        EXPECT_EQ(m.walks(), std::string(c.change) == "nothing" ? 1 : 2);
+        EXPECT_EQ(m.walks(), change == "nothing" ? 1 : 2);
       }
     }
   }

@@ -90,25 +90,20 @@ TEST_F(IcsMsgTest, DeleteOneDropsEveryCopyAndKeepsTheCounter) {
 // Lengths that are not whole records: the count rounds half to even (4411 bytes is
 // exactly half a record), and the tail of a record reads as zeros.
 TEST_F(IcsMsgTest, PartialLastRecord) {
-  struct Row {
-    Numbers whole;
-    std::string tail;
-    int listed;
-  };
   const std::string eight = MessageRecord(8);
-  const Row rows[] = {{{7}, eight.substr(0, 4411), 1},
-                      {{7}, eight.substr(0, 4412), 2},
-                      {{1}, std::string(kRecLen / 2, '\x01'), 1},
-                      {{1, 2}, std::string(kRecLen / 2, '\0'), 3}};
-  for (const Row& row : rows) {
-    SCOPED_TRACE(&row - rows);
-    WriteFile(store(), StoreBytes(7, row.whole) + row.tail);
+  const std::tuple<Numbers, std::string, int> rows[] = {{{7}, eight.substr(0, 4411), 1},
+                                                        {{7}, eight.substr(0, 4412), 2},
+                                                        {{1}, std::string(kRecLen / 2, '\x01'), 1},
+                                                        {{1, 2}, std::string(kRecLen / 2, '\0'), 3}};
+  for (const auto& [whole, tail, rowListed] : rows) {
+    SCOPED_TRACE(tail.size());
+    WriteFile(store(), StoreBytes(7, whole) + tail);
     IcsMsg m(dir.path(), log);
     m.ResetList();
     int listed = 0;
     while (m.GetList()) ++listed;
-    EXPECT_EQ(listed, row.listed);
-    if (row.listed == 2) {  // the part of record 8 that exists is read
+    EXPECT_EQ(listed, rowListed);
+    if (rowListed == 2) {  // the part of record 8 that exists is read
       EXPECT_EQ(std::tuple(m.rec().MsgNo(), m.rec().KeepLocal()), std::tuple(8, 0));
       EXPECT_TRUE(m.Load(8));
     }

@@ -74,12 +74,7 @@ TEST(MsgRecord, EveryFieldAtItsOffset) {
 }
 
 TEST(MsgRecord, TextSettersTrimCutAndPad) {
-  struct Row {
-    std::string in;
-    std::string stored;
-    std::string read;
-  };
-  const Row rows[] = {
+  const std::tuple<std::string, std::string, std::string> rows[] = {
       {std::string(64, 'a'), std::string(64, 'a'), std::string(64, 'a')},
       {std::string(65, 'a'), std::string(64, 'a'), std::string(64, 'a')},
       {"  abc  ", Padded("abc", 64), "abc"},
@@ -90,11 +85,11 @@ TEST(MsgRecord, TextSettersTrimCutAndPad) {
       {"  " + std::string(64, 'b') + "c", std::string(64, 'b'), std::string(64, 'b')},
       {"\xe9t\xe9", Padded("\xe9t\xe9", 64), "\xe9t\xe9"},  // station text passes byte for byte
   };
-  for (const Row& row : rows) {
+  for (const auto& [in, stored, read] : rows) {
     MsgRecord r;
-    r.setSubj(row.in);
-    EXPECT_EQ(Bytes(r, 330, 64), row.stored) << row.in;
-    EXPECT_EQ(r.Subj(), row.read) << row.in;
+    r.setSubj(in);
+    EXPECT_EQ(Bytes(r, 330, 64), stored) << in;
+    EXPECT_EQ(r.Subj(), read) << in;
     EXPECT_EQ(Bytes(r, 266, 64) + Bytes(r, 394, 8), std::string(72, '\0'));  // neighbours untouched
   }
   // The long fields: body and reply 4000, route 16, each cut without overrunning its neighbour.
