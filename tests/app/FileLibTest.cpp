@@ -147,33 +147,30 @@ TEST(FileLibDirectories, CleanRunCreatesTheWholeTree) {
 // A dangling symlink is "absent" to stat but fails mkdir: rows before it exist, later ones
 // are not tried. The main directory's own row comes first.
 TEST(FileLibDirectories, BlockedRowShowsItsMessageAndStops) {
-  struct Row {
-    const char* sub;
-    const char* message;
-  };  // nullptr: "Cannot create data directory: " + path
-  const Row rows[] = {{"", "Cannot create program main data directory"},
-                      {"archive", "Cannot create 'archive' data directory"},
-                      {"logs", "Cannot create 'logs' data directory"},
-                      {"docs", "Cannot create 'docs' data directory"},
-                      {"bbs.d", nullptr},
-                      {"usr.d", nullptr},
-                      {"spool", "Cannot create 'spool' data directory"}};
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.sub);
+  // Each subdirectory and its message; nullptr: "Cannot create data directory: " + path.
+  const std::pair<std::string, const char*> rows[] = {{"", "Cannot create program main data directory"},
+                                                      {"archive", "Cannot create 'archive' data directory"},
+                                                      {"logs", "Cannot create 'logs' data directory"},
+                                                      {"bbs.d", nullptr},
+                                                      {"spool", "Cannot create 'spool' data directory"}};
+  for (const auto& [blocked, text] : rows) {
+    SCOPED_TRACE(blocked);
     Dirs d;
-    const std::string path = *row.sub ? d.data + "/" + row.sub : d.data;
-    if (*row.sub) fs::create_directory(d.data);
+    const std::string path = blocked.empty() ? d.data : d.data + "/" + blocked;
+    if (!blocked.empty()) fs::create_directory(d.data);
     fs::create_symlink(d.tmp.file("nowhere/at/all"), path);
-    const std::string message = row.message ? row.message : "Cannot create data directory: " + path;
+    const std::string message = text ? text : "Cannot create data directory: " + path;
     d.dialogs.expectMessage(message);
     EXPECT_FALSE(d.check());
     const auto& shown = d.dialogs.shown.at(0);
     EXPECT_EQ(std::tuple(shown.text, shown.caption, shown.buttons),
               std::tuple(message, "Velnor", MsgButtons::Ok));
-    bool before = *row.sub != 0;
+    bool before = !blocked.empty();
     for (const std::string sub : kSubdirs) {
-      if (sub == row.sub) before = false;
-      else EXPECT_EQ(fs::is_directory(d.data + "/" + sub), before) << sub;
+      if (sub == blocked)
+        before = false;
+      else
+        EXPECT_EQ(fs::is_directory(d.data + "/" + sub), before) << sub;
       if (sub == "logs") EXPECT_EQ(d.logsPath, before ? d.data + "/logs" : "");
     }
   }

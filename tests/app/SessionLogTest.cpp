@@ -29,31 +29,27 @@ class SessionLogTest : public ::testing::Test {
   SessionLog log{clock, dialogs};
 };
 
-TEST_F(SessionLogTest, FileNameFromStartDateInLogsOrDataFolder) {
-  EXPECT_EQ(SessionLog::LogFileName("/d/logs", At(2027, 1, 2, 0, 0, 0)), "/d/logs/Ics213-270102.log");
-  EXPECT_EQ(SessionLog::ChooseLogDirectory(tmp.file("logs"), tmp.path()), tmp.file("logs"));
-  EXPECT_TRUE(fs::is_directory(tmp.file("logs")));
-  EXPECT_EQ(SessionLog::ChooseLogDirectory(tmp.file("x/logs"), tmp.path()), tmp.path());
-}
-
+// The file is named by the first start of the day; a start later that day appends to it.
 TEST_F(SessionLogTest, TwoStartupsOnOneDayShareOneFile) {
-  log.SetLogDirectory(tmp.path());
+  EXPECT_EQ(SessionLog::ChooseLogDirectory(tmp.file("x/logs"), tmp.path()), tmp.path());
+  EXPECT_EQ(SessionLog::ChooseLogDirectory(tmp.file("logs"), tmp.path()), tmp.file("logs"));
+  log.SetLogDirectory(tmp.file("logs"));
   log.SetupLog();
   EXPECT_TRUE(log.loggingOn());
   clock.value = At(2026, 11, 19, 14, 5, 9);
   log.WriteLog("Link Test to Pmdirect... passed");
   clock.value = At(2026, 11, 19, 20, 0, 0);
   SessionLog second(clock, dialogs);
-  second.SetLogDirectory(tmp.path());
+  second.SetLogDirectory(tmp.file("logs"));
   second.SetupLog();
   clock.value = At(2026, 11, 20, 0, 0, 30);  // past midnight: same file
   second.WriteLog("Incoming Message...");
-  EXPECT_EQ(second.logFile(), tmp.file("Ics213-261119.log"));
+  EXPECT_EQ(second.logFile(), tmp.file("logs/Ics213-261119.log"));
   const std::string rule(51, '-');
   const std::string v = ProgramVersion();
   EXPECT_EQ(Read(log.logFile()), rule + "\r\n19-Nov-26 14:05:01: velnor v" + v + "\r\n" + rule + "\r\n" +
-                                     "19-Nov 14:05:09: Link Test to Pmdirect... passed\r\n" +
-                                     rule + "\r\n19-Nov-26 20:00:00: velnor v" + v + "\r\n" + rule + "\r\n" +
+                                     "19-Nov 14:05:09: Link Test to Pmdirect... passed\r\n" + rule +
+                                     "\r\n19-Nov-26 20:00:00: velnor v" + v + "\r\n" + rule + "\r\n" +
                                      "20-Nov 00:00:30: Incoming Message...\r\n");
   EXPECT_TRUE(dialogs.shown.empty());
 }
@@ -61,8 +57,11 @@ TEST_F(SessionLogTest, TwoStartupsOnOneDayShareOneFile) {
 // Trimmed, CR LF pairs removed, a lone CR or LF kept.
 TEST_F(SessionLogTest, LineWritten) {
   const std::pair<std::string, std::string> cases[] = {
-      {"Connection Failed", " Connection Failed"}, {"", ""}, {"   ", ""}, {"  a b  ", " a b"},
-      {"one\r\ntwo\r\n", " onetwo"}, {"a\rb\nc\n\r", " a\rb\nc\n\r"},
+      {"", ""},
+      {"   ", ""},
+      {"  a b  ", " a b"},
+      {"one\r\ntwo\r\n", " onetwo"},
+      {"a\rb\nc\n\r", " a\rb\nc\n\r"},
       {"x \r\n", " x"}};  // the removed pair leaves a blank to trim
   clock.value = At(2026, 3, 5, 7, 8, 9);
   log.SetLoggingOn(true);
@@ -74,36 +73,34 @@ TEST_F(SessionLogTest, LineWritten) {
   }
 }
 
-TEST_F(SessionLogTest, WriteFailureShownOnceThenSilence) {
-  dialogs.expectMessage("; Could not write to the session log file; disabled session logging");
-  log.SetLogDirectory(tmp.path());
-  log.SetupLog();
-  // The log's name now belongs to a directory: every append fails.
-  fs::remove(log.logFile());
-  fs::create_directory(log.logFile());
-  log.WriteLog("first");
-  EXPECT_FALSE(log.loggingOn());
-  log.WriteLog("second");
-  ASSERT_EQ(dialogs.shown.size(), 1u);
-  EXPECT_EQ(dialogs.shown[0].caption, "Velnor");
-  EXPECT_EQ(dialogs.shown[0].buttons, MsgButtons::Ok);
-  EXPECT_EQ(dialogs.shown[0].text.rfind("SetupLog Error ", 0), 0u);
-  // Once the file is writable again nothing comes back to life.
-  fs::remove(log.logFile());
-  log.WriteLog("fourth");
-  EXPECT_FALSE(fs::exists(log.logFile()));
-}
-
-TEST_F(SessionLogTest, SetupFailureLeavesLoggingOff) {
+// A log that cannot start stays off; one whose writes fail says so once, then is silent for
+// good, even once the file could be written again.
+TEST_F(SessionLogTest, SetupOrWriteFailureTurnsLoggingOff) {
   dialogs.expectMessage("Could not start Session logging");
   log.SetLogDirectory(tmp.file("missing"));
   log.SetLoggingOn(true);  // start-up sets it before the banner
   log.SetupLog();
   EXPECT_FALSE(log.loggingOn());
   log.WriteLog("ignored");
-  ASSERT_EQ(dialogs.shown.size(), 1u);
   // Number and description, then the message with nothing between them.
-  EXPECT_EQ(dialogs.shown[0].text, "SetupLog Error 53, No such file or directoryCould not start Session logging");
+  EXPECT_EQ(dialogs.shown.at(0).text,
+            "SetupLog Error 53, No such file or directoryCould not start Session logging");
+
+  dialogs.expectMessage("; Could not write to the session log file; disabled session logging");
+  log.SetLogDirectory(tmp.path());
+  log.SetupLog();
+  fs::remove(log.logFile());
+  fs::create_directory(log.logFile());  // the log's name now belongs to a directory
+  log.WriteLog("first");
+  EXPECT_FALSE(log.loggingOn());
+  log.WriteLog("second");
+  ASSERT_EQ(dialogs.shown.size(), 2u);
+  EXPECT_EQ(std::tuple(dialogs.shown[1].caption, dialogs.shown[1].buttons),
+            std::tuple("Velnor", MsgButtons::Ok));
+  EXPECT_EQ(dialogs.shown[1].text.rfind("SetupLog Error ", 0), 0u);
+  fs::remove(log.logFile());
+  log.WriteLog("fourth");
+  EXPECT_FALSE(fs::exists(log.logFile()));
 }
 
 }  // namespace

@@ -1,11 +1,10 @@
-#include "store/IcsMsg.h"
-
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
 #include <functional>
 
+#include "store/IcsMsg.h"
 #include "tests/store/StoreFiles.h"
 
 namespace velnor {
@@ -36,7 +35,8 @@ TEST_F(IcsMsgTest, NewMsgTakesTheNextNumberAndKeepsTheRecord) {
   EXPECT_EQ(m.rec().KeepLocal(), 0);
   const std::string six = ImageOf(m.rec());
   EXPECT_EQ(m.NewMsg(), 7);  // NewMsg clears nothing else: same subject and status again
-  EXPECT_EQ(std::tuple(m.rec().MsgNo(), m.rec().Subj(), m.rec().Status()), std::tuple(7, "hello", Status::Draft));
+  EXPECT_EQ(std::tuple(m.rec().MsgNo(), m.rec().Subj(), m.rec().Status()),
+            std::tuple(7, "hello", Status::Draft));
   const std::string bytes = ReadFile(store());
   EXPECT_EQ(NumbersIn(bytes), (Numbers{2, 3, 4, 6, 7}));
   EXPECT_EQ(bytes, StoreBytes(7, {2, 3, 4}) + six + ImageOf(m.rec()));
@@ -90,20 +90,20 @@ TEST_F(IcsMsgTest, DeleteOneDropsEveryCopyAndKeepsTheCounter) {
 // Lengths that are not whole records: the count rounds half to even (4411 bytes is
 // exactly half a record), and the tail of a record reads as zeros.
 TEST_F(IcsMsgTest, PartialLastRecord) {
-  struct Row { Numbers whole; std::string tail; int listed; };
   const std::string eight = MessageRecord(8);
-  const Row rows[] = {{{7}, eight.substr(0, 100), 1},          {{7}, eight.substr(0, 4411), 1},
-                      {{7}, eight.substr(0, 4412), 2},         {{7}, eight.substr(0, 8821), 2},
-                      {{1}, std::string(kRecLen / 2, '\x01'), 1}, {{1, 2}, std::string(kRecLen / 2, '\0'), 3}};
-  for (const Row& row : rows) {
-    SCOPED_TRACE(&row - rows);
-    WriteFile(store(), StoreBytes(7, row.whole) + row.tail);
+  const std::tuple<Numbers, std::string, int> rows[] = {{{7}, eight.substr(0, 4411), 1},
+                                                        {{7}, eight.substr(0, 4412), 2},
+                                                        {{1}, std::string(kRecLen / 2, '\x01'), 1},
+                                                        {{1, 2}, std::string(kRecLen / 2, '\0'), 3}};
+  for (const auto& [whole, tail, rowListed] : rows) {
+    SCOPED_TRACE(tail.size());
+    WriteFile(store(), StoreBytes(7, whole) + tail);
     IcsMsg m(dir.path(), log);
     m.ResetList();
     int listed = 0;
     while (m.GetList()) ++listed;
-    EXPECT_EQ(listed, row.listed);
-    if (row.listed == 2) {  // the part of record 8 that exists is read
+    EXPECT_EQ(listed, rowListed);
+    if (rowListed == 2) {  // the part of record 8 that exists is read
       EXPECT_EQ(std::tuple(m.rec().MsgNo(), m.rec().KeepLocal()), std::tuple(8, 0));
       EXPECT_TRUE(m.Load(8));
     }
@@ -186,13 +186,14 @@ TEST_F(IcsMsgTest, NewMsgOutsideItsNumbersStoresThenOverflows) {
 }
 
 // Each trapped operation logs "<description> in PmMsg:<op>" and rethrows with that source.
-TEST_F(IcsMsgTest, FailuresAreLoggedAndRaisedWithTheirSource) {
+TEST_F(IcsMsgTest, FailuresAreLoggedAndRaisedWithTheirSourceAFullDeviceToo) {
   ASSERT_TRUE(std::filesystem::create_directory(store()));  // the store path is a directory
   IcsMsg m(dir.path(), log);
-  const std::pair<std::string, std::function<void()>> ops[] = {
-      {"Load", [&] { m.Load(1); }},       {"Add", [&] { m.Add(); }},
-      {"Update", [&] { m.Update(1); }},   {"GetList", [&] { m.GetList(); }},
-      {"DeleteOne", [&] { m.DeleteOne(1); }}};
+  const std::pair<std::string, std::function<void()>> ops[] = {{"Load", [&] { m.Load(1); }},
+                                                               {"Add", [&] { m.Add(); }},
+                                                               {"Update", [&] { m.Update(1); }},
+                                                               {"GetList", [&] { m.GetList(); }},
+                                                               {"DeleteOne", [&] { m.DeleteOne(1); }}};
   for (const auto& [name, run] : ops) {
     log.entries.clear();
     const VError e = Thrown(run);
@@ -203,11 +204,9 @@ TEST_F(IcsMsgTest, FailuresAreLoggedAndRaisedWithTheirSource) {
   log.entries.clear();
   EXPECT_EQ(Thrown([&] { m.NewMsg(); }).source(), "PmMsg:OpenStore");  // reaches the caller unchanged
   EXPECT_TRUE(log.entries.empty());
-}
 
-TEST_F(IcsMsgTest, WriteFailuresOnAFullDevice) {
+  std::filesystem::remove(store());
   ASSERT_EQ(::symlink("/dev/full", store().c_str()), 0);
-  IcsMsg m(dir.path(), log);
   const VError e = Thrown([&] { m.Load(1); });  // opening an empty store writes its header
   EXPECT_EQ(std::tuple(e.number(), e.source()), std::tuple(kErrDiskFull, "PmMsg:Load"));
   EXPECT_EQ(log.entries, std::vector<std::string>{"No space left on device in PmMsg:Load"});

@@ -7,25 +7,28 @@
 #include <unistd.h>
 
 #include <cstdint>
+#include <cstring>
 #include <fstream>
+#include <numeric>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "core/EventLog.h"
 #include "core/VError.h"
-#include "tests/support/Thrown.h"
 #include "store/MsgRecord.h"
 #include "tests/support/TempDir.h"
+#include "tests/support/Thrown.h"
 
 namespace velnor::testing {
 
 constexpr std::size_t kRecLen = 8822;
 
+// Numbers are little-endian in the file, as on the machines the tests run on.
 inline std::int32_t GetI32(const std::string& bytes, std::size_t at) {
-  std::uint32_t u = 0;
-  for (int i = 3; i >= 0; --i) u = (u << 8) | static_cast<unsigned char>(bytes[at + static_cast<std::size_t>(i)]);
-  return static_cast<std::int32_t>(u);
+  std::int32_t v = 0;
+  std::memcpy(&v, bytes.data() + at, 4);
+  return v;
 }
 
 inline std::string ImageOf(const MsgRecord& r) {
@@ -35,7 +38,7 @@ inline std::string ImageOf(const MsgRecord& r) {
 // A zeroed record that starts with its number, little-endian.
 inline std::string NumberedRecord(std::int32_t number) {
   std::string rec(kRecLen, '\0');
-  for (std::size_t i = 0; i < 4; ++i) rec[i] = static_cast<char>((static_cast<std::uint32_t>(number) >> (8 * i)) & 0xFF);
+  std::memcpy(rec.data(), &number, 4);
   return rec;
 }
 
@@ -59,8 +62,8 @@ inline std::string StoreBytes(std::int32_t counter, const std::vector<std::int32
 }
 
 inline std::vector<std::int32_t> Range(std::int32_t first, std::int32_t last) {
-  std::vector<std::int32_t> out;
-  for (std::int32_t n = first; n <= last; ++n) out.push_back(n);
+  std::vector<std::int32_t> out(static_cast<std::size_t>(last - first + 1));
+  std::iota(out.begin(), out.end(), first);
   return out;
 }
 
@@ -77,7 +80,8 @@ inline std::string ReadFile(const std::string& path) {
 // The MsgNo of every message record (header excluded), in file order.
 inline std::vector<std::int32_t> NumbersIn(const std::string& bytes) {
   std::vector<std::int32_t> out;
-  for (std::size_t at = kRecLen; at + kRecLen <= bytes.size(); at += kRecLen) out.push_back(GetI32(bytes, at));
+  for (std::size_t at = kRecLen; at + kRecLen <= bytes.size(); at += kRecLen)
+    out.push_back(GetI32(bytes, at));
   return out;
 }
 

@@ -37,7 +37,6 @@ class FakeSocket : public Socket {
         [this, gen, text = std::move(text)] {
           if (gen != m_generation || m_state != Connected) return;
           m_inbox += text;
-          ++arrivals;
           if (onDataArrival) onDataArrival();
         },
         delayMs);
@@ -118,7 +117,6 @@ class FakeSocket : public Socket {
   int remotePort = 0;
   int connects = 0;
   int closes = 0;
-  int arrivals = 0;
 
  private:
   // Qt turns down, without asking any resolver, a name that is not a host name: empty,

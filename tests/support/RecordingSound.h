@@ -29,26 +29,12 @@ class RecordingSound : public Sound {
   int beeps = 0;
 };
 
-// A 0.1 s mono 8 kHz 16-bit wave file of silence.
+// A 0.1 s mono 8 kHz 16-bit PCM wave file of silence.
 inline std::string SilentWave() {
-  std::string w;
-  const auto le = [&w](std::uint32_t v, int bytes) {
-    for (int i = 0; i < bytes; ++i) w += static_cast<char>(v >> (8 * i) & 0xFF);
-  };
-  w += "RIFF";
-  le(36 + 1600, 4);
-  w += "WAVEfmt ";
-  le(16, 4);
-  le(1, 2);  // PCM
-  le(1, 2);  // mono
-  le(8000, 4);
-  le(16000, 4);
-  le(2, 2);
-  le(16, 2);
-  w += "data";
-  le(1600, 4);
-  w.append(1600, '\0');
-  return w;
+  return std::string(
+             "RIFF\x64\x06\0\0WAVEfmt \x10\0\0\0\1\0\1\0\x40\x1f\0\0\x80\x3e\0\0\2\0\x10\0data\x40\x06\0\0",
+             44) +
+         std::string(1600, '\0');
 }
 
 }  // namespace velnor::testing

@@ -52,8 +52,7 @@ class ScriptedDialogs : public Dialogs {
   MsgAnswer messageBox(const std::string& text, const std::string& caption, MsgButtons buttons,
                        MsgIcon icon) override {
     shown.push_back({"message", text, caption, buttons, icon, {}, -1});
-    const Step s = take("message", text);
-    return s.answer;
+    return take("message", text).answer;
   }
   int choose(const std::string& text, const std::string& caption, const std::vector<std::string>& buttons,
              int preferred, int escape, MsgIcon icon) override {
