@@ -11,9 +11,6 @@
 #include <QTcpServer>
 #include <QTest>
 #include <filesystem>
-#include <memory>
-#include <string>
-#include <vector>
 
 #include "app/Settings.h"
 #include "core/AtomicFile.h"
