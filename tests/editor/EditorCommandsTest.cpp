@@ -8,8 +8,14 @@
 namespace velnor::testing {
 namespace {
 
-TEST_F(WindowTest, FailedLinkTestAndIdentifierPromptAtStartThenTheSetupMenu) {
-  Settings s = QuickSettings();
+// A failed link test and the identifier prompt at start, the Setup menu; then New fills in
+// the defaults, Send without a subject marks it, and Set Fields As Default takes the texts
+// as they are, an emptied one included.
+TEST_F(WindowTest, FailedLinkTestAtStartSetupMenuThenNewWithDefaultsAndSendWithoutSubject) {
+  Settings s = WithDefaults();
+  s.IcdName = " Ridge Fire ";
+  s.DEFDEST = "EOC";
+  s.KEEPLOCAL = 1;
   s.LoginName = "W1XYZ";
   s.TimeOut = "10000";
   QElapsedTimer took;
@@ -54,16 +60,6 @@ TEST_F(WindowTest, FailedLinkTestAndIdentifierPromptAtStartThenTheSetupMenu) {
   properties("300");
   EXPECT_LT(link.SRCounter(), 100);
   EXPECT_EQ(link.SRTimeStarted(), 300);
-}
-
-// New fills in the defaults; Send without a subject marks it; Set Fields As Default takes
-// the texts as they are, an emptied one included.
-TEST_F(WindowTest, NewWithAllDefaultsSendWithoutSubjectAndSetFieldsAsDefault) {
-  Settings s = WithDefaults();
-  s.IcdName = " Ridge Fire ";
-  s.DEFDEST = "EOC";
-  s.KEEPLOCAL = 1;
-  start(s);
 
   click("cmdNew");
   EXPECT_EQ(State(), "NEW 2 EEEEELEEEELLLL route");  // the date is never typed in
