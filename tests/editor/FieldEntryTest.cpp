@@ -81,80 +81,9 @@ TEST_F(FieldEntryTest, FocusFromSignatureRouteCapitalsTabOrderAndSpaceOnAButton)
   EXPECT_EQ(Stored(1).Route(), "EOC-2B\xc9:0");
 }
 
-// Every box stops at its record field's width; a body counts up to 4,000; a paste that
-// would not fit goes in whole or not at all; Save keeps every character or refuses.
-TEST_F(FieldEntryTest, BoxesStopAtTheRecordWidthAndNothingIsEverCut) {
-  start();
-  click("cmdNew");
-  EXPECT_EQ(find<QLineEdit>("txtDefaultToRoute")->maxLength(), 14);  // ":0" follows in the record
-  type(Field::Subject, std::string(66, 's').c_str());
-  EXPECT_EQ(win->text(Field::Subject), std::string(64, 's'));
-  // The clipboard follows the focus: a button has nothing to copy.
-  QClipboard* cb = QApplication::clipboard();
-  cb->setText("stale");
-  button("cmdNew")->setFocus(Qt::MouseFocusReason);
-  trigger("mnuCopy");
-  EXPECT_EQ(cb->text().toStdString(), "");
-  auto* subject = qobject_cast<QLineEdit*>(field(Field::Subject));
-  subject->setFocus(Qt::MouseFocusReason);
-  QApplication::processEvents();  // entering the box selects all of it
-  subject->setSelection(0, 3);
-  trigger("MnuCut");
-  EXPECT_EQ(cb->text().toStdString(), "sss");
-  cb->setText("\xC3\xA9t\xC3\xA9");  // station text is single-byte: é goes in as one character
-  trigger("mnuPaste");
-  EXPECT_EQ(win->text(Field::Subject), "\xE9t\xE9" + std::string(61, 's'));
-  cb->setText("xyz");
-  subject->setSelection(0, 2);
-  dialogs.expectMessage(
-      "Nothing was pasted: the clipboard holds 3 characters, and 2 more fit in this field (64 at most).");
-  trigger("mnuPaste");
-  EXPECT_EQ(win->text(Field::Subject), "\xE9t\xE9" + std::string(61, 's'));
-
-  auto* counter = find<QLabel>("lblMsgLength");
-  EXPECT_EQ(counter->text().toStdString(), "0 / 4,000");
-  const std::string start(3995, 'a');
-  win->setText(Field::Message, start);
-  EXPECT_EQ(counter->text().toStdString(), "3,995 / 4,000");
-  auto* body = qobject_cast<QPlainTextEdit*>(field(Field::Message));
-  body->moveCursor(QTextCursor::End);
-  const int beeps = dialogs.beeps;
-  type(Field::Message, "bc\rdefg");  // the line break counts two, as CR LF in the record
-  EXPECT_EQ(win->text(Field::Message), start + "bc\r\nd");
-  EXPECT_EQ(dialogs.beeps - beeps, 3);
-  EXPECT_EQ(counter->text().toStdString(), "4,000 / 4,000");
-  EXPECT_EQ(counter->palette().color(QPalette::WindowText), QColor(0xB0, 0, 0));
-
-  // 5,000 characters over a selection of 1,000: refused whole, as the box says.
-  QTextCursor c = body->textCursor();
-  c.setPosition(0);
-  c.setPosition(1000, QTextCursor::KeepAnchor);
-  body->setTextCursor(c);
-  body->setFocus(Qt::MouseFocusReason);
-  QApplication::clipboard()->setText(QString(5000, 'p'));
-  dialogs.expectMessage(
-      "Nothing was pasted: the clipboard holds 5,000 characters, and 1,000 more fit in the message (4,000 at "
-      "most).");
-  trigger("mnuPaste");
-  EXPECT_EQ(win->text(Field::Message), start + "bc\r\nd");
-  QApplication::clipboard()->setText(QString(1000, 'p'));  // just fits
-  trigger("mnuPaste");
-  const std::string full = std::string(1000, 'p') + start.substr(1000) + "bc\r\nd";
-  EXPECT_EQ(win->text(Field::Message), full);
-  click("cmdSave");
-  EXPECT_EQ(Stored(1).Msg(), full);
-
-  // Text that came in by other ways is not cut on Save either: Save refuses it.
-  click("cmdEdit");
-  win->setText(Field::Message, full + "!");
-  dialogs.expectMessage(
-      "The message holds 4,001 characters; 4,000 can be kept. Shorten it, then save again.");
-  click("cmdSave");
-  EXPECT_EQ((Names{Stored(1).Msg(), std::to_string(ed->EditState())}), (Names{full, "2"}));
-}
-
 // A reply to a received message; File > Open inserts at the cursor of the body being written.
-TEST_F(FieldEntryTest, ReplyClosesWithoutQuestionAndOpenInsertsAtTheCursor) {
+// Then a new message: widths, the body's limit, the clipboard.
+TEST_F(FieldEntryTest, ReplyClosesWithoutQuestionOpenInsertsAtTheCursorAndNothingIsEverCut) {
   const auto n = StoreRecord(Status::Unread, Origin::Received, Kind::Message, "Road closed");
   start();
   click("cmdBrowse");
@@ -203,6 +132,75 @@ TEST_F(FieldEntryTest, ReplyClosesWithoutQuestionAndOpenInsertsAtTheCursor) {
   click("cmdSave");
   const MsgRecord saved = Stored(n);
   EXPECT_EQ((Names{saved.Reply(), saved.Msg()}), (Names{"Aone\r\ntwoB", "Line one\r\nLine two"}));
+
+  // Every box stops at its record field's width; a body counts up to 4,000; a paste that
+  // would not fit goes in whole or not at all; Save keeps every character or refuses.
+  click("cmdNew");
+  EXPECT_EQ(find<QLineEdit>("txtDefaultToRoute")->maxLength(), 14);  // ":0" follows in the record
+  type(Field::Subject, std::string(66, 's').c_str());
+  EXPECT_EQ(win->text(Field::Subject), std::string(64, 's'));
+  // The clipboard follows the focus: a button has nothing to copy.
+  QClipboard* cb = QApplication::clipboard();
+  cb->setText("stale");
+  button("cmdNew")->setFocus(Qt::MouseFocusReason);
+  trigger("mnuCopy");
+  EXPECT_EQ(cb->text().toStdString(), "");
+  auto* subject = qobject_cast<QLineEdit*>(field(Field::Subject));
+  subject->setFocus(Qt::MouseFocusReason);
+  QApplication::processEvents();  // entering the box selects all of it
+  subject->setSelection(0, 3);
+  trigger("MnuCut");
+  EXPECT_EQ(cb->text().toStdString(), "sss");
+  cb->setText("\xC3\xA9t\xC3\xA9");  // station text is single-byte: é goes in as one character
+  trigger("mnuPaste");
+  EXPECT_EQ(win->text(Field::Subject), "\xE9t\xE9" + std::string(61, 's'));
+  cb->setText("xyz");
+  subject->setSelection(0, 2);
+  dialogs.expectMessage(
+      "Nothing was pasted: the clipboard holds 3 characters, and 2 more fit in this field (64 at most).");
+  trigger("mnuPaste");
+  EXPECT_EQ(win->text(Field::Subject), "\xE9t\xE9" + std::string(61, 's'));
+
+  auto* counter = find<QLabel>("lblMsgLength");
+  EXPECT_EQ(counter->text().toStdString(), "0 / 4,000");
+  const std::string start(3995, 'a');
+  win->setText(Field::Message, start);
+  EXPECT_EQ(counter->text().toStdString(), "3,995 / 4,000");
+  body = qobject_cast<QPlainTextEdit*>(field(Field::Message));
+  body->moveCursor(QTextCursor::End);
+  const int beeps = dialogs.beeps;
+  type(Field::Message, "bc\rdefg");  // the line break counts two, as CR LF in the record
+  EXPECT_EQ(win->text(Field::Message), start + "bc\r\nd");
+  EXPECT_EQ(dialogs.beeps - beeps, 3);
+  EXPECT_EQ(counter->text().toStdString(), "4,000 / 4,000");
+  EXPECT_EQ(counter->palette().color(QPalette::WindowText), QColor(0xB0, 0, 0));
+
+  // 5,000 characters over a selection of 1,000: refused whole, as the box says.
+  c = body->textCursor();
+  c.setPosition(0);
+  c.setPosition(1000, QTextCursor::KeepAnchor);
+  body->setTextCursor(c);
+  body->setFocus(Qt::MouseFocusReason);
+  cb->setText(QString(5000, 'p'));
+  dialogs.expectMessage(
+      "Nothing was pasted: the clipboard holds 5,000 characters, and 1,000 more fit in the message (4,000 at "
+      "most).");
+  trigger("mnuPaste");
+  EXPECT_EQ(win->text(Field::Message), start + "bc\r\nd");
+  cb->setText(QString(1000, 'p'));  // just fits
+  trigger("mnuPaste");
+  const std::string full = std::string(1000, 'p') + start.substr(1000) + "bc\r\nd";
+  EXPECT_EQ(win->text(Field::Message), full);
+  click("cmdSave");
+  EXPECT_EQ(Stored(2).Msg(), full);
+
+  // Text that came in by other ways is not cut on Save either: Save refuses it.
+  click("cmdEdit");
+  win->setText(Field::Message, full + "!");
+  dialogs.expectMessage(
+      "The message holds 4,001 characters; 4,000 can be kept. Shorten it, then save again.");
+  click("cmdSave");
+  EXPECT_EQ((Names{Stored(2).Msg(), std::to_string(ed->EditState())}), (Names{full, "2"}));
 }
 
 }  // namespace

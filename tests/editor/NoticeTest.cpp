@@ -29,11 +29,6 @@ class NoticeTest : public WindowTest {
     }
     return out;
   }
-  static void press(FrmNewMsgPopup* notice, const char* name) {
-    auto* b = notice->findChild<QPushButton*>(name);
-    ASSERT_NE(b, nullptr) << name;
-    b->click();
-  }
   // One received text filed as a session files it; returns its notice.
   FrmNewMsgPopup* Receive(Kind kind, const std::string& subj) {
     const auto before = Notices().size();
@@ -49,7 +44,7 @@ TEST_F(NoticeTest, CloseLeavesUnreadOpenWaitsWhileEditingShowsItLockedAndTheSoun
   FrmNewMsgPopup* later = Receive(Kind::Message, "Later");
   ASSERT_NE(later, nullptr);
   const auto unread = later->number();
-  press(later, "cmdClose");
+  later->findChild<QPushButton*>("cmdClose")->click();
   EXPECT_EQ(Notices().size(), 0u);
   EXPECT_EQ(StoredStatus(unread), Status::Unread);
   EXPECT_EQ(ed->EditState(), 0);
@@ -63,14 +58,14 @@ TEST_F(NoticeTest, CloseLeavesUnreadOpenWaitsWhileEditingShowsItLockedAndTheSoun
   type(Field::Subject, "Mine");
   dialogs.expectMessage(
       "Press Save, Close, or Delete for your\r\ncurrent message before Opening this message.");
-  press(notice, "cmdOpen");
+  notice->findChild<QPushButton*>("cmdOpen")->click();
   EXPECT_EQ(Notices().size(), 1u);
   EXPECT_EQ(State(), "NEW 2 EEEEELEEEELLLL route");
   EXPECT_EQ(win->text(Field::Subject), "Mine");
   EXPECT_EQ(StoredStatus(n), Status::Unread);
 
   click("cmdSave");
-  press(notice, "cmdOpen");
+  notice->findChild<QPushButton*>("cmdOpen")->click();
   EXPECT_EQ(Notices().size(), 0u);
   EXPECT_EQ(State(), "SAVE 1 LLLLLLLLLLLLLL");  // opening from a notice is not a command
   EXPECT_EQ(Texts({Field::Subject, Field::Reply}), (Names{"Answer", "Understood"}));
@@ -82,7 +77,7 @@ TEST_F(NoticeTest, CloseLeavesUnreadOpenWaitsWhileEditingShowsItLockedAndTheSoun
   // A received message offers Reply.
   FrmNewMsgPopup* second = Receive(Kind::Message, "Question");
   ASSERT_NE(second, nullptr);
-  press(second, "cmdOpen");
+  second->findChild<QPushButton*>("cmdOpen")->click();
   EXPECT_EQ(Enabled(), (Names{"mnuPrint", "cmdNew", "cmdDelete", "cmdClose", "cmdBrowse", "cmdReply"}));
 
   // The arrival sound plays the file only for POA 1, and beeps when it will not play.
