@@ -1,6 +1,7 @@
 // The new-message notices on the real window: one per received message, Open, Close, the sound.
 #include <QScreen>
 #include <fstream>
+#include <tuple>
 
 #include "WindowFixture.h"
 #include "editor/qt/FrmNewMsgPopup.h"
@@ -84,20 +85,16 @@ TEST_F(NoticeTest, CloseLeavesUnreadOpenWaitsWhileEditingShowsItLockedAndTheSoun
   const std::string wav = tmp.file("arrive.wav"), text = tmp.file("text.wav");
   std::ofstream(wav, std::ios::binary) << SilentWave();
   std::ofstream(text, std::ios::binary) << "no sound";
-  struct Row {
-    short poa;
-    std::string file;
-    bool plays;
-  };
-  // Any other value than 1 beeps; so does a file that will not play, every time.
-  for (const Row& r : {Row{0, wav, false}, Row{1, wav, true}, Row{1, text, true}, Row{2, wav, false}}) {
+  // Any other value than 1 beeps; so does a file that will not play.
+  for (const auto& [poa, file, plays] : {std::tuple{0, wav, false}, std::tuple{1, wav, true},
+                                         std::tuple{1, text, true}, std::tuple{2, wav, false}}) {
     sound.played.clear();
     sound.beeps = 0;
-    win->settings().POA = r.poa;
-    win->settings().POAFile = r.file;
-    Receive(Kind::Message, "Sound " + std::to_string(r.poa));
-    EXPECT_EQ(sound.played, r.plays ? Names{r.file} : Names{}) << "POA " << r.poa;
-    EXPECT_EQ(sound.beeps, r.file == wav && r.plays ? 0 : 1) << "POA " << r.poa << " " << r.file;
+    win->settings().POA = static_cast<short>(poa);
+    win->settings().POAFile = file;
+    Receive(Kind::Message, "Sound " + std::to_string(poa));
+    EXPECT_EQ(sound.played, plays ? Names{file} : Names{}) << "POA " << poa;
+    EXPECT_EQ(sound.beeps, file == wav && plays ? 0 : 1) << "POA " << poa << " " << file;
   }
   // The notices left open lie side by side on the screen: none hides another.
   const auto open = Notices();
