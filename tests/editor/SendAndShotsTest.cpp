@@ -23,36 +23,40 @@
 namespace velnor::testing {
 namespace {
 
-// The global file as this version writes it, with the given printer and number of copies.
-std::string GloText(const std::string& printer, const std::string& copies) {
-  return "[GENERAL VARIABLES]\r\nVersion=" + ProgramVersion() +
-         "\r\nUseGlobalMsgNum=1\r\nProfSave=1\r\nParentVer=\r\n\r\n" +
-         "[LOCAL PRINTER]\r\nPrinterName=" + printer + "\r\nPtrOrient=1\r\nPtrCopies=" + copies +
-         "\r\nPtrDuplex=1\r\nFolderLabels=Folder 1|Folder 2|Folder 3|Folder 4|Folder "
-         "5\r\nLstFontSize=9\r\n\r\n" +
-         "[START PREFERENCES]\r\nRunPrgmOnStart=0\r\nRunPrgmName=\r\n";
+// A table's rows as "first column | second column".
+Names Rows(const QTableWidget& table) {
+  Names out;
+  for (int r = 0; r < table.rowCount(); ++r)
+    out.push_back((table.item(r, 0)->text() + " | " + table.item(r, 1)->text()).toStdString());
+  return out;
+}
+bool Has(const Names& rows, const std::string& row) {
+  return std::find(rows.begin(), rows.end(), row) != rows.end();
 }
 
-// A first start on a clean data directory; what a shutdown keeps, and where.
-TEST_F(WindowTest, FirstStartThenShutdownKeepsThePlaceAndRewritesTheGlobalFileOnlyForAnotherVersion) {
+// A first start on a clean data directory, a page printed to PDF, the help; what a shutdown
+// keeps, and where.
+TEST_F(WindowTest, FirstStartPrintToPdfAndHelpThenShutdownKeepsThePlaceAndLeavesTheGlobalFile) {
   {
     DefaultPortRefusals refused;  // the default settings' link test, kept off this machine's server
     start(std::nullopt);
     EXPECT_GT(refused.count(), 0);
   }
   EXPECT_EQ(win->LogFile(), dataPath + "/logs/Ics213-261119.log");
-  EXPECT_TRUE(std::filesystem::exists(win->LogFile()));
-  EXPECT_EQ(win->windowTitle().toStdString(), "Velnor (K1ABC)");
   EXPECT_EQ(ReadSettings(dataPath + "/velnor.ini").LoginName, "K1ABC");
   EXPECT_EQ(State(), "MAIN 0 LLLLLLLLLLLLLL");
-  EXPECT_EQ(Enabled(), kIdle);
   const std::string glo = dataPath + "/Pellmoor.glo";
-  EXPECT_EQ(Slurp(glo), GloText("No Printers Defined", "1"));
+  EXPECT_EQ(Slurp(glo),
+            "[GENERAL VARIABLES]\r\nVersion=" + ProgramVersion() +
+                "\r\nUseGlobalMsgNum=1\r\nProfSave=1\r\nParentVer=\r\n\r\n"
+                "[LOCAL PRINTER]\r\nPrinterName=No Printers Defined\r\nPtrOrient=1\r\nPtrCopies=1\r\n"
+                "PtrDuplex=1\r\nFolderLabels=Folder 1|Folder 2|Folder 3|Folder 4|Folder 5\r\n"
+                "LstFontSize=9\r\n\r\n"
+                "[START PREFERENCES]\r\nRunPrgmOnStart=0\r\nRunPrgmName=\r\n");
 
   // At 800x600 the form scrolls, and the field that takes the focus comes into view by itself.
   win->resize(800, 600);
   QApplication::processEvents();
-  EXPECT_EQ(win->size(), QSize(800, 600));
   auto* scroll = find<QScrollArea>("scrForm");
   ASSERT_NE(scroll, nullptr);
   EXPECT_GT(scroll->verticalScrollBar()->maximum(), 0);
@@ -70,8 +74,36 @@ TEST_F(WindowTest, FirstStartThenShutdownKeepsThePlaceAndRewritesTheGlobalFileOn
   win->focusBox(Field::ReplyPos);
   EXPECT_TRUE(view.contains(field(Field::ReplyPos)->mapTo(scroll->viewport(), QPoint(0, 0))));
 
-  // Same version, nothing changed: shutdown must not rewrite what Pellmoor added since. The
-  // window's place is kept, outside the settings file.
+  // Print Setup chooses a PDF file, Print says where the page went; the help windows open.
+  click("cmdNew");
+  type(Field::Subject, "Water");
+  const std::string pdf = tmp.file("page.pdf");
+  QTimer::singleShot(0, [&] {
+    auto* d = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+    ASSERT_NE(d, nullptr);
+    EXPECT_EQ(d->objectName(), "dlgPrintSetup");
+    d->findChild<QLineEdit*>("txtPdfFile")->setText(QString::fromStdString(pdf));
+    d->accept();
+  });
+  trigger("mnuPrintSetup");
+  QTimer::singleShot(0, [] { qobject_cast<QDialog*>(QApplication::activeModalWidget())->accept(); });
+  trigger("mnuPrint");
+  EXPECT_EQ(win->status(), "Printing message to PDF file... saved as " + pdf);
+  EXPECT_TRUE(std::filesystem::exists(pdf));
+  click("cmdSave");
+  trigger("mnuGuide");
+  auto* guide = win->findChild<QTextBrowser*>("txtGuide");
+  ASSERT_NE(guide, nullptr);
+  EXPECT_TRUE(guide->toPlainText().contains("When something goes wrong"));
+  trigger("mnuShortcuts");  // the list is read from the menus themselves
+  auto* keys = win->findChild<QTableWidget*>("lstShortcuts");
+  ASSERT_NE(keys, nullptr);
+  for (const char* row : {"Alt+F | Open the File menu", "Ctrl+X  or  Alt+E, T | Edit > Cut",
+                          "F1  or  Alt+H, G | Help > Operator's Guide"})
+    EXPECT_TRUE(Has(Rows(*keys), row)) << row;
+
+  // Same version, nothing changed (Print Setup included): shutdown must not rewrite what
+  // Pellmoor added since. The window's place is kept, outside the settings file.
   AppendToFile(glo, "Pellmoor=was here\r\n", "test");
   const std::string before = Slurp(glo), ini = Slurp(dataPath + "/velnor.ini");
   const QString state = QSettings(kStateOrganisation, kStateApplication).fileName();
@@ -82,95 +114,15 @@ TEST_F(WindowTest, FirstStartThenShutdownKeepsThePlaceAndRewritesTheGlobalFileOn
   EXPECT_FALSE(state.startsWith(QString::fromStdString(dataPath)));
   EXPECT_EQ(Slurp(dataPath + "/velnor.ini"), ini);
 
-  // Another version's file is read at start-up and rewritten, unknown keys dropped, at shutdown.
-  const std::string old =
-      "[GENERAL VARIABLES]\r\nVersion=0.9.1\r\nPtrCopies=3\r\nPrinterName = Shack laser\r\nUnknownKey=x\r\n";
-  WriteFileAtomically(glo, old, "test");
-  start();
+  start();  // the window comes back at the size it had
   EXPECT_EQ(win->size(), QSize(800, 600));
-  EXPECT_EQ(Slurp(glo), old);
-  EXPECT_TRUE(win->close());
-  EXPECT_EQ(Slurp(glo), GloText(" Shack laser", "3"));
   QFile::remove(state);
-}
-
-// A table's rows as "first column | second column".
-Names Rows(const QTableWidget& table) {
-  Names out;
-  for (int r = 0; r < table.rowCount(); ++r)
-    out.push_back((table.item(r, 0)->text() + " | " + table.item(r, 1)->text()).toStdString());
-  return out;
-}
-bool Has(const Names& rows, const std::string& row) {
-  return std::find(rows.begin(), rows.end(), row) != rows.end();
-}
-
-TEST_F(WindowTest, PrintSetupThenPrintSaysWhereThePdfWentAndTheHelpMenuOpensItsWindows) {
-  start();
-  const std::string glo = Slurp(dataPath + "/Pellmoor.glo");
-  click("cmdNew");
-  type(Field::Subject, "Water");
-  const auto answer = [](std::function<void(QDialog&)> f) {
-    QTimer::singleShot(0, [f] {
-      auto* d = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-      ASSERT_NE(d, nullptr);
-      f(*d);
-    });
-  };
-  const std::string pdf = tmp.file("page.pdf");
-  answer([&](QDialog& d) {
-    EXPECT_EQ(d.objectName(), "dlgPrintSetup");
-    d.findChild<QLineEdit*>("txtPdfFile")->setText(QString::fromStdString(pdf));
-    d.accept();
-  });
-  trigger("mnuPrintSetup");
-  EXPECT_FALSE(std::filesystem::exists(pdf));
-  answer([](QDialog& d) { d.accept(); });  // the print dialog
-  trigger("mnuPrint");
-  EXPECT_EQ(win->status(), "Printing message to PDF file... saved as " + pdf);
-  EXPECT_TRUE(std::filesystem::exists(pdf));
-
-  trigger("mnuGuide");
-  auto* guide = win->findChild<QTextBrowser*>("txtGuide");
-  ASSERT_NE(guide, nullptr);
-  EXPECT_TRUE(guide->isVisible());
-  EXPECT_TRUE(guide->toPlainText().contains("When something goes wrong"));
-  // The list is read from the menus themselves.
-  trigger("mnuShortcuts");
-  auto* keys = win->findChild<QTableWidget*>("lstShortcuts");
-  ASSERT_NE(keys, nullptr);
-  EXPECT_TRUE(keys->isVisible());
-  const Names rows = Rows(*keys);
-  for (const char* row : {"Alt+F | Open the File menu", "Ctrl+X  or  Alt+E, T | Edit > Cut",
-                          "F1  or  Alt+H, G | Help > Operator's Guide"})
-    EXPECT_TRUE(Has(rows, row)) << row;
-
-  // Print Setup changed nothing that Pellmoor reads.
-  click("cmdSave");
-  EXPECT_TRUE(win->close());
-  EXPECT_EQ(Slurp(dataPath + "/Pellmoor.glo"), glo);
 }
 
 // Velnor against pmdirect-sim, with "EOC" as a second station speaking over a raw socket.
 class PictureTest : public WindowTest {
  protected:
   PictureTest() : sim(tmp.file("spool"), tmp.file("transcript")) {}
-
-  // EOC answers our station's message 1 with a reply addressed to K1ABC.
-  void EocReplies() {
-    MsgRecord r = Sample(Status{0}, Origin{0}, Kind::Reply, "Water tender");
-    r.setMsgNo(1);
-    r.setMsgDate(ToOleDate({2026, 11, 19, 13, 50, 0}));
-    r.setMsg("Need one water tender at gate 3.");
-    r.setSign("J. Ortiz");
-    r.setSignPos("Lead");
-    r.setReply("Tender 41 on its way, ETA 14:30.");
-    r.setRepSign("M. Chen");
-    r.setRepPos("Duty Officer");
-    r.setRepDate(ToOleDate({2026, 11, 19, 14, 2, 0}));
-    r.setRoute("K1ABC:0");
-    HandIn(sim.port(), "EOC", {EncodeRecord(r, "EOC")});
-  }
 
   // Renders the window; saved only when pictures are asked for.
   void shoot(const char* name, QWidget* window = nullptr) {
@@ -182,25 +134,6 @@ class PictureTest : public WindowTest {
       EXPECT_TRUE(pic.save(QString::fromStdString(std::string(dir) + "/" + name + ".png"))) << name;
     }
   }
-  // Every field lies wholly inside the window and keeps room for a line of some words.
-  void expectFieldsFit(const char* when) {
-    const QRect area = win->rect();
-    for (std::size_t i = 0; i <= kFieldCount; ++i) {
-      QWidget* w = i < kFieldCount ? field(kAllFields[i]) : find("txtDefaultToRoute");
-      ASSERT_NE(w, nullptr) << i;
-      const QRect r(w->mapTo(win.get(), QPoint(0, 0)), w->size());
-      SCOPED_TRACE(std::string(when) + ": field " + std::to_string(i));
-      EXPECT_TRUE(area.contains(r)) << r.x() << "," << r.y() << " " << r.width() << "x" << r.height();
-      EXPECT_GE(r.height(), w->fontMetrics().height());
-      EXPECT_GE(r.width(), 8 * w->fontMetrics().averageCharWidth());
-    }
-    // The long check box caption wraps instead of being cut off.
-    auto* keep = find<QLabel>("lblKeepLocal");
-    ASSERT_NE(keep, nullptr);
-    EXPECT_EQ(keep->text().toStdString(), "Keep this message local to this Command / ICP");
-    EXPECT_GE(keep->height(), keep->heightForWidth(keep->width())) << when;
-    EXPECT_TRUE(area.contains(QRect(keep->mapTo(win.get(), QPoint(0, 0)), keep->size()))) << when;
-  }
   void fitTo(int w, int h) {
     win->resize(w, h);
     QApplication::processEvents();
@@ -209,53 +142,53 @@ class PictureTest : public WindowTest {
   SimProcess sim;
 };
 
-TEST_F(PictureTest, SendCollectsTheReplyOnAFormThatFitsSmallScreenAndGrowsOnLargeOne) {
-  Settings s = WithDefaults();
-  s.Port = std::to_string(sim.port());
+TEST_F(PictureTest, SendCollectsTheReplyThenASendDuringAScheduledSessionGoesOnceAndAFailedLinkShows) {
+  Settings s = WithDefaults(sim.port());
   s.DEFDEST = "EOC";
+  s.Pausev = 150;
   start(s);
   EXPECT_NE(Slurp(win->LogFile()).find("Link Test to Pmdirect... passed\r\n"), std::string::npos);
   EXPECT_EQ(find<QLabel>("NetState")->text().toStdString(), "Disconnected. Last session 14:05 OK");
   fitTo(1024, 768);
-  EXPECT_LE(win->minimumSizeHint().width(), 1024);
-  EXPECT_LE(win->minimumSizeHint().height(), 768);
   EXPECT_EQ(win->size(), QSize(1024, 768));
-  expectFieldsFit("empty");
   shoot("main-empty");
 
   click("cmdNew");
   type(Field::Subject, "Water tender");
   type(Field::Message, "Need one water tender at gate 3 by 14:30.\rRoad from the north is open.");
-  expectFieldsFit("new");
   // A click on the caption ticks the box, as on any check box.
   QTest::mouseClick(find("lblKeepLocal"), Qt::LeftButton);
   EXPECT_TRUE(win->keepLocal());
   QTest::mouseClick(find("lblKeepLocal"), Qt::LeftButton);
-  EXPECT_FALSE(win->keepLocal());
   shoot("main-new");
 
-  EocReplies();
+  // EOC answers our station's message 1 with a reply addressed to K1ABC.
+  MsgRecord r = Sample(Status{0}, Origin{0}, Kind::Reply, "Water tender");
+  r.setMsgNo(1);
+  r.setMsgDate(ToOleDate({2026, 11, 19, 13, 50, 0}));
+  r.setMsg("Need one water tender at gate 3.");
+  r.setSign("J. Ortiz");
+  r.setReply("Tender 41 on its way, ETA 14:30.");
+  r.setRepSign("M. Chen");
+  r.setRepPos("Duty Officer");
+  r.setRepDate(ToOleDate({2026, 11, 19, 14, 2, 0}));
+  r.setRoute("K1ABC:0");
+  HandIn(sim.port(), "EOC", {EncodeRecord(r, "EOC")});
   click("cmdSend");
   ASSERT_EQ(MsgInfo(), "Msg# 1,  Locally created message; Sent");
   EXPECT_EQ(StoredStatus(1), Status::Sent);  // the reply below is not merged into the message it answers
-  EXPECT_FALSE(win->link()->SessionRunning());
   EXPECT_EQ(ed->EditState(), 1);
-  EXPECT_EQ(Enabled(), (Names{"mnuPrint", "cmdNew", "cmdDelete", "cmdClose", "cmdBrowse", "cmdEdit"}));
   // The exact text went over the wire, followed by the extra line end the dialogue wants.
   const std::string sent = EncodeMsg(dataPath, eventLog, 1, "K1ABC");
-  EXPECT_NE(sent.find("SUBJECT: Water tender\r\n"), std::string::npos) << sent;
   const std::string received = Joined(Transcript(tmp.file("transcript"), '<'));
   EXPECT_NE(received.find("<!LOGON!>K1ABC\r\n" + sent + "\r\nPOP\r\n"), std::string::npos) << received;
   // The reply came back in the same session: filed on its own, unread, with a notice.
-  const MsgRecord reply = Stored(2);
-  EXPECT_EQ(reply.Status(), Status::Unread);
-  EXPECT_EQ(reply.Kind(), Kind::Reply);
-  EXPECT_EQ(reply.Reply(), "Tender 41 on its way, ETA 14:30.");
+  EXPECT_EQ(StoredStatus(2), Status::Unread);
   EXPECT_EQ(win->OpenNotices(), 1);
   click("cmdClose");
   for (auto* notice : win->findChildren<FrmNewMsgPopup*>()) notice->close();
   ed->OpenFromNotice(2);
-  EXPECT_EQ(fieldText(Field::Reply), "Tender 41 on its way, ETA 14:30.");
+  EXPECT_EQ(win->text(Field::Reply), "Tender 41 on its way, ETA 14:30.");
   EXPECT_EQ(MsgInfo(), "Msg# 2,  Received reply; Read");
   shoot("main-reply");
 
@@ -263,53 +196,11 @@ TEST_F(PictureTest, SendCollectsTheReplyOnAFormThatFitsSmallScreenAndGrowsOnLarg
   const int bodyAt1024 = field(Field::Message)->height();
   const int replyAt1024 = field(Field::Reply)->height();
   fitTo(1600, 1200);
-  expectFieldsFit("large");
   EXPECT_GT(field(Field::Message)->height(), bodyAt1024 + 100);
   EXPECT_GT(field(Field::Reply)->height(), replyAt1024);
-}
 
-TEST_F(PictureTest, SessionLogWindowFollowsTheGrowingLogInPlainWords) {
-  // The link test sends one message and collects one.
-  StoreRecord(Status::ReadyToSend, Origin::Local, Kind::Message, "Fuel for generator 2");
-  EocReplies();
-  start(QuickSettings(sim.port()));
-  trigger("mnuSessionLog");
-  auto* window = win->findChild<FrmSessionLog*>();
-  ASSERT_NE(window, nullptr);
-  EXPECT_TRUE(window->isVisible());
-  auto* lines = window->findChild<QTableWidget*>("lstLog");
-  ASSERT_NE(lines, nullptr);
-  const Names atStart = Rows(*lines);
-  for (const char* row : {"19-Nov 14:05:09: SendMessages: Sent No. 1 titled: Fuel for generator 2 | "
-                          "Message 1 \"Fuel for generator 2\" went to Pmdirect: sent.",
-                          "19-Nov 14:05:09: Link Test to Pmdirect... passed | "
-                          "Velnor reached Pmdirect at start-up: the link works."})
-    EXPECT_TRUE(Has(atStart, row)) << row;
-
-  // Pmdirect goes away: the failure shows up as it is written, each line once.
-  sim.stop();
-  EXPECT_FALSE(win->link()->SeqPmdirect());
-  const auto lineCount = [&] {
-    const std::string text = Slurp(win->LogFile());
-    return static_cast<int>(std::count(text.begin(), text.end(), '\n'));
-  };
-  EXPECT_TRUE(QTest::qWaitFor([&] { return lines->rowCount() == lineCount(); }, 3000));
-  EXPECT_TRUE(Has(Rows(*lines),
-                  "19-Nov 14:05:09: Connection Failed | Pmdirect did not accept the connection. "
-                  "Check that Pellmoor is running, and the host and port under Setup > Properties."));
-  QTest::qWait(600);
-  EXPECT_EQ(lines->rowCount(), lineCount());
-  window->resize(960, 380);
-  shoot("session-log", window);
-}
-
-// A Send and the settings' link test while a scheduled session runs: the message is queued
-// and goes once, the test is turned away; then Pmdirect goes, and the failure stays in view.
-TEST_F(PictureTest, SendDuringAScheduledSessionGoesOnceAndAFailedLinkStaysInView) {
-  Settings s = WithDefaults();
-  s.Port = std::to_string(sim.port());
-  s.Pausev = 150;
-  start(s);
+  // A Send and the settings' link test while a scheduled session runs: the message is queued
+  // and goes once, the test is turned away; then Pmdirect goes, and the failure stays in view.
   fitTo(1024, 768);
   click("cmdNew");
   type(Field::Subject, "Generator fuel");
@@ -343,13 +234,20 @@ TEST_F(PictureTest, SendDuringAScheduledSessionGoesOnceAndAFailedLinkStaysInView
   link.tmrSRTimer_Timer();
   EXPECT_EQ(afterSend, "Queued: will go with the session now running");
   EXPECT_EQ(Slurp(win->LogFile()).find("session to Pmdirect... failed"), std::string::npos);
-  const std::string received = Joined(Transcript(tmp.file("transcript"), '<'));
-  const std::size_t first = received.find("Generator fuel");
+  const std::string all = Joined(Transcript(tmp.file("transcript"), '<'));
+  const std::size_t first = all.find("Generator fuel");
   EXPECT_NE(first, std::string::npos);
-  EXPECT_EQ(received.find("Generator fuel", first + 1), std::string::npos);  // once
-  EXPECT_EQ(StoredStatus(1), Status::Sent);
-  EXPECT_EQ(MsgInfo(), "Msg# 1,  Locally created message; Sent");
+  EXPECT_EQ(all.find("Generator fuel", first + 1), std::string::npos);  // once
+  EXPECT_EQ(MsgInfo(), "Msg# 3,  Locally created message; Sent");
 
+  // The session log in plain words; it follows the log as it grows, each line once.
+  trigger("mnuSessionLog");
+  auto* logWindow = win->findChild<FrmSessionLog*>();
+  ASSERT_NE(logWindow, nullptr);
+  auto* lines = logWindow->findChild<QTableWidget*>("lstLog");
+  EXPECT_TRUE(Has(Rows(*lines),
+                  "19-Nov 14:05:09: SendMessages: Sent No. 3 titled: Generator fuel | "
+                  "Message 3 \"Generator fuel\" went to Pmdirect: sent."));
   // Nothing listens any more: the next session fails at once and says why, in red.
   sim.stop();
   win->settings().TimeOut = "20000";
@@ -361,6 +259,16 @@ TEST_F(PictureTest, SendDuringAScheduledSessionGoesOnceAndAFailedLinkStaysInView
   EXPECT_EQ(netState->text().toStdString(), "Disconnected. Last session 14:05 failed: Connection refused");
   EXPECT_EQ(netState->palette().color(QPalette::WindowText), QColor(0xB0, 0, 0));
   shoot("link-failed");
+  const std::string log = Slurp(win->LogFile());
+  EXPECT_TRUE(
+      QTest::qWaitFor([&] { return lines->rowCount() == std::count(log.begin(), log.end(), '\n'); }, 3000));
+  EXPECT_TRUE(Has(Rows(*lines),
+                  "19-Nov 14:05:09: Connection Failed | Pmdirect did not accept the connection. "
+                  "Check that Pellmoor is running, and the host and port under Setup > Properties."));
+  QTest::qWait(600);
+  EXPECT_EQ(lines->rowCount(), std::count(log.begin(), log.end(), '\n'));
+  logWindow->resize(960, 380);
+  shoot("session-log", logWindow);
 }
 
 }  // namespace

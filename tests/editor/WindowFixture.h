@@ -11,9 +11,6 @@
 #include <QTcpServer>
 #include <QTest>
 #include <filesystem>
-#include <memory>
-#include <string>
-#include <vector>
 
 #include "app/Settings.h"
 #include "core/AtomicFile.h"
@@ -111,8 +108,8 @@ class WindowTest : public ::testing::Test {
     return s;
   }
   // Quick settings with the incident and the To/From defaults filled in.
-  static Settings WithDefaults() {
-    Settings s = QuickSettings();
+  static Settings WithDefaults(int port = DeadPort()) {
+    Settings s = QuickSettings(port);
     s.IcdName = "Ridge Fire";
     s.DefTo = "Logistics";
     s.DefToPos = "Chief";
