@@ -3,11 +3,15 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
+#include <filesystem>
 #include <memory>
 
+#include "core/AtomicFile.h"
 #include "core/EventLog.h"
 #include "core/StringLib.h"
+#include "format/Decoder.h"
 #include "format/Encoder.h"
+#include "format/Notice.h"
 #include "link/PmLink.h"
 #include "platform/qt/QtEventLoop.h"
 #include "platform/qt/QtSocket.h"
@@ -33,7 +37,7 @@ const auto* const kEnv = ::testing::AddGlobalTestEnvironment(new QtApp);
 using Records = std::vector<std::pair<Status, std::string>>;
 
 // A station: its own data directory, store, settings and link, as the window wires them.
-class Station : public FakeHost {
+class Station : public FakeHost, public NoticeSink {
  public:
   Station(const std::string& id, int port) {
     settings.LoginName = " " + id + "  ";
@@ -62,6 +66,13 @@ class Station : public FakeHost {
     return out;
   }
   std::string EncodeMsg(const MsgRecord& rec) override { return EncodeRecord(rec, Trim(settings.LoginName)); }
+  // Filing as the window files: the real decoder into the real store.
+  std::int32_t StoreMsg(const std::string& text) override {
+    const StoreMsgContext ctx{dir.path(), events, log, *this, settings.DateFormat, settings.TimeFormat};
+    return velnor::StoreMsg(text, Origin::Received, ctx);
+  }
+  void ShowNotice(const std::string&, std::int32_t number) override { notices.push_back(number); }
+  std::vector<std::int32_t> notices;
 
   TempDir dir;
   RecordingEventLog events;
@@ -115,6 +126,51 @@ TEST(PmdirectSim, ANumberGivenTwiceSendsTheWaitingRecordAndADropMarksOnlyWhatWas
                                       {Status::Sent, "Waiting"},
                                       {Status::Sent, "one"},
                                       {Status::ReadyToSend, "two"}}));
+}
+
+// A store at its last number cannot file what arrives: the text Pmdirect has already let go
+// of is kept on disk and the operator told where, nothing is announced, and it is filed
+// once the store can take it again; the session after that fetches the rest.
+TEST(PmdirectSim, AMessageTheStoreCannotTakeIsKeptAndFiledLater) {
+  TempDir dir;
+  SimProcess sim(dir.file("spool"), dir.file("transcript"), {});
+  Station alpha("ALPHA", sim.port()), bravo("BRAVO", sim.port());
+  IcsMsg m(alpha.dir.path(), alpha.events);
+  ASSERT_TRUE(m.Load(alpha.queue("BRAVO", "Water", "one")));
+  const std::string water = alpha.EncodeMsg(m.rec());
+  alpha.queue("BRAVO", "Fuel", "two");
+  ASSERT_TRUE(alpha.link->SeqPmdirect());
+  MsgRecord header;
+  header.setMsgNo(32767);
+  header.setTo("[ics213!.]");
+  WriteFileAtomically(
+      bravo.dir.file("velnor.odb"),
+      std::string(reinterpret_cast<const char*>(header.image().data()), header.image().size()), "test");
+
+  bravo.panels["Status"] = "kept";
+  bravo.link->RunSession();
+  std::vector<std::string> kept;
+  for (const auto& e : std::filesystem::directory_iterator(bravo.dir.file("spool/incoming")))
+    kept.push_back(e.path().string());
+  ASSERT_EQ(kept.size(), 1u);
+  EXPECT_EQ(ReadWholeFile(kept[0], "test").find(water), 0u);
+  const std::string told = "Message could not be stored: kept in " + kept[0];
+  ExpectFailed(bravo, bravo.log, *bravo.link,
+               {"Disconnecting... ",
+                {"Incoming Message...", "RetrieveMessages: Overflow", told},
+                "Retrieving messages"});
+  EXPECT_EQ(bravo.warnings, Lines{told});
+  EXPECT_TRUE(bravo.notices.empty());
+
+  std::filesystem::remove(bravo.dir.file("velnor.odb"));
+  bravo.log.lines.clear();
+  bravo.link->FileKept();
+  EXPECT_EQ(bravo.log.lines, (Lines{"StoreMsg...: Loading message titled: Water",
+                                    "Kept incoming message filed as No. 1: " + kept[0]}));
+  EXPECT_FALSE(std::filesystem::exists(kept[0]));
+  EXPECT_TRUE(bravo.link->SeqPmdirect());
+  EXPECT_EQ(bravo.records(), (Records{{Status::Unread, "Water"}, {Status::Unread, "Fuel"}}));
+  EXPECT_EQ(bravo.notices, (std::vector<std::int32_t>{1, 2}));
 }
 
 }  // namespace
