@@ -254,7 +254,9 @@ TEST_F(WindowTest, EditDuringSendKeepsTheTypingAndAsksWhenTheOldTextWent) {
   EXPECT_EQ(win->text(Field::Message), "Need water now");  // as it went
   EXPECT_EQ(State(), "SEND 1 LLLLLLLLLLLLLL");
   EXPECT_EQ(MsgInfo(), "Msg# 2,  Locally created message; Sent");
+  EXPECT_EQ(Enabled(), (Names{"mnuPrint", "cmdNew", "cmdDelete", "cmdClose", "cmdBrowse", "cmdEdit"}));
   const std::string received = Joined(Transcript(tmp.file("transcript"), '<'));
+  EXPECT_NE(received.find("Need water now\r\n"), std::string::npos);
   EXPECT_EQ(received.find("please"), std::string::npos);
 }
 
