@@ -8,7 +8,6 @@
 // velnor/pmdirect-sim).
 #include <sched.h>
 #include <sys/resource.h>
-#include <unistd.h>
 
 #include <QCoreApplication>
 #include <QProcess>
@@ -246,9 +245,6 @@ std::pair<Run, Run> Sessions(const std::string& sim, int n, bool receive) {
       m.rec().setMsg("Routine traffic number " + std::to_string(i));
       m.NewMsg();
     }
-    // The queue is written just before: let the kernel put it on disk now, so its
-    // writeback does not fall into the timed session (four times as much for 4000).
-    ::sync();
     const double w0 = wallSeconds();
     if (!st.link->SeqPmdirect()) std::printf("send session FAILED\n");
     out.first.wall = wallSeconds() - w0;
