@@ -1,5 +1,5 @@
 // Renders each tab of the settings dialog to settings-<tab>.png in the folder given as
-// the first argument (the pictures under docs/ are made with it). Not a test.
+// the first argument: scripts/screenshots makes the pictures under docs/ with it.
 #include <QApplication>
 #include <QDir>
 #include <QLineEdit>
