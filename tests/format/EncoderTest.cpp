@@ -26,18 +26,6 @@ TEST(EncodeRecord, MessageAndReplyAreTheGoldenTexts) {
   EXPECT_EQ(EncodeRecord(r, "KX1ABC"), Golden("reply.txt"));
 }
 
-// Only Kind 2 adds the reply block, only KeepLocal 1 the tag: anything else encodes as the plain message.
-TEST(EncodeRecord, OnlyKindTwoRepliesOnlyKeepLocalOneTags) {
-  const std::string plain = EncodeRecord(SampleMessage(), "K");
-  for (const auto& [kind, keepLocal] : {std::pair<Kind, short>{Kind{0}, 2}, {Kind{3}, -1}}) {
-    MsgRecord r = SampleMessage();
-    r.setReply("ignored unless reply");
-    r.setKind(kind);
-    r.setKeepLocal(keepLocal);
-    EXPECT_EQ(EncodeRecord(r, "K"), plain) << static_cast<int>(kind);
-  }
-}
-
 // Nothing in a body is escaped, and a date of 0 is midnight.
 TEST(EncodeRecord, BodiesGoAsTheyAre) {
   MsgRecord r = SampleMessage();

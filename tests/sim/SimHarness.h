@@ -47,15 +47,13 @@ class SimClient {
     send(line + "\r\n");
     return read(expected.size());
   }
-  bool waitClosed();  // the peer closes (data on the way is dropped)
 
  private:
   int m_fd = -1;
 };
 
-// The transcript's blocks ('<' read, '>' written), one per read or write, on connection
-// conn or (0) on all.
-std::vector<std::string> Transcript(const std::string& path, char dir, int conn = 0);
+// The transcript's blocks ('<' read, '>' written), one per read or write.
+std::vector<std::string> Transcript(const std::string& path, char dir);
 std::string Joined(const std::vector<std::string>& parts);
 
 // A complete tagged text as a station sends it, ending with the "!/ICS213!" line.
