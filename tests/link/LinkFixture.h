@@ -40,7 +40,6 @@ class FakeHost : public LinkHost {
     return "!ICS213!\r\nMSGNO:" + std::to_string(rec.MsgNo()) + "\r\n!/ICS213!";
   }
   std::int32_t StoreMsg(const std::string& text) override {
-    if (storeFails) throw VError(6, "StoreMsg", "Full");
     filed.push_back(text);
     return static_cast<std::int32_t>(filed.size());
   }
@@ -57,7 +56,6 @@ class FakeHost : public LinkHost {
   Lines outcomes;  // per session: "OK" or why it failed
   int refreshes = 0;
   bool encodeFails = false;
-  bool storeFails = false;
 };
 
 // How a failed session must end: the step's failed text, the step's log lines (the

@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <filesystem>
-
 #include "tests/link/LinkFixture.h"
 
 namespace velnor::testing {
@@ -146,11 +144,6 @@ TEST_F(SessionTest, FaultsEndInTheRightTextsWithinTheBound) {
         "Registration Request"}},
       {[](LinkWorld& w) { w.pm.logonReply = "DENIED\r\n"; },
        {"Log in failed", {"WinSend: No reply within 3000 ms", "Logon as KD0ABC failed"}, "Logging on"}},
-      {[](LinkWorld& w) {
-         w.pm.logonReply = "";
-         w.sock.dropAfterBytes = std::string("<!REG!>\r\n<!LOGON!>KD").size();
-       },
-       {"Log in failed", {"WinSend: Lost Telnet connection", "Logon as KD0ABC failed"}, "Logging on"}},
       {[](LinkWorld& w) { w.pm.msgReply = "hmm\r\n"; },
        {lostSend, {"WinSend: No reply within 120000 ms", lostSend}, "Sending messages"},
        120000},
@@ -217,31 +210,6 @@ TEST_F(SessionTest, LinkTestSendsPiecesOf75AloneAndFailsWithoutABox) {
   EXPECT_FALSE(link().PmdirectTest("x"));
   EXPECT_EQ(sock.connects, 2);
   EXPECT_TRUE(dialogs.shown.empty());
-}
-
-// Pmdirect forgets what it has handed out. A text the store cannot take stays on disk,
-// the operator is told where, retrieval stops so the rest wait at Pmdirect, and
-// start-up files it once the store can take it.
-TEST_F(SessionTest, AMessageTheStoreCannotTakeIsKeptAndFiledAtStartUp) {
-  pm.waiting = {kMsgA, kMsgB};
-  host.storeFails = true;
-  host.setStatus("Status", "kept");
-  link().RunSession();
-  const auto kept = std::filesystem::directory_iterator(dataDir.file("spool/incoming"))->path().string();
-  const std::string told = "Message could not be stored: kept in " + kept;
-  ExpectFailed(
-      host, log, link(),
-      {"Disconnecting... ", {"Incoming Message...", "RetrieveMessages: Full", told}, "Retrieving messages"});
-  EXPECT_EQ(host.warnings, Lines{told});
-  EXPECT_EQ(sock.wire.find("POP\r\nPOP"), std::string::npos);
-
-  host.storeFails = false;
-  log.lines.clear();
-  link().FileKept();
-  EXPECT_EQ(log.lines, Lines{"Kept incoming message filed as No. 1: " + kept});
-  EXPECT_FALSE(std::filesystem::exists(kept));
-  EXPECT_TRUE(link().SeqPmdirect());
-  EXPECT_EQ(host.filed, (Lines{kMsgA + "\r\n", kMsgB + "\r\n"}));
 }
 
 }  // namespace

@@ -55,14 +55,6 @@ TEST_F(TransportTest, EveryPromptFoundAtEverySplitPointAndNoOtherText) {
     EXPECT_FALSE(s().ReplyComplete) << awaited << " " << text;
     EXPECT_EQ(s().ReceiveBuffer, text);
   }
-  // A change of the awaited prompt searches the text already received.
-  await(0);
-  t().ScanReply("LOGON> and O");
-  t().ScanReply("K> too");
-  EXPECT_FALSE(s().ReplyComplete);
-  s().AwaitedPrompt = 2;
-  t().ScanReply("");
-  EXPECT_TRUE(s().ReplyComplete);
 }
 
 // WinSend discards earlier text. Without the prompt it gives up after TimeOut (an unusable
@@ -127,21 +119,6 @@ TEST_F(TransportTest, AFloodWithoutThePromptFailsWithBoundedMemory) {
   t().ScanReply("OK>" + chunk);
   EXPECT_TRUE(s().ReplyComplete);
   EXPECT_EQ(s().ReceiveBuffer.size(), Transport::kMaxReceiveBuffer);
-}
-
-// Pieces of 75 are shown by the link test; here the edges.
-TEST_F(TransportTest, GetBufferCutsPieces) {
-  const std::tuple<std::int32_t, std::string, std::string> rows[] = {
-      {0, "", "abc"}, {2, "ab", "c"}, {-1, "", "abc"}};
-  for (const auto& [size, piece, rest] : rows) {
-    if (size < 0) dialogs.expectMessage("GetBuffer: String Error 5, ");
-    std::string text = "abc";
-    EXPECT_EQ(t().GetBuffer(size, text), piece) << size;
-    EXPECT_EQ(text, rest);
-  }
-  ASSERT_EQ(dialogs.shown.size(), 1u);
-  EXPECT_EQ(dialogs.shown[0].caption, "GetBuffer Error");
-  EXPECT_TRUE(dialogs.shown[0].text.ends_with("\r\n"));
 }
 
 }  // namespace

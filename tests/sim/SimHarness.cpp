@@ -178,11 +178,4 @@ std::string Joined(const std::vector<std::string>& parts) {
   return std::accumulate(parts.begin(), parts.end(), std::string());
 }
 
-std::string TaggedText(const std::string& sender, const std::string& dest, const std::string& body,
-                       bool keepLocal) {
-  return std::string(keepLocal ? "!ICS213!!KEEPLOCAL!" : "!ICS213!") +
-         "\r\nSUBJECT: Water\r\nMESSAGE: " + body + "\r\n---------\r\nROUTE: " + sender + ":7:" + dest +
-         ":0\r\n!/ICS213!\r\n";
-}
-
 }  // namespace velnor::testing
