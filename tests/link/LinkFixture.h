@@ -116,7 +116,6 @@ struct FakePmdirect {
   std::string regReply = "Pmdirect\r\nLOGON>\r\n";
   std::string logonReply = "OK>\r\n";
   std::string msgReply = "OK>\r\n";
-  std::int64_t delayMs = 3;
   std::int64_t msgDelayMs = 3;  // before the "OK>" that takes a message
 
   explicit FakePmdirect(FakeSocket& s) : sock(s) {
@@ -124,15 +123,15 @@ struct FakePmdirect {
   }
   void answer(const std::string& sent) {
     if (sent == "<!REG!>\r\n") {
-      sock.deliver(regReply, delayMs);
+      sock.deliver(regReply, 3);
     } else if (sent.starts_with("<!LOGON!>")) {
-      sock.deliver(logonReply, delayMs);
+      sock.deliver(logonReply, 3);
     } else if (sent == "POP\r\n") {
-      sock.deliver(waiting.empty() ? "NOMORE>\r\n" : waiting.front() + "\r\n", delayMs);
+      sock.deliver(waiting.empty() ? "NOMORE>\r\n" : waiting.front() + "\r\n", 3);
       if (!waiting.empty()) waiting.pop_front();
     } else if (sent == "QUIT\r\n") {
-      sock.deliver("QUITING>\r\n", delayMs);
-      sock.peerClose(delayMs + 1);
+      sock.deliver("QUITING>\r\n", 3);
+      sock.peerClose(4);
     } else {
       sock.deliver(msgReply, msgDelayMs);
     }
