@@ -40,7 +40,6 @@ class FakeHost : public LinkHost {
     return "!ICS213!\r\nMSGNO:" + std::to_string(rec.MsgNo()) + "\r\n!/ICS213!";
   }
   std::int32_t StoreMsg(const std::string& text) override {
-    if (storeFails) throw VError(6, "StoreMsg", "Full");
     filed.push_back(text);
     return static_cast<std::int32_t>(filed.size());
   }
@@ -57,7 +56,6 @@ class FakeHost : public LinkHost {
   Lines outcomes;  // per session: "OK" or why it failed
   int refreshes = 0;
   bool encodeFails = false;
-  bool storeFails = false;
 };
 
 // How a failed session must end: the step's failed text, the step's log lines (the
@@ -118,7 +116,6 @@ struct FakePmdirect {
   std::string regReply = "Pmdirect\r\nLOGON>\r\n";
   std::string logonReply = "OK>\r\n";
   std::string msgReply = "OK>\r\n";
-  std::int64_t delayMs = 3;
   std::int64_t msgDelayMs = 3;  // before the "OK>" that takes a message
 
   explicit FakePmdirect(FakeSocket& s) : sock(s) {
@@ -126,15 +123,15 @@ struct FakePmdirect {
   }
   void answer(const std::string& sent) {
     if (sent == "<!REG!>\r\n") {
-      sock.deliver(regReply, delayMs);
+      sock.deliver(regReply, 3);
     } else if (sent.starts_with("<!LOGON!>")) {
-      sock.deliver(logonReply, delayMs);
+      sock.deliver(logonReply, 3);
     } else if (sent == "POP\r\n") {
-      sock.deliver(waiting.empty() ? "NOMORE>\r\n" : waiting.front() + "\r\n", delayMs);
+      sock.deliver(waiting.empty() ? "NOMORE>\r\n" : waiting.front() + "\r\n", 3);
       if (!waiting.empty()) waiting.pop_front();
     } else if (sent == "QUIT\r\n") {
-      sock.deliver("QUITING>\r\n", delayMs);
-      sock.peerClose(delayMs + 1);
+      sock.deliver("QUITING>\r\n", 3);
+      sock.peerClose(4);
     } else {
       sock.deliver(msgReply, msgDelayMs);
     }

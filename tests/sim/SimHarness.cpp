@@ -157,14 +157,7 @@ std::string SimClient::read(std::size_t n) {
   return got;
 }
 
-bool SimClient::waitClosed() {
-  char buf[65536];
-  while (readable(m_fd))
-    if (::recv(m_fd, buf, sizeof buf, 0) <= 0) return true;
-  return false;
-}
-
-std::vector<std::string> Transcript(const std::string& path, char dir, int conn) {
+std::vector<std::string> Transcript(const std::string& path, char dir) {
   const std::string all = ReadWholeFile(path, "test");
   std::vector<std::string> out;
   std::size_t pos = 0, eol = 0;
@@ -175,7 +168,7 @@ std::vector<std::string> Transcript(const std::string& path, char dir, int conn)
     int c = 0;
     std::size_t len = 0;
     if (std::sscanf(head.c_str() + 4, "%d %zu", &c, &len) != 2 || pos + len > all.size()) break;
-    if (head[0] == dir && (conn == 0 || c == conn)) out.push_back(all.substr(pos, len));
+    if (head[0] == dir) out.push_back(all.substr(pos, len));
     pos += len + 1;
   }
   return out;
@@ -183,13 +176,6 @@ std::vector<std::string> Transcript(const std::string& path, char dir, int conn)
 
 std::string Joined(const std::vector<std::string>& parts) {
   return std::accumulate(parts.begin(), parts.end(), std::string());
-}
-
-std::string TaggedText(const std::string& sender, const std::string& dest, const std::string& body,
-                       bool keepLocal) {
-  return std::string(keepLocal ? "!ICS213!!KEEPLOCAL!" : "!ICS213!") +
-         "\r\nSUBJECT: Water\r\nMESSAGE: " + body + "\r\n---------\r\nROUTE: " + sender + ":7:" + dest +
-         ":0\r\n!/ICS213!\r\n";
 }
 
 }  // namespace velnor::testing

@@ -47,41 +47,13 @@ class SimClient {
     send(line + "\r\n");
     return read(expected.size());
   }
-  bool waitClosed();  // the peer closes (data on the way is dropped)
 
  private:
   int m_fd = -1;
 };
 
-// The transcript's blocks ('<' read, '>' written), one per read or write, on connection
-// conn or (0) on all.
-std::vector<std::string> Transcript(const std::string& path, char dir, int conn = 0);
+// The transcript's blocks ('<' read, '>' written), one per read or write.
+std::vector<std::string> Transcript(const std::string& path, char dir);
 std::string Joined(const std::vector<std::string>& parts);
-
-// A complete tagged text as a station sends it, ending with the "!/ICS213!" line.
-std::string TaggedText(const std::string& sender, const std::string& dest, const std::string& body,
-                       bool keepLocal = false);
-
-// One simulator per test, its spool and transcript in a fresh directory.
-class SimTest : public ::testing::Test {
- protected:
-  void start(std::vector<std::string> extra = {}) {
-    m_sim = std::make_unique<SimProcess>(m_dir.file("spool"), m_dir.file("transcript"), std::move(extra));
-  }
-  // A connected, registered and logged-on station.
-  std::unique_ptr<SimClient> station(const std::string& id) {
-    auto c = std::make_unique<SimClient>(m_sim->port());
-    EXPECT_EQ(c->ask("<!REG!>", "LOGON>"), "LOGON>");
-    EXPECT_EQ(c->ask("<!LOGON!>" + id, "OK>"), "OK>");
-    return c;
-  }
-  // Each "POP" in turn gets the next of texts, and then "NOMORE>".
-  static void expectPops(SimClient& c, const std::vector<std::string>& texts) {
-    for (const auto& t : texts) EXPECT_EQ(c.ask("POP", t), t);
-    EXPECT_EQ(c.ask("POP", "NOMORE>"), "NOMORE>");
-  }
-  TempDir m_dir;
-  std::unique_ptr<SimProcess> m_sim;
-};
 
 }  // namespace velnor::testing
