@@ -107,6 +107,32 @@ TEST(PmdirectSim, ANumberGivenTwiceSendsTheWaitingRecord) {
   EXPECT_EQ(received(), expected);
 }
 
+// The line's faults, played by the simulator over a real socket: prompts in pieces or a
+// byte at a time still end each step; a prompt in lower case or never sent, or a connection
+// dropped with the message, ends the session at that step, and a message the server never
+// took stays queued.
+TEST(PmdirectSim, TheSimulatorsFaultsEndEachSessionAsOverAFaultyLine) {
+  const std::pair<std::vector<std::string>, std::string> rows[] = {
+      {{"--split-prompts"}, "OK"},
+      {{"--drip", "1"}, "OK"},
+      {{"--lower-case"}, "error during Registration Request"},
+      {{"--no-prompt", "NOMORE>"}, "error during Retrieving messages"},
+      {{"--drop-after", "0"}, "error during Sending messages"}};
+  for (const auto& [flags, outcome] : rows) {
+    SCOPED_TRACE(flags[0]);
+    TempDir dir;
+    SimProcess sim(dir.file("spool"), dir.file("transcript"), flags);
+    Station alpha("ALPHA", sim.port());
+    alpha.settings.TimeOut = "300";
+    alpha.queue("BRAVO", "Water");
+    alpha.link->SeqPmdirect();
+    EXPECT_EQ(alpha.outcomes, Lines{outcome});
+    EXPECT_EQ(alpha.records(),
+              (Records{{outcome == "OK" || flags[0] == "--no-prompt" ? Status::Sent : Status::ReadyToSend,
+                        "Water"}}));
+  }
+}
+
 // A store at its last number cannot file what arrives: the text Pmdirect has already let go
 // of is kept on disk and the operator told where, nothing is announced, and it is filed
 // once the store can take it again; the session after that fetches the rest.
