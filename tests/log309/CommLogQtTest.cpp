@@ -73,18 +73,18 @@ const char* const kOnEveryPage[] = {
 
 TEST(CommLogPdf, TwoPagesEachWithTheWholeHeader) {
   TempDir dir;
-  LogHeader h;
-  h.incident = "Cedar River Flood 2026";
-  h.period = {At(6, 0), At(18, 0)};
-  h.net = "County Command Net";
-  h.operatorName = "J. Rivera";
-  h.operatorCall = "KD0XYZ";
-  h.preparedBy = "J. Rivera, KD0XYZ";
-  h.prepared = At(18, 5);
-  h.dateFormat = "mm/dd/yyyy";
-  h.programVersion = "1.0.0";
   const std::string pdf = dir.file("log.pdf");
-  WriteCommLogPdf(pdf, h, Traffic());
+  WriteCommLogPdf(pdf,
+                  {.incident = "Cedar River Flood 2026",
+                   .period = {At(6, 0), At(18, 0)},
+                   .net = "County Command Net",
+                   .operatorName = "J. Rivera",
+                   .operatorCall = "KD0XYZ",
+                   .preparedBy = "J. Rivera, KD0XYZ",
+                   .prepared = At(18, 5),
+                   .dateFormat = "mm/dd/yyyy",
+                   .programVersion = "1.0.0"},
+                  Traffic());
 
   for (int page : {1, 2}) {
     SCOPED_TRACE(page);
