@@ -1,3 +1,4 @@
+// The ICS 213 page as drawing calls, and the print command around it.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -8,6 +9,7 @@
 #include <vector>
 
 #include "print/IcsPrint.h"
+#include "print/PrintCommand.h"
 #include "tests/print/RecordingSurface.h"
 
 namespace velnor {
@@ -15,44 +17,24 @@ namespace {
 
 using test::FakePrinters;
 
-struct Texts {
-  std::string To = "Planning Section Chief", ToPos = "PSC", Fr = "Net Control", FrPos = "Radio Operator",
-              Subj = "Shelter count", Date = "03/14/2024 09:30",
-              Msg = "Shelter at Lincoln School has 42 occupants.", Sign = "J. Rivera",
-              SignPos = "Shelter Manager", IcdName = "River Flood", Reply = "Acknowledged.",
-              RepSign = "K. Osei", RepPos = "PSC", RepDate = "03/14/2024 09:45";
-};
+// clang-format off
+const FormTexts kTexts{{"Planning Section Chief", "PSC", "Net Control", "Radio Operator", "Shelter count",
+                        "03/14/2024 09:30", "Shelter at Lincoln School has 42 occupants.", "J. Rivera",
+                        "Shelter Manager", "River Flood", "Acknowledged.", "K. Osei", "PSC", "03/14/2024 09:45"}};
+// clang-format on
 
-std::vector<std::string> Draw(const Texts& t, long failAt = -1) {
+std::vector<std::string> Draw(const FormTexts& t, long failAt = -1) {
   FakePrinters printers;
   printers.failAt = failAt;
-  IcsPrint(printers, "1.0.0")
-      .PrintIcs(t.To, t.ToPos, t.Fr, t.FrPos, t.Subj, t.Date, t.Msg, t.Sign, t.SignPos, t.IcdName, t.Reply,
-                t.RepSign, t.RepPos, t.RepDate);
+  IcsPrint(printers, "1.0.0").PrintIcs(t);
   return printers.ops;
-}
-
-// The printed lines of the body that starts at (13, y): every line is placed at x 13.
-std::vector<std::string> BodyLines(const std::vector<std::string>& ops, int y) {
-  std::vector<std::string> lines;
-  const std::string start = "pos 13 " + std::to_string(y);
-  std::size_t i = 0;
-  while (i < ops.size() && ops[i] != start) ++i;
-  EXPECT_LT(i, ops.size()) << "no body at y " << y;
-  EXPECT_EQ(ops[i - 1], "font Courier New 10");
-  for (++i; i + 1 < ops.size() && ops[i] == "x 13"; i += 2) {
-    EXPECT_EQ(ops[i + 1].rfind("text ", 0), 0u);
-    lines.push_back(ops[i + 1].substr(5));
-  }
-  EXPECT_EQ(ops[i].rfind("font Arial", 0), 0u) << "body not followed by the next caption";
-  return lines;
 }
 
 // The whole page, one drawn text a line (its font, position and text), each frame line on
 // its own (VELNOR_WRITE_GOLDEN=<file> writes the file anew).
 TEST(IcsPrintLayout, PagesAreTheGoldenDrawings) {
   std::string page;
-  for (const std::string& op : Draw({})) {
+  for (const std::string& op : Draw(kTexts)) {
     const bool joined = op.rfind("pos ", 0) == 0 || op.rfind("x ", 0) == 0 || op.rfind("text ", 0) == 0;
     page += (page.empty() ? "" : joined ? " | " : "\n") + op;
   }
@@ -64,10 +46,10 @@ TEST(IcsPrintLayout, PagesAreTheGoldenDrawings) {
 
 // A reply without a signature is not vouched for: its date and signature row stay off.
 TEST(IcsPrintLayout, ReplyRowOnlyUnderASignature) {
-  std::vector<std::string> want = Draw({});
+  std::vector<std::string> want = Draw(kTexts);
   want.erase(want.end() - 10, want.end() - 4);
-  Texts t;
-  t.RepSign = "";
+  FormTexts t = kTexts;
+  t[Field::ReplySignature] = "";
   EXPECT_EQ(Draw(t), want);
 }
 
@@ -91,27 +73,72 @@ TEST(IcsPrintBody, WrapsAt80Characters) {
       {"LongWordAloneNoEmptyLineBefore", kLong, {kLong + " "}},
       {"LongWordBetweenBlankRuns", "ab  " + kLong + Rep(' ', 50) + "cd", {"ab ", kLong + " ", "cd "}},
       {"CrLfOrCrEndLinesLfIsDropped", "first\r\nsecond\rthird\nfourth", {"first", "second", "thirdfourth"}},
-      {"EmptyLinesKept", "a\r\n\r\nb\r\n", {"a", "", "b", ""}},
-      {"EndsInCr", "a\r", {"a", ""}},
+      {"EmptyLinesKeptAndEndsInCr", "a\r\n\r\nb\r", {"a", "", "b", ""}},
   };
   for (const auto& r : rows) {
     SCOPED_TRACE(r.name);
-    Texts t;
-    t.Msg = r.body;
-    EXPECT_EQ(BodyLines(Draw(t), 69), r.lines);
+    FormTexts t = kTexts;
+    t[Field::Message] = r.body;
+    // The message's lines, each placed at x 13 under the first.
+    const std::vector<std::string> ops = Draw(t);
+    std::vector<std::string> lines;
+    auto i = std::find(ops.begin(), ops.end(), "pos 13 69");
+    ASSERT_NE(i, ops.end());
+    for (++i; *i == "x 13"; i += 2) lines.push_back(i[1].substr(5));
+    EXPECT_EQ(lines, r.lines);
   }
 }
 
 TEST(IcsPrintFailure, FirstSurfaceFailureStopsDrawingButPageIsEnded) {
-  const Texts t;
-  std::vector<std::string> full = Draw(t);
+  std::vector<std::string> full = Draw(kTexts);
   ASSERT_EQ(full.back(), "end");
   full.pop_back();
   for (std::size_t n = 0; n < full.size(); ++n) {
     std::vector<std::string> want(full.begin(), full.begin() + static_cast<long>(n));
     want.push_back("end");
-    ASSERT_EQ(Draw(t, static_cast<long>(n)), want) << "failure at call " << n;
+    ASSERT_EQ(Draw(kTexts, static_cast<long>(n)), want) << "failure at call " << n;
   }
+}
+
+// The dialog's choice is for this page only: the printer in use before comes back, by its
+// exact name, with its own settings.
+TEST(PrintCommand, PrintsAsTypedOnTheChosenPrinterThenPutsThePreviousOneBack) {
+  FakePrinters printers;
+  printers.installed = {{"Office Laser", kOrientationLandscape, 2}, {"Radio Room"}, {"office laser"}};
+  IcsPrint form(printers, "1.0.0");
+  FormTexts fields;
+  std::vector<std::string> statuses;
+  const auto print = [&] {
+    PrintMessage(
+        7, {form, printers, [&](const std::string& s) { statuses.push_back(s); }, [&] { return fields; }});
+  };
+  print();  // the fake's dialog cancels unless told otherwise
+  EXPECT_EQ(printers.dialogFlags, std::vector<std::uint32_t>{kPrintDialogFlags});
+  EXPECT_EQ(printers.surfacesOpened, 0);
+  EXPECT_TRUE(statuses.empty());
+
+  printers.dialog = [&](FakePrinters& p) {
+    p.SetOrientation(kOrientationPortrait);
+    p.MakeCurrent(1);
+    p.SetCopies(3);
+    fields[Field::To] = "Edited, not saved";  // the texts are read after the dialog
+    return true;
+  };
+  print();
+  EXPECT_EQ(statuses, (std::vector<std::string>{"Printing message to Radio Room",
+                                                "Printing message to Radio Room... sent to the printer"}));
+  EXPECT_NE(std::find(printers.ops.begin(), printers.ops.end(), "text Edited, not saved"),
+            printers.ops.end());
+  EXPECT_EQ(printers.current, 0u);
+  EXPECT_EQ(printers.Orientation(), kOrientationLandscape);
+  EXPECT_EQ(printers.Copies(), 2);
+  EXPECT_EQ(printers.installed[1].copies, 3);
+
+  // A job that fails says so and leaves the chosen printer current.
+  printers.failEnd = true;
+  print();
+  EXPECT_EQ(statuses.at(3).rfind("Printing message to Radio Room... failed", 0), 0u) << statuses[3];
+  EXPECT_EQ(printers.CurrentDeviceName(), "Radio Room");
 }
 
 }  // namespace
