@@ -113,21 +113,12 @@ TEST_F(CommLogStore, CsvIsTheGoldenFile) {
 }
 
 TEST(CommLogPage, CellsWrapAtWordsAndCutWhatIsLeft) {
-  struct Case {
-    std::string text;
-    std::size_t width;
-    std::vector<std::string> lines;
-  };
-  const Case cases[] = {
-      {"", 5, {""}},
-      {"Water for shelter", 17, {"Water for shelter"}},
-      {"Water for shelter", 16, {"Water for", "shelter"}},
-      {"Water  for   shelter now", 9, {"Water for", "shelte..."}},
-      {"ABCDEFGHIJ", 5, {"ABCDE", "FGHIJ"}},
-      {"ABCDEFGHIJK", 5, {"ABCDE", "FG..."}},
-  };
-  for (const Case& c : cases)
-    EXPECT_EQ(CellLines(c.text, c.width, 2), c.lines) << c.text << " in " << c.width;
+  EXPECT_EQ(CellLines("Water for shelter", 17, 2), (std::vector<std::string>{"Water for shelter"}));
+  EXPECT_EQ(CellLines("Water for shelter", 16, 2), (std::vector<std::string>{"Water for", "shelter"}));
+  EXPECT_EQ(CellLines("Water  for   shelter now", 9, 2),
+            (std::vector<std::string>{"Water for", "shelte..."}));
+  EXPECT_EQ(CellLines("ABCDEFGHIJ", 5, 2), (std::vector<std::string>{"ABCDE", "FGHIJ"}));
+  EXPECT_EQ(CellLines("ABCDEFGHIJK", 5, 2), (std::vector<std::string>{"ABCDE", "FG..."}));
 }
 
 // No lines, a page exactly full, one line over: each page its header and footer, and the

@@ -67,10 +67,8 @@ TEST(QtPrint, PageFitsA4AndLetterCentredAcrossAndThePaperChosenInSetupStays) {
     EXPECT_EQ(printers.currentPrinter()->pageLayout().pageSize().id(), paper);
     ASSERT_TRUE(QFile::exists(path));
 
-    // The texts reach the page in their own letters (the golden drawing has them all); the
-    // footer stays on one line.
+    // The footer's tabs keep it on one line.
     const QString text = PdfToText({"-layout", path, "-"});
-    EXPECT_TRUE(text.contains(QString::fromUtf8("Lincoln School Café"))) << text.toStdString();
     EXPECT_TRUE(text.contains(QRegularExpression("Ref: ICS 213[^\n]*Created by: velnor.exe, v1.0.0")))
         << text.toStdString();
 

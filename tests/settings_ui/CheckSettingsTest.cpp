@@ -91,12 +91,8 @@ TEST(CheckSettings, EveryEmptyServerBoxIsMarkedAndNoMessageAppears) {
   for (bool y : run.st.serverYellow) EXPECT_TRUE(y);
   EXPECT_EQ(run.st.currentTab, kTabRemoteAccess);
   EXPECT_EQ(run.st.focus, PropertiesFocus::Unchanged);
-  Settings want;
-  want.POA = 1;
-  want.POAFile = "/s/a.wav";
-  want.DEFDEST = "OPS";
-  want.STARTBROWSE = 1;
-  EXPECT_EQ(SettingsFileText(run.s), SettingsFileText(want));
+  EXPECT_EQ(SettingsFileText(run.s),
+            SettingsFileText({.STARTBROWSE = 1, .POA = 1, .POAFile = "/s/a.wav", .DEFDEST = "OPS"}));
 }
 
 TEST(Hints, ExamplesComeFromTheClockInTheNamedPatterns) {

@@ -1,11 +1,11 @@
-// Drives the real dialog offscreen: keys and clicks through QTest, every message box and
-// the file dialog answered by a script.
+// Drives the real dialog offscreen: keys through QTest, every message box and the file
+// dialog answered by a script.
 #include <gtest/gtest.h>
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QLabel>
 #include <QLineEdit>
-#include <QPushButton>
 #include <QTabWidget>
 #include <QTest>
 #include <QTimer>
@@ -18,10 +18,8 @@
 namespace velnor {
 namespace {
 
-using testing::ScriptedDialogs;
-
 // Scripted answers; onMessage looks at the dialog as the operator sees it when a box appears.
-struct WatchedDialogs : ScriptedDialogs {
+struct WatchedDialogs : testing::ScriptedDialogs {
   MsgAnswer messageBox(const std::string& text, const std::string& caption, MsgButtons buttons,
                        MsgIcon icon) override {
     if (onMessage) onMessage();
@@ -32,11 +30,6 @@ struct WatchedDialogs : ScriptedDialogs {
 
 class PropertiesDialog : public ::testing::Test {
  protected:
-  PropertiesDialog() {
-    settings.POA = 1;
-    settings.POAFile = "/snd/bell.wav";
-  }
-
   PropertiesHooks hooks() {
     return {.dialogs = &dialogs,
             .clock = &clock,
@@ -56,27 +49,24 @@ class PropertiesDialog : public ::testing::Test {
     dlg->activateWindow();
     EXPECT_TRUE(QTest::qWaitForWindowExposed(dlg.get()));
   }
-
-  template <class T>
-  T* find(const QString& name) {
-    T* w = dlg->findChild<T*>(name);
-    EXPECT_NE(w, nullptr) << name.toStdString();
+  template <class T = QLineEdit>
+  T* find(const char* name) {
+    T* w = dlg->findChild<T*>(QLatin1String(name));
+    EXPECT_NE(w, nullptr) << name;
     return w;
   }
-  QLineEdit* box(const char* name) { return find<QLineEdit>(QLatin1String(name)); }
   void retype(const char* name, const QString& text, int tab = -1) {
     if (tab >= 0) goToTab(tab);
-    QLineEdit* b = box(name);
+    QLineEdit* b = find(name);
     b->setFocus();
     b->selectAll();
     QTest::keyClicks(b, text);
     if (text.isEmpty()) QTest::keyClick(b, Qt::Key_Delete);  // nothing typed: clears the selection
   }
-  QTabWidget* tabs() { return find<QTabWidget>("SSTab1"); }
-  void goToTab(int tab) { tabs()->setCurrentIndex(tab); }
+  void goToTab(int tab) { find<QTabWidget>("SSTab1")->setCurrentIndex(tab); }
   void click(const char* name) { find<QAbstractButton>(name)->click(); }
   bool yellow(const char* name) {
-    return box(name)->palette().color(QPalette::Base) == frmProperties::faultColor();
+    return find(name)->palette().color(QPalette::Base) == frmProperties::faultColor();
   }
 
   Settings settings;
@@ -87,24 +77,39 @@ class PropertiesDialog : public ::testing::Test {
   std::unique_ptr<frmProperties> dlg;
 };
 
+// Cancel stores nothing. OK stores what the controls show; the wave file and the link test
+// act on the form's texts (their messages and the file dialog's request: CheckSettingsTest).
 TEST_F(PropertiesDialog, CancelChangesNoSettingAndOkStoresWhatTheControlsShow) {
   const std::string before = SettingsFileText(settings);
   QTimer::singleShot(0, [] {
     QWidget* d = QApplication::activeModalWidget();
     ASSERT_NE(d, nullptr);
     d->findChild<QLineEdit*>(QStringLiteral("txtServer_0"))->setText(QStringLiteral("elsewhere"));
-    d->findChild<QPushButton*>(QStringLiteral("cmdCancel"))->click();
+    d->findChild<QAbstractButton*>(QStringLiteral("cmdCancel"))->click();
   });
   EXPECT_FALSE(ShowProperties(nullptr, settings, hooks()));
   EXPECT_EQ(SettingsFileText(settings), before);
 
   settings.IcdName = " Caf\xe9 Fire";  // station text, Windows-1252 e acute
   open();
-  EXPECT_EQ(box("txtDefaults_4")->text(), QString::fromUtf8("Caf\xc3\xa9 Fire"));
-  retype("txtServer_3", QStringLiteral("30"), kTabRemoteAccess);
+  EXPECT_EQ(find("txtDefaults_4")->text(), QString::fromUtf8("Caf\xc3\xa9 Fire"));
+  goToTab(kTabReceiving);
+  click("chkPlayOnArrival");
+  dialogs.expectFile("Select .wav file name", "/snd/horn.wav");
+  click("cmdBrowse");
+  EXPECT_EQ(find("txtPlayOnArrival")->text(), QStringLiteral("horn.wav"));
+  retype("txtServer_0", QStringLiteral("radio-pc"), kTabRemoteAccess);
+  retype("txtServer_1", QStringLiteral("9400"));
+  retype("txtServer_3", QStringLiteral("30"));
+  dialogs.expectMessage("Link Test to Pmdirect passed");
+  click("cmdTest");
+  EXPECT_EQ(linkTests,
+            std::vector<std::string>{"radio-pc:9400 <test>This is the ICS-213 test startup msg</test>"});
+  EXPECT_EQ(statusCleared, 1);
+  EXPECT_EQ(settings.HostName, "127.0.0.1");
   // Shown and stored in capitals; µ has no capital the station can carry.
   retype("txtDefualtToRoute", QStringLiteral("icp-2b"), kTabRoutes);
-  QLineEdit* route = box("txtDefualtToRoute");
+  QLineEdit* route = find("txtDefualtToRoute");
   QTest::sendKeyEvent(QTest::Click, route, Qt::Key_Eacute, QString::fromUtf8("\xc3\xa9"), {});
   QTest::sendKeyEvent(QTest::Click, route, Qt::Key_mu, QString::fromUtf8("\xc2\xb5"), {});
   EXPECT_EQ(route->text(), QString::fromUtf8("ICP-2B\xc3\x89\xc2\xb5"));
@@ -113,11 +118,14 @@ TEST_F(PropertiesDialog, CancelChangesNoSettingAndOkStoresWhatTheControlsShow) {
   click("optBrowse_1");
   click("cmdOK");
   EXPECT_EQ(dlg->result(), QDialog::Accepted);
-  EXPECT_EQ(settings.STARTBROWSE, 1);
-  EXPECT_EQ(settings.IcdName, "Caf\xe9 Fire");
+  EXPECT_EQ(settings.POA, 1);
+  EXPECT_EQ(settings.POAFile, "/snd/horn.wav");
+  EXPECT_EQ(settings.HostName, "radio-pc");
   EXPECT_EQ(settings.SRTime, 30);
+  EXPECT_EQ(settings.IcdName, "Caf\xe9 Fire");
   EXPECT_EQ(settings.DEFDEST, "ICP-2B\xc9\xb5");
   EXPECT_EQ(settings.KEEPLOCAL, 1);
+  EXPECT_EQ(settings.STARTBROWSE, 1);
 }
 
 // Each format message comes with its fault on the form; the marks stay until the text changes.
@@ -132,11 +140,11 @@ TEST_F(PropertiesDialog, FaultsAreShownBeforeTheirMessageAndTypingClearsTheMark)
   dialogs.expectMessage("Invalid time format.  See Hint on form");
   dialogs.onMessage = [this] {
     const bool date = dialogs.shown.empty();
-    EXPECT_EQ(tabs()->currentIndex(), kTabFormatting);
-    EXPECT_EQ(QApplication::focusWidget(), box(date ? "txtFormat_0" : "txtFormat_1"));
+    EXPECT_EQ(find<QTabWidget>("SSTab1")->currentIndex(), kTabFormatting);
+    EXPECT_EQ(QApplication::focusWidget(), find(date ? "txtFormat_0" : "txtFormat_1"));
     const QString hint = find<QLabel>("lblHint")->text();
     EXPECT_TRUE(hint.contains(date ? "dd-mmm-yyyy = 19-Nov-2026" : "hh:mm = 14:05")) << hint.toStdString();
-    EXPECT_EQ(box("txtFormat_1")->text(), QStringLiteral("?"));
+    EXPECT_EQ(find("txtFormat_1")->text(), QStringLiteral("?"));
     for (const char* b : {"txtServer_0", "txtServer_3", "txtFormat_0", "txtFormat_1"})
       EXPECT_TRUE(yellow(b)) << b;
     EXPECT_FALSE(yellow("txtServer_1"));
@@ -146,37 +154,13 @@ TEST_F(PropertiesDialog, FaultsAreShownBeforeTheirMessageAndTypingClearsTheMark)
   EXPECT_EQ(settings.SRTime, 60);  // nothing is stored
   goToTab(kTabRemoteAccess);
   for (const Qt::Key key : {Qt::Key_End, Qt::Key_Left, Qt::Key_Shift, Qt::Key_Tab})
-    QTest::keyClick(box("txtServer_3"), key);
+    QTest::keyClick(find("txtServer_3"), key);
   EXPECT_TRUE(yellow("txtServer_3"));
-  QTest::keyClick(box("txtServer_3"), Qt::Key_5);
+  QTest::keyClick(find("txtServer_3"), Qt::Key_5);
   EXPECT_FALSE(yellow("txtServer_3"));
   goToTab(kTabFormatting);
-  QTest::keyClick(box("txtFormat_1"), Qt::Key_Backspace);
+  QTest::keyClick(find("txtFormat_1"), Qt::Key_Backspace);
   EXPECT_FALSE(yellow("txtFormat_1"));
-}
-
-// The wave-file choice and the link test act on what the form shows; the messages and the
-// file dialog's request are CheckSettingsTest's.
-TEST_F(PropertiesDialog, SoundAndLinkTestsUseWhatTheFormShows) {
-  open();
-  goToTab(kTabReceiving);
-  dialogs.expectFile("Select .wav file name", "/snd/horn.wav");
-  click("cmdBrowse");
-  EXPECT_EQ(box("txtPlayOnArrival")->text(), QStringLiteral("horn.wav"));
-  click("chkPlayOnArrival");
-
-  retype("txtServer_0", QStringLiteral("radio-pc"), kTabRemoteAccess);
-  retype("txtServer_1", QStringLiteral("9400"));
-  dialogs.expectMessage("Link Test to Pmdirect passed");
-  click("cmdTest");
-  EXPECT_EQ(linkTests,
-            std::vector<std::string>{"radio-pc:9400 <test>This is the ICS-213 test startup msg</test>"});
-  EXPECT_EQ(statusCleared, 1);
-  EXPECT_EQ(settings.HostName, "127.0.0.1");
-  click("cmdOK");
-  EXPECT_EQ(settings.POA, 0);
-  EXPECT_EQ(settings.POAFile, "/snd/horn.wav");
-  EXPECT_EQ(settings.HostName, "radio-pc");
 }
 
 }  // namespace
