@@ -238,29 +238,11 @@ TEST(CommLogPdf, TwoPagesEachWithTheWholeHeader) {
   if (!keep.isEmpty()) testing::WriteFile(keep.toStdString(), testing::ReadFile(pdf));
 }
 
-TEST(CommLogDialogTest, DefaultsPreviewOutputsAndMemory) {
-  testing::TempDir dir;
-  RecordingEventLog log;
-  const struct {
-    Origin origin;
-    Status status;
-    int hour;
-  } records[] = {{Origin::Local, Status::Sent, 10},
-                 {Origin::Received, Status::Unread, 11},
-                 {Origin::Local, Status::Draft, 12},
-                 {Origin::Received, Status::Read, 5}};
-  for (const auto& r : records) {
-    IcsMsg m(dir.path(), log);
-    m.rec().setOrigin(r.origin);
-    m.rec().setKind(Kind::Message);
-    m.rec().setStatus(r.status);
-    m.rec().setRoute(r.origin == Origin::Local ? "STAGING:0" : "STAGING:7");
-    m.rec().setMsgDate(At(r.hour, 0));
-    m.rec().setSubj("At " + std::to_string(r.hour));
-    m.NewMsg();
-  }
+// The dialog starts on the last twelve hours (the shift, here), and each way out writes
+// what its preview shows.
+TEST_F(CommLogStore, DialogDefaultsPreviewOutputsAndMemory) {
   Settings settings;
-  settings.LoginName = "EOC-2";
+  settings.LoginName = kStation;
   settings.IcdName = "Cedar River Flood";
   FixedClock clock(At(18, 0));
   QSettings memory(QString::fromStdString(dir.file("memory.conf")), QSettings::IniFormat);
@@ -282,13 +264,13 @@ TEST(CommLogDialogTest, DefaultsPreviewOutputsAndMemory) {
   EXPECT_EQ(edit("txtIncident")->text(), "Cedar River Flood");
   EXPECT_EQ(edit("txtCallSign")->text(), "EOC-2");
   EXPECT_EQ(edit("txtPreparedBy")->text(), "EOC-2");
-  EXPECT_EQ(count(), "2 lines in the period, on 1 page");
+  EXPECT_EQ(count(), "9 lines in the period, on 1 page");
   d->findChild<QCheckBox*>("chkUnsent")->setChecked(true);
-  EXPECT_EQ(count(), "3 lines in the period, on 1 page");
+  EXPECT_EQ(count(), "13 lines in the period, on 1 page");
 
   edit("txtNet")->setText("County Command Net");
   click("cmdExportCsv");
-  EXPECT_EQ(testing::ReadFile(dir.file("out.csv")), CommLogCsv(d->lines()));
+  EXPECT_EQ(testing::ReadFile(dir.file("out.csv")), testing::ReadFile(VELNOR_LOG309_GOLDEN));
   click("cmdSavePdf");
   EXPECT_EQ(testing::ReadFile(dir.file("out.pdf")).substr(0, 5), "%PDF-");
   click("cmdPrint");
