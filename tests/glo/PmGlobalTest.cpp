@@ -131,8 +131,7 @@ TEST(PmGlobalFile, UnreadableFileIsLoggedAtStep2AndNotReplacedAtStep105) {
 TEST(PmGlobalAccessors, SettersMarkTheFileChangedAndReleaseWritesIt) {
   Glo g;
   {
-    PmGlobal glo = g.open("Version=1.0.0\r\nLstFontSize=big\r\n");
-    EXPECT_THROW(glo.LstFontSize(), VError);  // kept as text, so reading it was fine
+    PmGlobal glo = g.open("Version=1.0.0\r\n");
     glo.SetRunPrgmName("  pm run  ");
     EXPECT_TRUE(glo.Changed());
     EXPECT_EQ(glo.RunPrgmName(), "pm run");

@@ -101,13 +101,6 @@ class CommLogStore : public testing::StoreTest {
   std::vector<LogLine> all;
 };
 
-// The page's Time column shows the day only when the period runs past midnight.
-TEST(CommLogTime, DayShownOnlyPastMidnight) {
-  EXPECT_EQ(OleSeconds(-1.25), -64800);  // 29 Dec 1899, 06:00: the time of day counts forwards
-  EXPECT_EQ(LogTimePattern({At(6, 0), At(24, 0)}), "hh:nn");
-  EXPECT_EQ(LogTimePattern({At(18, 0), At(30, 0)}), "dd-mmm hh:nn");
-}
-
 // The lines in time order, the messages not sent only when asked for
 // (VELNOR_WRITE_GOLDEN=<folder> writes both files anew).
 TEST_F(CommLogStore, CsvIsTheGoldenFile) {
@@ -139,6 +132,10 @@ TEST(CommLogPage, CellsWrapAtWordsAndCutWhatIsLeft) {
 // No lines, a page exactly full, one line over: each page its header and footer, and the
 // line past a full page opens the next (the PDF test reads the numbers across pages).
 TEST(CommLogPage, EveryPageHasTheHeaderAndLinesAreNumberedAcrossPages) {
+  // The Time column shows the day only when the period runs past midnight.
+  EXPECT_EQ(LogTimePattern({At(6, 0), At(24, 0)}), "hh:nn");
+  EXPECT_EQ(LogTimePattern({At(18, 0), At(30, 0)}), "dd-mmm hh:nn");
+  EXPECT_EQ(OleSeconds(-1.25), -64800);  // 29 Dec 1899, 06:00: the time of day counts forwards
   for (const std::size_t n : {std::size_t{0}, kLogLinesPerPage, kLogLinesPerPage + 1}) {
     SCOPED_TRACE(n);
     const long pages = n > kLogLinesPerPage ? 2 : 1;

@@ -89,23 +89,6 @@ TEST(CheckSettings, IntervalIsAWholeNumberFrom30To32767) {
   }
 }
 
-// The values with nothing to check are stored whatever the verdict.
-TEST(CheckSettings, EveryEmptyServerBoxIsMarkedAndNoMessageAppears) {
-  Trial run;
-  for (auto& t : run.st.txtServer) t.clear();
-  run.st.chkPlayOnArrival = true;
-  run.st.soundPath = "/s/a.wav";
-  run.st.txtDefualtToRoute = "OPS";
-  run.st.browseChoice = 1;
-  run.s.KEEPLOCAL = 1;
-  EXPECT_FALSE(run.check());
-  for (bool y : run.st.serverYellow) EXPECT_TRUE(y);
-  EXPECT_EQ(run.st.currentTab, kTabRemoteAccess);
-  EXPECT_EQ(run.st.focus, PropertiesFocus::Unchanged);
-  EXPECT_EQ(SettingsFileText(run.s),
-            SettingsFileText({.STARTBROWSE = 1, .POA = 1, .POAFile = "/s/a.wav", .DEFDEST = "OPS"}));
-}
-
 TEST(Hints, ExamplesComeFromTheClockInTheNamedPatterns) {
   EXPECT_EQ(DateFormatHint(kClock.now()),
             "Hint: Valid characters are:\r\nm=month, d=day, y=year\r\n\r\nExamples:\r\n"
@@ -318,12 +301,14 @@ TEST_F(PropertiesDialog, CancelChangesNoSettingAndOkStoresWhatTheControlsShow) {
 
 // Each format message comes with its fault on the form; the marks stay until the text changes.
 TEST_F(PropertiesDialog, FaultsAreShownBeforeTheirMessageAndTypingClearsTheMark) {
+  settings.KEEPLOCAL = 1;
   open();
   retype("txtServer_0", QString(), kTabRemoteAccess);
   retype("txtServer_3", QStringLiteral("45abc"));
   retype("txtFormat_0", QStringLiteral("yyyy_mm"), kTabFormatting);
   retype("txtFormat_1", QString());
   goToTab(kTabRoutes);
+  click("chkKeepLocal");  // off: kept whatever the verdict, as it has nothing to check
   dialogs.expectMessage(kDateMsg).expectMessage(kTimeMsg);
   dialogs.onMessage = [this] {
     const bool date = dialogs.shown.empty();
@@ -338,7 +323,8 @@ TEST_F(PropertiesDialog, FaultsAreShownBeforeTheirMessageAndTypingClearsTheMark)
   };
   click("cmdOK");
   EXPECT_TRUE(dlg->isVisible());
-  EXPECT_EQ(settings.SRTime, 60);  // nothing is stored
+  EXPECT_EQ(settings.SRTime, 60);
+  EXPECT_EQ(settings.KEEPLOCAL, 0);
   goToTab(kTabRemoteAccess);
   for (const Qt::Key key : {Qt::Key_End, Qt::Key_Left, Qt::Key_Shift, Qt::Key_Tab})
     QTest::keyClick(find("txtServer_3"), key);
