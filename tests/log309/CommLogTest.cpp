@@ -120,18 +120,13 @@ TEST_F(CommLogStore, CsvIsTheGoldenFile) {
   EXPECT_TRUE(SelectLogLines(all, {-1, 1}, true).empty());
 }
 
-TEST(CommLogPage, CellsWrapAtWordsAndCutWhatIsLeft) {
-  EXPECT_EQ(CellLines("Water for shelter", 17, 2), (std::vector<std::string>{"Water for shelter"}));
-  EXPECT_EQ(CellLines("Water for shelter", 16, 2), (std::vector<std::string>{"Water for", "shelter"}));
-  EXPECT_EQ(CellLines("Water  for   shelter now", 9, 2),
-            (std::vector<std::string>{"Water for", "shelte..."}));
-  EXPECT_EQ(CellLines("ABCDEFGHIJ", 5, 2), (std::vector<std::string>{"ABCDE", "FGHIJ"}));
-  EXPECT_EQ(CellLines("ABCDEFGHIJK", 5, 2), (std::vector<std::string>{"ABCDE", "FG..."}));
-}
-
 // No lines, a page exactly full, one line over: each page its header and footer, and the
 // line past a full page opens the next (the PDF test reads the numbers across pages).
 TEST(CommLogPage, EveryPageHasTheHeaderAndLinesAreNumberedAcrossPages) {
+  // A cell wraps at words, or inside a word longer than the cell, and cuts what is left.
+  EXPECT_EQ(CellLines("Water  for   shelter now", 9, 2),
+            (std::vector<std::string>{"Water for", "shelte..."}));
+  EXPECT_EQ(CellLines("ABCDEFGHIJK", 5, 2), (std::vector<std::string>{"ABCDE", "FG..."}));
   // The Time column shows the day only when the period runs past midnight.
   EXPECT_EQ(LogTimePattern({At(6, 0), At(24, 0)}), "hh:nn");
   EXPECT_EQ(LogTimePattern({At(18, 0), At(30, 0)}), "dd-mmm hh:nn");

@@ -26,8 +26,7 @@ const FixedClock kClock(ToOleDate({2026, 11, 19, 14, 5, 9}));  // 19 November 20
 const char* const kDateMsg = "Invalid date format.  See hint on form";
 const char* const kTimeMsg = "Invalid time format.  See Hint on form";
 
-// One run of the check on the default settings' state; the script fails on any message
-// it was not told to expect.
+// One run of the check on the default settings' state; any message unexpected fails it.
 struct Trial {
   PropertiesState st = LoadProperties(Settings{});
   Settings s;
@@ -41,11 +40,10 @@ TEST(CheckSettings, FormatsAcceptOnlyTheAllowedCharacters) {
     const char* format;
     bool isDate, passes;
   } rows[] = {
-      {"dd-mmm-yyyy", true, true}, {"MM/DD/YY", true, true},  {"d. m. yyyy", true, true},
-      {"yyyy,mm:dd", true, true},  {"yyyy_mm", true, false},  {"dd-mm-yy?", true, false},
-      {"hh:mm", true, false},      {"dd\xe9mm", true, false}, {"HH:mm:ss", false, true},
-      {"hh.mm", false, true},      {"ttttt", false, true},    {"h-m,s", false, true},
-      {"hh:mm AM", false, false},  {"hh/mm", false, false},   {"dd", false, false},
+      {"dd-mmm-yyyy", true, true}, {"MM/DD/YY", true, true},   {"d. m. yyyy,:", true, true},
+      {"yyyy_mm", true, false},    {"dd-mm-yy?", true, false}, {"hh:mm", true, false},
+      {"dd\xe9mm", true, false},   {"HH:mm:ss", false, true},  {"tt:h-m,s.", false, true},
+      {"hh:mm AM", false, false},  {"hh/mm", false, false},    {"dd", false, false},
       {"hh:mm\x01", false, false},
   };
   for (const auto& r : rows) {
@@ -133,8 +131,7 @@ TEST(StoreProperties, EveryBoxBackToItsOwnValue) {
 // The kept host and port come back before the message, the port as a number. What the test
 // is run on, and the passing run, are the dialog test's.
 TEST(LinkTest, UsesTypedHostAndPortThenRestoresThem) {
-  Settings s;
-  s.HostName = "127.0.0.1";
+  Settings s;  // host 127.0.0.1
   s.Port = " 9334";
   ScriptedDialogs dialogs;
   dialogs.expectMessage(
@@ -144,7 +141,6 @@ TEST(LinkTest, UsesTypedHostAndPortThenRestoresThem) {
   EXPECT_FALSE(RunLinkTest(s, "radio-pc", "9400", fails, dialogs, [] { ADD_FAILURE() << "status cleared"; }));
   EXPECT_EQ(s.HostName, "127.0.0.1");
   EXPECT_EQ(s.Port, "9334");
-  EXPECT_EQ(dialogs.shown.at(0).icon, MsgIcon::Exclamation);
 }
 
 TEST(SoundTest, FailureBeepsAndSaysSo) {
