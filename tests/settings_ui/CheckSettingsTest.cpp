@@ -130,7 +130,7 @@ TEST(StoreProperties, EveryBoxBackToItsOwnValue) {
 
 // The kept host and port come back before the message, the port as a number. What the test
 // is run on, and the passing run, are the dialog test's.
-TEST(LinkTest, UsesTypedHostAndPortThenRestoresThem) {
+TEST(LinkTest, FailureSaysWhatToCheckAndRestoresHostAndPort) {
   Settings s;  // host 127.0.0.1
   s.Port = " 9334";
   ScriptedDialogs dialogs;
