@@ -1,17 +1,32 @@
-// The communications log from a store: which records give which lines across the edges of
-// the period, the CSV of them byte for byte, the cells of the page and its paging.
+// The communications log: which records of a store give which lines across the edges of
+// the period, the CSV of them byte for byte, the cells of the page and its paging; a
+// two-page PDF from Qt's PDF printer read back with pdftotext, and the File menu's dialog
+// with its defaults, preview, outputs and memory.
 #include <gtest/gtest.h>
 
+#include <QApplication>
+#include <QCheckBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QProcess>
+#include <QPushButton>
+#include <QRegularExpression>
+#include <QSettings>
 #include <algorithm>
 #include <cstdlib>
 
+#include "app/Settings.h"
+#include "core/Clock.h"
 #include "core/DateTime.h"
 #include "core/EventLog.h"
 #include "log309/CommLog.h"
 #include "log309/CommLogPrint.h"
+#include "log309/qt/CommLogDialog.h"
+#include "log309/qt/CommLogPdf.h"
 #include "store/IcsMsg.h"
 #include "tests/print/RecordingSurface.h"
 #include "tests/store/StoreFiles.h"
+#include "tests/support/ScriptedDialogs.h"
 
 namespace velnor {
 namespace {
@@ -86,13 +101,6 @@ class CommLogStore : public testing::StoreTest {
   std::vector<LogLine> all;
 };
 
-// The page's Time column shows the day only when the period runs past midnight.
-TEST(CommLogTime, DayShownOnlyPastMidnight) {
-  EXPECT_EQ(OleSeconds(-1.25), -64800);  // 29 Dec 1899, 06:00: the time of day counts forwards
-  EXPECT_EQ(LogTimePattern({At(6, 0), At(24, 0)}), "hh:nn");
-  EXPECT_EQ(LogTimePattern({At(18, 0), At(30, 0)}), "dd-mmm hh:nn");
-}
-
 // The lines in time order, the messages not sent only when asked for
 // (VELNOR_WRITE_GOLDEN=<folder> writes both files anew).
 TEST_F(CommLogStore, CsvIsTheGoldenFile) {
@@ -101,12 +109,9 @@ TEST_F(CommLogStore, CsvIsTheGoldenFile) {
   EXPECT_EQ(CommLogCsv(lines), testing::ReadFile(VELNOR_LOG309_GOLDEN));
   // Without the unsent ones: the same lines less those the golden shows not sent, numbered anew.
   std::vector<LogLine> sent;
-  std::string notSent;
-  for (const LogLine& l : lines) {
-    notSent += l.unsent ? l.status + ";" : "";
-    if (!l.unsent) sent.push_back(l);
-  }
-  EXPECT_EQ(notSent, "Draft;Draft;Abandoned;Ready, but not sent;");
+  std::copy_if(lines.begin(), lines.end(), std::back_inserter(sent),
+               [](const LogLine& l) { return !l.unsent; });
+  EXPECT_EQ(sent.size(), 9u);  // less the two drafts, the abandoned one and the one ready
   EXPECT_EQ(CommLogCsv(SelectLogLines(all, kShift, false)), CommLogCsv(sent));
   // The page's text of a line: a reply is named so, an unsent one says what it is.
   EXPECT_EQ(LogMessageText(SelectLogLines(all, {At(11, 30), At(11, 31)}, true).at(0)),
@@ -115,59 +120,176 @@ TEST_F(CommLogStore, CsvIsTheGoldenFile) {
   EXPECT_TRUE(SelectLogLines(all, {-1, 1}, true).empty());
 }
 
-TEST(CommLogPage, CellsWrapAtWordsAndCutWhatIsLeft) {
-  struct Case {
-    std::string text;
-    std::size_t width;
-    std::vector<std::string> lines;
-  };
-  const Case cases[] = {
-      {"", 5, {""}},
-      {"Water for shelter", 17, {"Water for shelter"}},
-      {"Water for shelter", 16, {"Water for", "shelter"}},
-      {"Water  for   shelter now", 9, {"Water for", "shelte..."}},
-      {"ABCDEFGHIJ", 5, {"ABCDE", "FGHIJ"}},
-      {"ABCDEFGHIJK", 5, {"ABCDE", "FG..."}},
-  };
-  for (const Case& c : cases)
-    EXPECT_EQ(CellLines(c.text, c.width, 2), c.lines) << c.text << " in " << c.width;
-}
-
+// No lines, a page exactly full, one line over: each page its header and footer, and the
+// line past a full page opens the next (the PDF test reads the numbers across pages).
 TEST(CommLogPage, EveryPageHasTheHeaderAndLinesAreNumberedAcrossPages) {
-  struct Case {
-    std::size_t lines, pages;
-  };
-  for (const Case c : {Case{0, 1}, Case{kLogLinesPerPage, 1}, Case{kLogLinesPerPage + 1, 2}}) {
-    SCOPED_TRACE(c.lines);
-    std::vector<LogLine> lines(c.lines);
-    for (std::size_t i = 0; i < c.lines; ++i) lines[i].subject = "Line " + std::to_string(i + 1);
+  // A cell wraps at words, or inside a word longer than the cell, and cuts what is left.
+  EXPECT_EQ(CellLines("Water  for   shelter now", 9, 2),
+            (std::vector<std::string>{"Water for", "shelte..."}));
+  EXPECT_EQ(CellLines("ABCDEFGHIJK", 5, 2), (std::vector<std::string>{"ABCDE", "FG..."}));
+  // The Time column shows the day only when the period runs past midnight.
+  EXPECT_EQ(LogTimePattern({At(6, 0), At(24, 0)}), "hh:nn");
+  EXPECT_EQ(LogTimePattern({At(18, 0), At(30, 0)}), "dd-mmm hh:nn");
+  EXPECT_EQ(OleSeconds(-1.25), -64800);  // 29 Dec 1899, 06:00: the time of day counts forwards
+  for (const std::size_t n : {std::size_t{0}, kLogLinesPerPage, kLogLinesPerPage + 1}) {
+    SCOPED_TRACE(n);
+    const long pages = n > kLogLinesPerPage ? 2 : 1;
+    std::vector<LogLine> lines(n);
     // A subject too long for its cell goes on in the same row.
-    if (!lines.empty()) lines.back().subject += " and a subject that runs on past its cell";
+    if (n > 0) lines.back().subject = "Line 27 and a subject that runs on past its cell";
     test::FakePrinters printers;
-    LogHeader header;
-    header.period = kShift;
-    PrintCommLog(printers, header, lines);
+    PrintCommLog(printers, {.period = kShift}, lines);
     const std::vector<std::string>& ops = printers.ops;
-    EXPECT_EQ(printers.surfacesOpened, 1);
     ASSERT_EQ(ops.back(), "end");
-    EXPECT_EQ(std::count(ops.begin(), ops.end(), "page"), static_cast<long>(c.pages - 1));
-    EXPECT_EQ(std::count(ops.begin(), ops.end(), "text COMMUNICATIONS LOG (ICS 309)"),
-              static_cast<long>(c.pages));
+    EXPECT_EQ(std::count(ops.begin(), ops.end(), "text COMMUNICATIONS LOG (ICS 309)"), pages);
     const auto at = [&](const std::string& op) {
       return std::find(ops.begin(), ops.end(), op) - ops.begin();
     };
-    // Each page its own footer; the line past a full page opens the next (the PDF test reads
-    // the numbers across pages).
     const auto pageBreak = at("page");
-    for (std::size_t p = 1; p <= c.pages; ++p)
-      EXPECT_EQ(at("text Page " + std::to_string(p) + " of " + std::to_string(c.pages)) < pageBreak, p == 1)
-          << p;
-    if (c.lines > 0)
-      EXPECT_EQ(at("text " + std::to_string(c.lines)) < pageBreak, c.lines <= kLogLinesPerPage);
-    EXPECT_EQ(std::count(ops.begin(), ops.end(), "text " + std::to_string(c.lines + 1)), 0);
-    if (c.lines > 0) EXPECT_EQ(ops[static_cast<std::size_t>(at("text its cell")) - 1], "x 125");
+    EXPECT_EQ(pageBreak == static_cast<long>(ops.size()), pages == 1);
+    EXPECT_LT(at("text Page 1 of " + std::to_string(pages)), pageBreak);
+    if (pages == 2) EXPECT_GT(at("text Page 2 of 2"), pageBreak);
+    if (n > 0) EXPECT_EQ(at("text " + std::to_string(n)) < pageBreak, n <= kLogLinesPerPage);
+    EXPECT_EQ(std::count(ops.begin(), ops.end(), "text " + std::to_string(n + 1)), 0);
+    if (n > 0) EXPECT_EQ(ops[static_cast<std::size_t>(at("text its cell")) - 1], "x 125");
   }
+}
+
+std::string PdfText(const std::string& path, int page) {
+  QProcess p;
+  p.start("pdftotext", {"-layout", "-f", QString::number(page), "-l", QString::number(page),
+                        QString::fromStdString(path), "-"});
+  EXPECT_TRUE(p.waitForFinished(60000));
+  EXPECT_EQ(p.exitCode(), 0) << p.readAllStandardError().toStdString();
+  return p.readAllStandardOutput().toStdString();
+}
+
+// A shift's traffic, one more line than a page holds and then two.
+std::vector<LogLine> Traffic() {
+  const char* subjects[] = {"Water for Lincoln School shelter",        "Road closures on Route 9",
+                            "Ambulance staging at county fairgrounds", "Cots and blankets, 75 each",
+                            "Generator fuel for the Caf\xE9 kitchen",  "Sandbag crews to the east levee"};
+  const char* stations[] = {"LOGISTICS", "STAGING", "MEDICAL", "PLANNING"};
+  std::vector<LogLine> lines;
+  for (int i = 0; i < static_cast<int>(kLogLinesPerPage) + 3; ++i) {
+    LogLine l;
+    l.time = At(6 + i * 23 / 60, (i * 23) % 60);
+    l.subject = subjects[i % 6];
+    l.reply = i % 5 == 4;
+    const bool in = i % 3 != 0;
+    const std::string them = stations[i % 4], us = "EOC-2", ours = std::to_string(40 + i);
+    l.fromId = in ? them : us;
+    l.fromNo = in ? std::to_string(100 + i) : ours;
+    l.toId = in ? us : them;
+    l.toNo = in ? ours : "";
+    lines.push_back(l);
+  }
+  lines.back().subject = "Last line of the shift";
+  return lines;
+}
+
+// The header's texts, the footer, and a subject each page holds; the captions are fixed texts.
+// clang-format off
+const char* const kOnEveryPage[] = {
+    "COMMUNICATIONS LOG (ICS 309)", "Cedar River Flood 2026", "11/19/2026", "06:00", "18:00", "County Command Net",
+    "J. Rivera, KD0XYZ", "Generator fuel for the Caf\xC3\xA9 kitchen", "11/19/2026 18:05",
+    "Created by: velnor.exe, v1.0.0"};
+// clang-format on
+
+TEST(CommLogPdf, TwoPagesEachWithTheWholeHeader) {
+  testing::TempDir dir;
+  const std::string pdf = dir.file("log.pdf");
+  WriteCommLogPdf(pdf,
+                  {.incident = "Cedar River Flood 2026",
+                   .period = kShift,
+                   .net = "County Command Net",
+                   .operatorName = "J. Rivera",
+                   .operatorCall = "KD0XYZ",
+                   .preparedBy = "J. Rivera, KD0XYZ",
+                   .prepared = At(18, 5),
+                   .dateFormat = "mm/dd/yyyy",
+                   .programVersion = "1.0.0"},
+                  Traffic());
+
+  for (int page : {1, 2}) {
+    SCOPED_TRACE(page);
+    const std::string text = PdfText(pdf, page);
+    for (const char* want : kOnEveryPage)
+      EXPECT_NE(text.find(want), std::string::npos) << "missing: " << want << "\n" << text;
+    EXPECT_NE(text.find("Page " + std::to_string(page) + " of 2"), std::string::npos) << text;
+    // The line past a full page opens the second, under its number across pages.
+    EXPECT_EQ(text.find("Ambulance staging at county fairgrounds") != std::string::npos, page == 1) << text;
+    EXPECT_EQ(text.find("Last line of the shift") != std::string::npos, page == 2) << text;
+  }
+  EXPECT_TRUE(QString::fromStdString(PdfText(pdf, 2))
+                  .contains(QRegularExpression(R"(^\s*28\s+\d\d:\d\d\s+EOC-2\s+67\s+PLANNING\s)",
+                                               QRegularExpression::MultilineOption)));
+
+  // A picture of the page for the documentation, when asked for.
+  const QByteArray keep = qgetenv("VELNOR_KEEP_LOG");
+  if (!keep.isEmpty()) testing::WriteFile(keep.toStdString(), testing::ReadFile(pdf));
+}
+
+// The dialog starts on the last twelve hours (the shift, here), and each way out writes
+// what its preview shows.
+TEST_F(CommLogStore, DialogDefaultsPreviewOutputsAndMemory) {
+  Settings settings;
+  settings.LoginName = kStation;
+  settings.IcdName = "Cedar River Flood";
+  FixedClock clock(At(18, 0));
+  QSettings memory(QString::fromStdString(dir.file("memory.conf")), QSettings::IniFormat);
+  testing::ScriptedDialogs dialogs;
+  test::FakePrinters printers;
+  printers.dialog = [](test::FakePrinters&) { return true; };
+  const auto saveName = [&](const QString&, const QString&, const QString&) {
+    return QString::fromStdString(dir.file("out"));  // the extension is added
+  };
+  const auto open = [&] {
+    return std::make_unique<CommLogDialog>(
+        nullptr, CommLogDeps{dir.path(), log, settings, clock, printers, dialogs, memory, "1.0.0", saveName});
+  };
+  auto d = open();
+  const auto edit = [&](const char* name) { return d->findChild<QLineEdit*>(name); };
+  const auto click = [&](const char* name) { d->findChild<QPushButton*>(name)->click(); };
+  const auto count = [&] { return d->findChild<QLabel*>("lblCount")->text().toStdString(); };
+
+  EXPECT_EQ(edit("txtIncident")->text(), "Cedar River Flood");
+  EXPECT_EQ(edit("txtCallSign")->text(), "EOC-2");
+  EXPECT_EQ(edit("txtPreparedBy")->text(), "EOC-2");
+  EXPECT_EQ(count(), "9 lines in the period, on 1 page");
+  d->findChild<QCheckBox*>("chkUnsent")->setChecked(true);
+  EXPECT_EQ(count(), "13 lines in the period, on 1 page");
+
+  edit("txtNet")->setText("County Command Net");
+  click("cmdExportCsv");
+  EXPECT_EQ(testing::ReadFile(dir.file("out.csv")), testing::ReadFile(VELNOR_LOG309_GOLDEN));
+  click("cmdSavePdf");
+  EXPECT_EQ(testing::ReadFile(dir.file("out.pdf")).substr(0, 5), "%PDF-");
+  click("cmdPrint");
+  EXPECT_NE(std::find(printers.ops.begin(), printers.ops.end(), "text County Command Net"),
+            printers.ops.end());
+
+  // A picture for the documentation, when asked for (scripts/screenshots).
+  if (const char* shots = std::getenv("VELNOR_SHOTS_DIR"); shots && *shots) {
+    d->show();
+    QApplication::processEvents();
+    EXPECT_TRUE(d->grab().save(QString::fromLocal8Bit(shots) + "/ics309-dialog.png"));
+  }
+
+  // Closed, the texts stay for the next time, but a new incident name in the settings wins
+  // over the one remembered.
+  d->reject();
+  settings.IcdName = "Harbor Fire";
+  d = open();
+  EXPECT_EQ(edit("txtIncident")->text(), "Harbor Fire");
+  EXPECT_EQ(edit("txtNet")->text(), "County Command Net");
 }
 
 }  // namespace
 }  // namespace velnor
+
+int main(int argc, char** argv) {
+  QApplication app(argc, argv);  // offscreen, set by the test environment
+  ::testing::InitGoogleTest(&argc, argv);
+  return RUN_ALL_TESTS();
+}

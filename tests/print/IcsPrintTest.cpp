@@ -1,3 +1,4 @@
+// The ICS 213 page as drawing calls, and the print command around it.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -8,6 +9,7 @@
 #include <vector>
 
 #include "print/IcsPrint.h"
+#include "print/PrintCommand.h"
 #include "tests/print/RecordingSurface.h"
 
 namespace velnor {
@@ -15,44 +17,24 @@ namespace {
 
 using test::FakePrinters;
 
-struct Texts {
-  std::string To = "Planning Section Chief", ToPos = "PSC", Fr = "Net Control", FrPos = "Radio Operator",
-              Subj = "Shelter count", Date = "03/14/2024 09:30",
-              Msg = "Shelter at Lincoln School has 42 occupants.", Sign = "J. Rivera",
-              SignPos = "Shelter Manager", IcdName = "River Flood", Reply = "Acknowledged.",
-              RepSign = "K. Osei", RepPos = "PSC", RepDate = "03/14/2024 09:45";
-};
+// clang-format off
+const FormTexts kTexts{{"Planning Section Chief", "PSC", "Net Control", "Radio Operator", "Shelter count",
+                        "03/14/2024 09:30", "Shelter at Lincoln School has 42 occupants.", "J. Rivera",
+                        "Shelter Manager", "River Flood", "Acknowledged.", "K. Osei", "PSC", "03/14/2024 09:45"}};
+// clang-format on
 
-std::vector<std::string> Draw(const Texts& t, long failAt = -1) {
+std::vector<std::string> Draw(const FormTexts& t, long failAt = -1) {
   FakePrinters printers;
   printers.failAt = failAt;
-  IcsPrint(printers, "1.0.0")
-      .PrintIcs(t.To, t.ToPos, t.Fr, t.FrPos, t.Subj, t.Date, t.Msg, t.Sign, t.SignPos, t.IcdName, t.Reply,
-                t.RepSign, t.RepPos, t.RepDate);
+  IcsPrint(printers, "1.0.0").PrintIcs(t);
   return printers.ops;
-}
-
-// The printed lines of the body that starts at (13, y): every line is placed at x 13.
-std::vector<std::string> BodyLines(const std::vector<std::string>& ops, int y) {
-  std::vector<std::string> lines;
-  const std::string start = "pos 13 " + std::to_string(y);
-  std::size_t i = 0;
-  while (i < ops.size() && ops[i] != start) ++i;
-  EXPECT_LT(i, ops.size()) << "no body at y " << y;
-  EXPECT_EQ(ops[i - 1], "font Courier New 10");
-  for (++i; i + 1 < ops.size() && ops[i] == "x 13"; i += 2) {
-    EXPECT_EQ(ops[i + 1].rfind("text ", 0), 0u);
-    lines.push_back(ops[i + 1].substr(5));
-  }
-  EXPECT_EQ(ops[i].rfind("font Arial", 0), 0u) << "body not followed by the next caption";
-  return lines;
 }
 
 // The whole page, one drawn text a line (its font, position and text), each frame line on
 // its own (VELNOR_WRITE_GOLDEN=<file> writes the file anew).
 TEST(IcsPrintLayout, PagesAreTheGoldenDrawings) {
   std::string page;
-  for (const std::string& op : Draw({})) {
+  for (const std::string& op : Draw(kTexts)) {
     const bool joined = op.rfind("pos ", 0) == 0 || op.rfind("x ", 0) == 0 || op.rfind("text ", 0) == 0;
     page += (page.empty() ? "" : joined ? " | " : "\n") + op;
   }
@@ -62,86 +44,89 @@ TEST(IcsPrintLayout, PagesAreTheGoldenDrawings) {
   EXPECT_EQ(page, std::string(std::istreambuf_iterator<char>(golden), {}));
 }
 
-// A reply without a signature leaves its date and signature row off; a missing position or
-// date leaves its part of the row empty.
-TEST(IcsPrintLayout, ReplyRowOnlyUnderASignature) {
-  std::vector<std::string> want = Draw({});
-  Texts t;
-  t.RepPos = t.RepDate = "";
-  std::replace(want.begin(), want.end(), std::string("text K. Osei, PSC"), std::string("text K. Osei, "));
-  std::replace(want.begin(), want.end(), std::string("text 03/14/2024 09:45"), std::string("text "));
-  EXPECT_EQ(Draw(t), want);
-  t = {};
-  t.RepSign = "";
-  want = Draw({});
-  want.erase(want.end() - 10, want.end() - 4);
-  EXPECT_EQ(Draw(t), want);
-}
-
 std::string Rep(char c, std::size_t n) { return std::string(n, c); }
 
-// Words of nine letters between single blanks: eight make 79 characters, 80 with a blank after.
-std::string Words(std::size_t n) {
-  std::string s;
-  for (std::size_t i = 0; i < n; ++i) s += (i ? " " : "") + Rep(static_cast<char>('w' + i % 3), 9);
-  return s;
-}
-
 TEST(IcsPrintBody, WrapsAt80Characters) {
-  const std::string k80 = Words(8) + " ", kLong = Rep('X', 100);
-  std::vector<std::string> forty;  // short lines, every one printed
-  for (int i = 1; i <= 40; ++i) forty.push_back("line " + std::to_string(i));
-  std::string fortyText = forty[0];
-  for (std::size_t i = 1; i < forty.size(); ++i) fortyText += "\r\n" + forty[i];
+  // Two words of 39 letters, each with its blank: 80 characters.
+  const std::string k80 = Rep('a', 39) + " " + Rep('b', 39) + " ", kLong = Rep('X', 100);
   const struct {
     const char* name;
     std::string body;
     std::vector<std::string> lines;
   } rows[] = {
-      {"Empty", "", {""}},
       {"Exactly80KeepsBlanks", "  a" + Rep(' ', 10) + Rep('b', 67), {"  a" + Rep(' ', 10) + Rep('b', 67)}},
-      {"Exactly80TrailingBlank", k80, {k80}},
       {"Over81TrailingBlanksOnly", k80 + " ", {k80}},
       {"Over80BlanksOnlyStaysAnEmptyLine", Rep(' ', 81) + "\r\nb", {"", "b"}},
-      {"Over81WrapsAtWord", Words(8) + " ab", {k80, "ab "}},
       {"WordFillsTo80ThenBlank",
        Rep('a', 39) + " " + Rep('b', 40) + " c",
        {Rep('a', 39) + " " + Rep('b', 40) + " ", "c "}},
       {"LongWordAloneNoEmptyLineBefore", kLong, {kLong + " "}},
-      {"LongWordAfterShortWord", "ab " + kLong + " cd", {"ab ", kLong + " ", "cd "}},
-      {"RunsOfBlanksCollapsed", "one" + Rep(' ', 50) + "two" + Rep(' ', 30) + "three", {"one two three "}},
-      {"LeadingBlanksLostWhenWrapped", Rep(' ', 20) + Words(7), {Words(7) + " "}},
+      {"LongWordBetweenBlankRuns", "ab  " + kLong + Rep(' ', 50) + "cd", {"ab ", kLong + " ", "cd "}},
       {"CrLfOrCrEndLinesLfIsDropped", "first\r\nsecond\rthird\nfourth", {"first", "second", "thirdfourth"}},
-      {"EmptyLinesKept", "a\r\n\r\nb\r\n", {"a", "", "b", ""}},
-      {"EndsInCr", "a\r", {"a", ""}},
-      {"LongLineThenShort", Words(9) + "\r\nend", {k80, Words(9).substr(80) + " ", "end"}},
-      {"FortyLinesAllPrinted", fortyText, forty},
+      {"EmptyLinesKeptAndEndsInCr", "a\r\n\r\nb\r", {"a", "", "b", ""}},
   };
   for (const auto& r : rows) {
     SCOPED_TRACE(r.name);
-    Texts t;
-    t.Msg = r.body;
-    EXPECT_EQ(BodyLines(Draw(t), 69), r.lines);
+    FormTexts t = kTexts;
+    t[Field::Message] = r.body;
+    // The message's lines, each placed at x 13 under the first.
+    const std::vector<std::string> ops = Draw(t);
+    std::vector<std::string> lines;
+    auto i = std::find(ops.begin(), ops.end(), "pos 13 69");
+    ASSERT_NE(i, ops.end());
+    for (++i; *i == "x 13"; i += 2) lines.push_back(i[1].substr(5));
+    EXPECT_EQ(lines, r.lines);
   }
 }
 
-TEST(IcsPrintBody, ReplyWrapsLikeMessage) {
-  Texts t;
-  t.Reply = "a\r" + Rep(' ', 3) + Words(9);
-  EXPECT_EQ(BodyLines(Draw(t), 168),
-            (std::vector<std::string>{"a", Words(8) + " ", Words(9).substr(80) + " "}));
-}
-
+// Half a page is still worth sending: drawing stops at the first failure, and the page is
+// ended all the same.
 TEST(IcsPrintFailure, FirstSurfaceFailureStopsDrawingButPageIsEnded) {
-  const Texts t;
-  std::vector<std::string> full = Draw(t);
-  ASSERT_EQ(full.back(), "end");
-  full.pop_back();
-  for (std::size_t n = 0; n < full.size(); ++n) {
+  const std::vector<std::string> full = Draw(kTexts);  // the golden's, "end" last
+  for (std::size_t n = 0; n + 1 < full.size(); ++n) {
     std::vector<std::string> want(full.begin(), full.begin() + static_cast<long>(n));
     want.push_back("end");
-    ASSERT_EQ(Draw(t, static_cast<long>(n)), want) << "failure at call " << n;
+    ASSERT_EQ(Draw(kTexts, static_cast<long>(n)), want) << "failure at call " << n;
   }
+}
+
+// The dialog's choice is for this page only: the printer in use before comes back, by its
+// exact name, with its own settings.
+TEST(PrintCommand, PrintsAsTypedOnTheChosenPrinterThenPutsThePreviousOneBack) {
+  FakePrinters printers;
+  printers.installed = {{"Office Laser", kOrientationLandscape, 2}, {"Radio Room"}, {"office laser"}};
+  IcsPrint form(printers, "1.0.0");
+  FormTexts fields;
+  std::vector<std::string> statuses;
+  const auto print = [&] {
+    PrintMessage(
+        7, {form, printers, [&](const std::string& s) { statuses.push_back(s); }, [&] { return fields; }});
+  };
+  print();  // the fake's dialog cancels unless told otherwise
+  EXPECT_EQ(printers.dialogFlags, std::vector<std::uint32_t>{kPrintDialogFlags});
+  EXPECT_EQ(printers.surfacesOpened, 0);
+
+  printers.dialog = [&](FakePrinters& p) {
+    p.SetOrientation(kOrientationPortrait);
+    p.SetCopies(5);
+    p.MakeCurrent(1);
+    fields[Field::To] = "Edited, not saved";  // the texts are read after the dialog
+    return true;
+  };
+  print();
+  EXPECT_EQ(statuses, (std::vector<std::string>{"Printing message to Radio Room",
+                                                "Printing message to Radio Room... sent to the printer"}));
+  EXPECT_NE(std::find(printers.ops.begin(), printers.ops.end(), "text Edited, not saved"),
+            printers.ops.end());
+  EXPECT_EQ(printers.current, 0u);
+  EXPECT_EQ(printers.Orientation(), kOrientationLandscape);
+  EXPECT_EQ(printers.Copies(), 2);
+
+  // A job that fails says so and leaves the chosen printer current.
+  printers.failEnd = true;
+  print();
+  EXPECT_EQ(statuses.at(3).rfind("Printing message to Radio Room... failed", 0), 0u) << statuses[3];
+  EXPECT_EQ(printers.CurrentDeviceName(), "Radio Room");
 }
 
 }  // namespace

@@ -1,9 +1,20 @@
+// The settings dialog: its checks and conversions on their own, then the real dialog
+// driven offscreen through QTest, every message box and the file dialog answered by a script.
 #include <gtest/gtest.h>
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QLabel>
+#include <QLineEdit>
+#include <QTabWidget>
+#include <QTest>
+#include <QTimer>
 
 #include "core/Clock.h"
 #include "core/DateTime.h"
 #include "platform/Sound.h"
 #include "settings_ui/CheckSettings.h"
+#include "settings_ui/qt/frmProperties.h"
 #include "tests/support/ScriptedDialogs.h"
 
 namespace velnor {
@@ -15,29 +26,25 @@ const FixedClock kClock(ToOleDate({2026, 11, 19, 14, 5, 9}));  // 19 November 20
 const char* const kDateMsg = "Invalid date format.  See hint on form";
 const char* const kTimeMsg = "Invalid time format.  See Hint on form";
 
-// One run of the check on the default settings' state, with the messages it must show.
+// One run of the check on the default settings' state; any message unexpected fails it.
 struct Trial {
   PropertiesState st = LoadProperties(Settings{});
   Settings s;
   ScriptedDialogs dialogs;
-  bool check(std::initializer_list<const char*> messages = {}) {
-    for (const char* m : messages) dialogs.expectMessage(m);
-    return CheckSettings(st, s, dialogs, kClock);
-  }
+  bool check() { return CheckSettings(st, s, dialogs, kClock); }
 };
 
+// Each format takes only its own letters and separators, in either case: h is a time letter.
 TEST(CheckSettings, FormatsAcceptOnlyTheAllowedCharacters) {
   const struct {
     const char* format;
     bool isDate, passes;
   } rows[] = {
-      {"dd-mmm-yyyy", true, true}, {"mm/dd/yy", true, true},   {"DD-MMM-YYYY", true, true},
-      {"MM/DD/YY", true, true},    {"d. m. yyyy", true, true}, {"yyyy,mm:dd", true, true},
-      {"yyyy_mm", true, false},    {"dd-mm-yy?", true, false}, {"hh:mm", true, false},  // h is a time letter
-      {"mm\tdd", true, false},     {"dd\xe9mm", true, false},  {"HH:mm:ss", false, true},
-      {"hh:mm", false, true},      {"hh.mm", false, true},     {"ttttt", false, true},
-      {"h-m,s", false, true},      {"hh:mm AM", false, false}, {"hh/mm", false, false},
-      {"dd", false, false},        {"hh:mm\x01", false, false},
+      {"dd-mmm-yyyy", true, true}, {"MM/DD/YY", true, true},   {"d. m. yyyy,:", true, true},
+      {"yyyy_mm", true, false},    {"dd-mm-yy?", true, false}, {"hh:mm", true, false},
+      {"dd\xe9mm", true, false},   {"HH:mm:ss", false, true},  {"tt:h-m,s.", false, true},
+      {"hh:mm AM", false, false},  {"hh/mm", false, false},    {"dd", false, false},
+      {"hh:mm\x01", false, false},
   };
   for (const auto& r : rows) {
     SCOPED_TRACE(std::string(r.isDate ? "date " : "time ") + r.format);
@@ -46,43 +53,21 @@ TEST(CheckSettings, FormatsAcceptOnlyTheAllowedCharacters) {
     run.st.txtFormat[i] = r.format;
     run.st.lblHint = "old hint";
     if (!r.passes) run.dialogs.expectMessage(r.isDate ? kDateMsg : kTimeMsg);
-    EXPECT_EQ(run.check(), r.passes);  // a passing check asks nothing: the script fails on any message
+    EXPECT_EQ(run.check(), r.passes);
     EXPECT_EQ(run.st.formatYellow[i], !r.passes);
-    if (r.passes) EXPECT_EQ(run.st.lblHint, "");
-    if (!r.passes) {
-      EXPECT_EQ(run.st.currentTab, kTabFormatting);
-      EXPECT_EQ(run.st.focus, r.isDate ? PropertiesFocus::DateFormat : PropertiesFocus::TimeFormat);
-    }
+    EXPECT_EQ(run.st.lblHint.empty(), r.passes);
+    EXPECT_EQ(run.st.currentTab, kTabFormatting);
+    const PropertiesFocus focus = r.isDate ? PropertiesFocus::DateFormat : PropertiesFocus::TimeFormat;
+    EXPECT_EQ(run.st.focus, r.passes ? PropertiesFocus::Unchanged : focus);
   }
-}
-
-TEST(FormatChars, ExactlyTheNineDateAndEightTimeCharactersPass) {
-  int date = 0, time = 0;
-  for (int c = 1; c < 256; ++c) {
-    date += IsDateFormatChar(static_cast<char>(c)) ? 1 : 0;
-    time += IsTimeFormatChar(static_cast<char>(c)) ? 1 : 0;
-  }
-  EXPECT_EQ(date, 9 + 3);  // each letter counts twice: capital and lower case
-  EXPECT_EQ(time, 8 + 4);
-  EXPECT_FALSE(IsDateFormatChar('\0'));
-}
-
-TEST(CheckSettings, BothFormatsEmptyAskDateFirstAndLeaveTheTimeHint) {
-  Trial run;
-  run.st.txtFormat[0].clear();
-  run.st.txtFormat[1].clear();
-  EXPECT_FALSE(run.check({"Invalid date format", "Invalid time format"}));
-  EXPECT_EQ(run.st.txtFormat[0], "?");
-  EXPECT_EQ(run.st.focus, PropertiesFocus::TimeFormat);
-  EXPECT_EQ(run.st.lblHint, TimeFormatHint(kClock.now()));
 }
 
 TEST(CheckSettings, IntervalIsAWholeNumberFrom30To32767) {
   const struct {
     const char* text;
     short stored;  // 0: refused
-  } rows[] = {{"29", 0},    {"30", 30},  {"31", 31}, {"32767", 32767}, {"32768", 0},  {"40000", 0},
-              {"45abc", 0}, {" 45 ", 45}, {"", 0},   {"abc", 0},       {"-60", 0},    {"4.5e1", 0}};
+  } rows[] = {{"29", 0},    {"30", 30},   {"32767", 32767}, {"32768", 0},
+              {"45abc", 0}, {" 45 ", 45}, {"", 0},          {"-60", 0}};
   for (const auto& r : rows) {
     SCOPED_TRACE(std::string("\"") + r.text + "\"");
     const bool passes = r.stored != 0;
@@ -92,32 +77,9 @@ TEST(CheckSettings, IntervalIsAWholeNumberFrom30To32767) {
     EXPECT_EQ(run.st.serverYellow[3], !passes);
     EXPECT_EQ(run.st.currentTab, passes ? kTabFormatting : kTabRemoteAccess);
     for (int i = 0; i < 3; ++i) EXPECT_FALSE(run.st.serverYellow[i]);
-    if (passes) {
-      StoreProperties(run.st, run.s);
-      EXPECT_EQ(run.s.SRTime, r.stored);
-    }
+    StoreProperties(run.st, run.s);
+    EXPECT_EQ(run.s.SRTime, passes ? r.stored : 60);  // a refused one keeps the old
   }
-}
-
-// The values with nothing to check are stored whatever the verdict.
-TEST(CheckSettings, EveryEmptyServerBoxIsMarkedAndNoMessageAppears) {
-  Trial run;
-  for (auto& t : run.st.txtServer) t.clear();
-  run.st.chkPlayOnArrival = true;
-  run.st.soundPath = "/s/a.wav";
-  run.st.txtDefualtToRoute = "OPS";
-  run.st.browseChoice = 1;
-  run.s.KEEPLOCAL = 1;
-  EXPECT_FALSE(run.check());
-  for (bool y : run.st.serverYellow) EXPECT_TRUE(y);
-  EXPECT_EQ(run.st.currentTab, kTabRemoteAccess);
-  EXPECT_EQ(run.st.focus, PropertiesFocus::Unchanged);
-  Settings want;
-  want.POA = 1;
-  want.POAFile = "/s/a.wav";
-  want.DEFDEST = "OPS";
-  want.STARTBROWSE = 1;
-  EXPECT_EQ(SettingsFileText(run.s), SettingsFileText(want));
 }
 
 TEST(Hints, ExamplesComeFromTheClockInTheNamedPatterns) {
@@ -129,38 +91,32 @@ TEST(Hints, ExamplesComeFromTheClockInTheNamedPatterns) {
             "HH:mm:ss = 14:05:09\r\nhh:mm = 14:05");
 }
 
+// Values from a hand-edited file: browsing starts at the end from 1 up, the sound plays at
+// 1 only, and anything but 0 keeps messages local.
 TEST(LoadProperties, OutOfRangeValuesFromAHandEditedFile) {
-  const struct {
-    short startBrowse, poa, keepLocal;
-    int choice;
-    bool play, keep;
-  } rows[] = {{0, 0, 0, 0, false, false}, {1, 1, 1, 1, true, true}, {5, 2, 2, 1, false, true}, {-3, -1, -1, 0, false, true}};
-  for (const auto& r : rows) {
-    SCOPED_TRACE(r.startBrowse);
+  for (const short v : {0, 1, 5, -3}) {
+    SCOPED_TRACE(v);
     Settings s;
-    s.STARTBROWSE = r.startBrowse;
-    s.POA = r.poa;
-    s.KEEPLOCAL = r.keepLocal;
+    s.STARTBROWSE = s.POA = s.KEEPLOCAL = v;
     const PropertiesState st = LoadProperties(s);
-    EXPECT_EQ(st.browseChoice, r.choice);
-    EXPECT_EQ(st.chkPlayOnArrival, r.play);
-    EXPECT_EQ(st.chkKeepLocal, r.keep);
+    EXPECT_EQ(st.browseChoice, v >= 1 ? 1 : 0);
+    EXPECT_EQ(st.chkPlayOnArrival, v == 1);
+    EXPECT_EQ(st.chkKeepLocal, v != 0);
   }
 }
 
 // Each value to its own box and back: defaults lose their outer blanks, formats are stored
 // as typed, server texts as held.
 TEST(StoreProperties, EveryBoxBackToItsOwnValue) {
-  Settings s;
-  s.DefTo = " To ";
-  s.DefToPos = "ToPos";
-  s.DefFr = "Fr";
-  s.DefFrPos = "FrPos";
-  s.IcdName = "Fire";
-  s.HostName = "10.0.0.2 ";
-  s.Port = "9000";
-  s.TimeOut = "7000";
-  s.SRTime = 120;
+  Settings s{.IcdName = "Fire",
+             .DefTo = " To ",
+             .DefToPos = "ToPos",
+             .DefFr = "Fr",
+             .DefFrPos = "FrPos",
+             .SRTime = 120,
+             .HostName = "10.0.0.2 ",
+             .Port = "9000",
+             .TimeOut = "7000"};
   PropertiesState st = LoadProperties(s);
   EXPECT_EQ(st.txtDefaults[0], "To");
   st.txtFormat[0] = "dd mm yy ";
@@ -172,34 +128,19 @@ TEST(StoreProperties, EveryBoxBackToItsOwnValue) {
   EXPECT_EQ(SettingsFileText(back), SettingsFileText(s));
 }
 
-TEST(LinkTest, UsesTypedHostAndPortThenRestoresThem) {
-  const struct {
-    const char *keptPort, *restoredPort;
-    bool result;
-  } rows[] = {{"9334", "9334", true}, {" 9334", "9334", false}, {"abc", "abc", true}};
-  for (const auto& r : rows) {
-    SCOPED_TRACE(r.keptPort);
-    Settings s;
-    s.HostName = "127.0.0.1";
-    s.Port = r.keptPort;
-    std::string seen;
-    int cleared = 0;
-    ScriptedDialogs dialogs;
-    dialogs.expectMessage(r.result ? "Link Test to Pmdirect passed"
-                                   : "Link Test to Pmdirect failed.  Check the following:\r\n"
-                                     "1. Confirm the Host Name and Port Number match Pmdirect\r\n"
-                                     "2. Confirm that Pmdirect is running");
-    const auto test = [&](const std::string& text) {
-      seen = s.HostName + ":" + s.Port + " " + text;
-      return r.result;
-    };
-    EXPECT_EQ(RunLinkTest(s, "radio-pc", "9400", test, dialogs, [&] { ++cleared; }), r.result);
-    EXPECT_EQ(seen, "radio-pc:9400 <test>This is the ICS-213 test startup msg</test>");
-    EXPECT_EQ(s.HostName, "127.0.0.1");
-    EXPECT_EQ(s.Port, r.restoredPort);
-    EXPECT_EQ(cleared, r.result ? 1 : 0);
-    EXPECT_EQ(dialogs.shown.at(0).icon, r.result ? MsgIcon::None : MsgIcon::Exclamation);
-  }
+// The kept host and port come back before the message, the port as a number. What the test
+// is run on, and the passing run, are the dialog test's.
+TEST(LinkTest, FailureSaysWhatToCheckAndRestoresHostAndPort) {
+  Settings s;  // host 127.0.0.1
+  s.Port = " 9334";
+  ScriptedDialogs dialogs;
+  dialogs.expectMessage(
+      "Link Test to Pmdirect failed.  Check the following:\r\n"
+      "1. Confirm the Host Name and Port Number match Pmdirect\r\n2. Confirm that Pmdirect is running");
+  const auto fails = [](const std::string&) { return false; };
+  EXPECT_FALSE(RunLinkTest(s, "radio-pc", "9400", fails, dialogs, [] { ADD_FAILURE() << "status cleared"; }));
+  EXPECT_EQ(s.HostName, "127.0.0.1");
+  EXPECT_EQ(s.Port, "9334");
 }
 
 TEST(SoundTest, FailureBeepsAndSaysSo) {
@@ -218,21 +159,162 @@ TEST(SoundTest, FailureBeepsAndSaysSo) {
   EXPECT_EQ(sound.played, 2);
 }
 
-// Beside the current file, or in the data directory with no name; a cancel keeps the file.
-TEST(SoundTest, AskForWaveFile) {
-  ScriptedDialogs dialogs;
-  dialogs.expectFile("Select .wav file name", "").expectFile("Select .wav file name", "/home/op/siren.wav");
-  EXPECT_EQ(AskForWaveFile("/snd/bell.wav", "/data", dialogs), "/snd/bell.wav");
-  const FileDialogRequest& asked = dialogs.lastFileRequest;
-  EXPECT_EQ(asked.initialDir, "/snd");
-  EXPECT_EQ(asked.fileName, "bell.wav");
+// Scripted answers; onMessage looks at the dialog as the operator sees it when a box appears.
+struct WatchedDialogs : ScriptedDialogs {
+  MsgAnswer messageBox(const std::string& text, const std::string& caption, MsgButtons buttons,
+                       MsgIcon icon) override {
+    if (onMessage) onMessage();
+    return ScriptedDialogs::messageBox(text, caption, buttons, icon);
+  }
+  std::function<void()> onMessage;
+};
+
+class PropertiesDialog : public ::testing::Test {
+ protected:
+  PropertiesHooks hooks() {
+    return {.dialogs = &dialogs,
+            .clock = &kClock,
+            .pmdirectTest =
+                [this](const std::string& text) {
+                  linkTests.push_back(settings.HostName + ":" + settings.Port + " " + text);
+                  return true;
+                },
+            .clearStatus = [this] { ++statusCleared; },
+            .dataPath = "/data"};
+  }
+
+  // A dialog shown non-modally, so the test can drive it between events.
+  void open() {
+    dlg = std::make_unique<frmProperties>(nullptr, settings, hooks());
+    dlg->show();
+    dlg->activateWindow();
+    EXPECT_TRUE(QTest::qWaitForWindowExposed(dlg.get()));
+  }
+  template <class T = QLineEdit>
+  T* find(const char* name) {
+    T* w = dlg->findChild<T*>(QLatin1String(name));
+    EXPECT_NE(w, nullptr) << name;
+    return w;
+  }
+  void retype(const char* name, const QString& text, int tab = -1) {
+    if (tab >= 0) goToTab(tab);
+    QLineEdit* b = find(name);
+    b->setFocus();
+    b->selectAll();
+    QTest::keyClicks(b, text);
+    if (text.isEmpty()) QTest::keyClick(b, Qt::Key_Delete);  // nothing typed: clears the selection
+  }
+  void goToTab(int tab) { find<QTabWidget>("SSTab1")->setCurrentIndex(tab); }
+  void click(const char* name) { find<QAbstractButton>(name)->click(); }
+  bool yellow(const char* name) {
+    return find(name)->palette().color(QPalette::Base) == frmProperties::faultColor();
+  }
+
+  Settings settings;
+  WatchedDialogs dialogs;
+  std::vector<std::string> linkTests;  // "host:port text" of each call
+  int statusCleared = 0;
+  std::unique_ptr<frmProperties> dlg;
+};
+
+// Cancel stores nothing. OK stores what the controls show; the wave file and the link test
+// act on the form's texts.
+TEST_F(PropertiesDialog, CancelChangesNoSettingAndOkStoresWhatTheControlsShow) {
+  const std::string before = SettingsFileText(settings);
+  QTimer::singleShot(0, [] {
+    QWidget* d = QApplication::activeModalWidget();
+    ASSERT_NE(d, nullptr);
+    d->findChild<QLineEdit*>(QStringLiteral("txtServer_0"))->setText(QStringLiteral("elsewhere"));
+    d->findChild<QAbstractButton*>(QStringLiteral("cmdCancel"))->click();
+  });
+  EXPECT_FALSE(ShowProperties(nullptr, settings, hooks()));
+  EXPECT_EQ(SettingsFileText(settings), before);
+
+  settings.IcdName = " Caf\xe9 Fire";  // station text, Windows-1252 e acute
+  settings.POAFile = "/snd/bell.wav";
+  open();
+  EXPECT_EQ(find("txtDefaults_4")->text(), QString::fromUtf8("Caf\xc3\xa9 Fire"));
+  goToTab(kTabReceiving);
+  click("chkPlayOnArrival");
+  dialogs.expectFile("Select .wav file name", "/snd/horn.wav");
+  click("cmdBrowse");
+  const FileDialogRequest& asked = dialogs.lastFileRequest;  // beside the current file
+  EXPECT_EQ(asked.initialDir + " " + asked.fileName + " " + asked.defaultExt, "/snd bell.wav wav");
   EXPECT_EQ(asked.filter, "Wave files (*.wav)|*.wav|All Files (*.*)|*.*|");
   EXPECT_EQ(asked.filterIndex, 1);
-  EXPECT_EQ(asked.defaultExt, "wav");
-  EXPECT_EQ(AskForWaveFile("", "/data", dialogs), "/home/op/siren.wav");
-  EXPECT_EQ(asked.initialDir, "/data");
-  EXPECT_EQ(asked.fileName, "");
+  EXPECT_EQ(find("txtPlayOnArrival")->text(), QStringLiteral("horn.wav"));
+  retype("txtServer_0", QStringLiteral("radio-pc"), kTabRemoteAccess);
+  retype("txtServer_1", QStringLiteral("9400"));
+  retype("txtServer_3", QStringLiteral("30"));
+  dialogs.expectMessage("Link Test to Pmdirect passed");
+  click("cmdTest");
+  EXPECT_EQ(linkTests,
+            std::vector<std::string>{"radio-pc:9400 <test>This is the ICS-213 test startup msg</test>"});
+  EXPECT_EQ(statusCleared, 1);
+  EXPECT_EQ(settings.HostName, "127.0.0.1");
+  // Shown and stored in capitals; µ has no capital the station can carry.
+  retype("txtDefualtToRoute", QStringLiteral("icp-2b"), kTabRoutes);
+  QLineEdit* route = find("txtDefualtToRoute");
+  QTest::sendKeyEvent(QTest::Click, route, Qt::Key_Eacute, QString::fromUtf8("\xc3\xa9"), {});
+  QTest::sendKeyEvent(QTest::Click, route, Qt::Key_mu, QString::fromUtf8("\xc2\xb5"), {});
+  EXPECT_EQ(route->text(), QString::fromUtf8("ICP-2B\xc3\x89\xc2\xb5"));
+  click("chkKeepLocal");
+  goToTab(kTabOther);
+  click("optBrowse_1");
+  click("cmdOK");
+  EXPECT_EQ(dlg->result(), QDialog::Accepted);
+  EXPECT_EQ(settings.POA, 1);
+  EXPECT_EQ(settings.POAFile, "/snd/horn.wav");
+  EXPECT_EQ(settings.HostName, "radio-pc");
+  EXPECT_EQ(settings.SRTime, 30);
+  EXPECT_EQ(settings.IcdName, "Caf\xe9 Fire");
+  EXPECT_EQ(settings.DEFDEST, "ICP-2B\xc9\xb5");
+  EXPECT_EQ(settings.KEEPLOCAL, 1);
+  EXPECT_EQ(settings.STARTBROWSE, 1);
+}
+
+// Each format message comes with its fault on the form; the marks stay until the text changes.
+TEST_F(PropertiesDialog, FaultsAreShownBeforeTheirMessageAndTypingClearsTheMark) {
+  settings.KEEPLOCAL = 1;
+  open();
+  retype("txtServer_0", QString(), kTabRemoteAccess);
+  retype("txtServer_3", QStringLiteral("45abc"));
+  retype("txtFormat_0", QStringLiteral("yyyy_mm"), kTabFormatting);
+  retype("txtFormat_1", QString());
+  goToTab(kTabRoutes);
+  click("chkKeepLocal");  // off: kept whatever the verdict, as it has nothing to check
+  dialogs.expectMessage(kDateMsg).expectMessage(kTimeMsg);
+  dialogs.onMessage = [this] {
+    const bool date = dialogs.shown.empty();
+    EXPECT_EQ(find<QTabWidget>("SSTab1")->currentIndex(), kTabFormatting);
+    EXPECT_EQ(QApplication::focusWidget(), find(date ? "txtFormat_0" : "txtFormat_1"));
+    const QString hint = find<QLabel>("lblHint")->text();
+    EXPECT_TRUE(hint.contains(date ? "dd-mmm-yyyy = 19-Nov-2026" : "hh:mm = 14:05")) << hint.toStdString();
+    EXPECT_EQ(find("txtFormat_1")->text(), QStringLiteral("?"));
+    for (const char* b : {"txtServer_0", "txtServer_3", "txtFormat_0", "txtFormat_1"})
+      EXPECT_TRUE(yellow(b)) << b;
+    EXPECT_FALSE(yellow("txtServer_1"));
+  };
+  click("cmdOK");
+  EXPECT_TRUE(dlg->isVisible());
+  EXPECT_EQ(settings.SRTime, 60);
+  EXPECT_EQ(settings.KEEPLOCAL, 0);
+  goToTab(kTabRemoteAccess);
+  for (const Qt::Key key : {Qt::Key_End, Qt::Key_Left, Qt::Key_Shift, Qt::Key_Tab})
+    QTest::keyClick(find("txtServer_3"), key);
+  EXPECT_TRUE(yellow("txtServer_3"));
+  QTest::keyClick(find("txtServer_3"), Qt::Key_5);
+  EXPECT_FALSE(yellow("txtServer_3"));
+  goToTab(kTabFormatting);
+  QTest::keyClick(find("txtFormat_1"), Qt::Key_Backspace);
+  EXPECT_FALSE(yellow("txtFormat_1"));
 }
 
 }  // namespace
 }  // namespace velnor
+
+int main(int argc, char** argv) {
+  QApplication app(argc, argv);  // the dialogs need it for the whole run
+  ::testing::InitGoogleTest(&argc, argv);
+  return RUN_ALL_TESTS();
+}
