@@ -34,13 +34,5 @@ TYPED_TEST(ClockContract, NowNeverGoesBack) {
   EXPECT_LE(first, this->clock.now());
 }
 
-TEST(FixedClock, HoldsItsValueAndMovesOnlyWhenTold) {
-  FixedClock clock(46345.5871);
-  EXPECT_EQ(clock.now(), 46345.5871);
-  EXPECT_EQ(clock.now(), 46345.5871);
-  clock.value += 1.0 / 86400;
-  EXPECT_EQ(clock.now(), 46345.5871 + 1.0 / 86400);
-}
-
 }  // namespace
 }  // namespace velnor
