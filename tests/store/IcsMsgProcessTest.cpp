@@ -1,12 +1,11 @@
-// Several processes on one store: numbering under contention, a DeleteOne killed at any
-// point, a waiter whose store was replaced while it waited for the lock, and Load and
+// Several processes on one store: numbering under contention, a DeleteOne killed at each
+// step, a waiter whose store was replaced while it waited for the lock, and Load and
 // Update through the index while others change the file.
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/file.h>
 
 #include <functional>
-#include <random>
 
 #include "store/IcsMsg.h"
 #include "tests/store/StoreFiles.h"
@@ -81,20 +80,6 @@ TEST_F(KilledDeleteOne, AtEveryStep) {
   EXPECT_TRUE(isNew());
 }
 
-// Kills between the step hooks too; readers in other processes keep working on what is left.
-TEST_F(KilledDeleteOne, AtRandomInstants) {
-  std::mt19937 rng(213);  // fixed seed: the same instants every run
-  std::uniform_int_distribution<int> delay(0, 3000);
-  for (int round = 0; round < 30; ++round) {
-    const pid_t kid = startDelete();
-    ::usleep(static_cast<useconds_t>(delay(rng)));
-    ::kill(kid, SIGKILL);
-    WaitFor(kid);
-    isNew();
-    EXPECT_TRUE(IcsMsg(dir.path(), log).Load(kCount));
-  }
-}
-
 // /proc/locks lists a blocked flock waiter with "->".
 bool SomeoneWaitsOnALock() {
   std::ifstream locks("/proc/locks");
@@ -146,23 +131,12 @@ TEST_F(IcsMsgProcesses, IndexedLoadAndUpdateAnswerAsTheWalkWhateverChangedBetwee
               static_cast<ssize_t>(bytes.size()));
     ::close(fd);
   };
-  const auto velnor = [&](std::function<void(IcsMsg&)> op) {
-    ASSERT_EQ(WaitFor(Spawn([&] {
-                IcsMsg other(dir.path(), log);
-                op(other);
-              })),
-              0);
-  };
   // Our store before the change: 8, 2, 3, 4, 5, 6, after our own renumbering writes.
   const std::pair<std::string, std::function<void()>> cases[] = {
       {"nothing", [] {}},
-      {"appends", [&] { poke(8, MessageRecord(7)); }},
       {"appends a duplicate", [&] { poke(8, MessageRecord(2, "second two")); }},
-      {"rewrites an earlier record with a later number", [&] { poke(3, MessageRecord(4, "earlier four")); }},
       {"rewrites an indexed record with another number", [&] { poke(5, MessageRecord(9, "was four")); }},
       {"shrinks the store", [&] { ASSERT_EQ(::truncate(store().c_str(), 4 * kRecLen), 0); }},
-      {"a Velnor deletes a record", [&] { velnor([](IcsMsg& o) { o.DeleteOne(2); }); }},
-      {"an older copy is put back by hand", [&] { WriteFile(store(), StoreBytes(6, Range(1, 6))); }},
       {"a copy is renamed over it",
        [&] {
          WriteFile(dir.file("copy"), StoreBytes(8, {1, 8, 2, 3, 5}));
@@ -192,7 +166,6 @@ TEST_F(IcsMsgProcesses, IndexedLoadAndUpdateAnswerAsTheWalkWhateverChangedBetwee
           m.rec().setSubj("written");
           m.Update(probe);
           const std::string want = found ? std::string(bytes).replace(at, kRecLen, ImageOf(m.rec())) : bytes;
-          EXPECT_EQ(NumbersIn(ReadFile(store())), NumbersIn(want));
           EXPECT_TRUE(ReadFile(store()) == want);
           EXPECT_EQ(m.rec().Subj(), "written");  // the search did not disturb the current record
         } else {
