@@ -36,48 +36,32 @@ TEST_F(IcsMsgProcesses, ConcurrentNewMsgNeverSharesANumber) {
   EXPECT_EQ(NumbersIn(bytes), Range(1, kProcs * kEach));
 }
 
-class KilledDeleteOne : public StoreTest {
- protected:
-  // A child that runs DeleteOne on the old store, calling hook at each of its steps.
-  pid_t startDelete(std::function<void(int)> hook = nullptr) {
-    WriteFile(store(), oldBytes);
-    return Spawn([&] {
-      IcsMsg m(dir.path(), log);
-      if (hook) m.setStepHook(hook);
-      m.DeleteOne(kVictim);
-    });
-  }
-  // The store must be exactly the old or the new one; returns which.
-  bool isNew() {
-    const std::string now = ReadFile(store());
-    EXPECT_TRUE(now == oldBytes || now == newBytes) << "store of " << now.size() << " bytes";
-    return now == newBytes;
-  }
-  // Enough records for several chunks of the copy.
-  static constexpr std::int32_t kCount = 300, kVictim = 150;
-  const std::string oldBytes = StoreBytes(kCount, Range(1, kCount));
-  const std::string newBytes = HeaderRecord(kCount) + oldBytes.substr(kRecLen, (kVictim - 1) * kRecLen) +
-                               oldBytes.substr((kVictim + 1) * kRecLen);
-};
-
+// Killed at each of its steps, DeleteOne leaves the old store or the new one, never a mix, and
+// the next DeleteOne clears whatever the killed one left behind. Records for several chunks.
+using KilledDeleteOne = StoreTest;
 TEST_F(KilledDeleteOne, AtEveryStep) {
+  const std::string oldBytes = StoreBytes(300, Range(1, 300));
+  const std::string newBytes =
+      HeaderRecord(300) + oldBytes.substr(kRecLen, 149 * kRecLen) + oldBytes.substr(151 * kRecLen);
   for (int killAt = 1;; ++killAt) {
-    int calls = 0;
-    const int status = WaitFor(startDelete([&](int) {
-      if (++calls == killAt) ::raise(SIGKILL);
+    WriteFile(store(), oldBytes);
+    const int status = WaitFor(Spawn([&] {
+      IcsMsg m(dir.path(), log);
+      int calls = 0;
+      m.setStepHook([&](int) {
+        if (++calls == killAt) ::raise(SIGKILL);
+      });
+      m.DeleteOne(150);
     }));
-    const bool done = isNew();
+    const std::string now = ReadFile(store());
+    ASSERT_TRUE(now == oldBytes || now == newBytes) << "store of " << now.size() << " bytes";
     if (WIFEXITED(status)) {
-      EXPECT_EQ(WEXITSTATUS(status), 0);
-      EXPECT_TRUE(done);
+      EXPECT_EQ(std::tuple(WEXITSTATUS(status), now == newBytes), std::tuple(0, true));
       break;
     }
     ASSERT_TRUE(WIFSIGNALED(status));
     ASSERT_LT(killAt, 100) << "DeleteOne never finished";
   }
-  // A later DeleteOne clears whatever the killed one left behind.
-  EXPECT_EQ(WaitFor(startDelete()), 0);
-  EXPECT_TRUE(isNew());
 }
 
 // /proc/locks lists a blocked flock waiter with "->".
