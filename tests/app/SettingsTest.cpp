@@ -69,13 +69,8 @@ TEST_F(SettingsFile, WriteReplacesTheWholeFileOrThrows) {
   Settings s;
   s.LoginName = "KD7XYZ";
   s.IcdName = " Fire = big ";
-  s.HostName = "host ";
   s.SRTime = -32768;
   s.STARTBROWSE = 32767;
-  s.Pausev = -1;
-  s.POA = 1;
-  s.POAFile = "/x/y z.wav";
-  s.KEEPLOCAL = 1;
   s.DEFDEST = "\xC9QUIPE";
   WriteSettings(file, s);
   EXPECT_EQ(ReadBytes(file), SettingsFileText(s));

@@ -29,10 +29,5 @@ TYPED_TEST(ClockContract, NowIsTheCurrentInstantInOleDays) {
   EXPECT_NEAR(this->clock.now(), UtcNowOle(), 1.0);
 }
 
-TYPED_TEST(ClockContract, NowNeverGoesBack) {
-  const double first = this->clock.now();
-  EXPECT_LE(first, this->clock.now());
-}
-
 }  // namespace
 }  // namespace velnor
