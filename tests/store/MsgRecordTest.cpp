@@ -78,6 +78,7 @@ TEST(MsgRecord, TextSettersTrimCutAndPad) {
       {std::string(65, 'a'), std::string(64, 'a'), std::string(64, 'a')},
       {"  abc  ", Padded("abc", 64), "abc"},
       {"", std::string(64, ' '), ""},
+      {" x", Padded("x", 64), "x"},  // one character after one blank
       // cut after trimming: the leading blanks do not use up the width
       {"  " + std::string(64, 'b') + "c", std::string(64, 'b'), std::string(64, 'b')},
   };
