@@ -13,8 +13,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   velnor::ParseSettingsText(text, again);
   // Values holding CR cannot round-trip (CR ends a line); everything else must.
   bool hasCr = false;
-  for (const std::string* v : {&s.LoginName, &s.DateFormat, &s.TimeFormat, &s.IcdName, &s.DefTo, &s.DefToPos,
-                               &s.DefFr, &s.DefFrPos, &s.HostName, &s.Port, &s.TimeOut, &s.POAFile, &s.DEFDEST})
+  for (const std::string* v :
+       {&s.LoginName, &s.DateFormat, &s.TimeFormat, &s.IcdName, &s.DefTo, &s.DefToPos, &s.DefFr, &s.DefFrPos,
+        &s.HostName, &s.Port, &s.TimeOut, &s.POAFile, &s.DEFDEST})
     hasCr = hasCr || v->find_first_of("\r\n") != std::string::npos;
   if (!hasCr && velnor::SettingsFileText(again) != text) __builtin_trap();
   return 0;

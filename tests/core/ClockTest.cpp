@@ -29,18 +29,5 @@ TYPED_TEST(ClockContract, NowIsTheCurrentInstantInOleDays) {
   EXPECT_NEAR(this->clock.now(), UtcNowOle(), 1.0);
 }
 
-TYPED_TEST(ClockContract, NowNeverGoesBack) {
-  const double first = this->clock.now();
-  EXPECT_LE(first, this->clock.now());
-}
-
-TEST(FixedClock, HoldsItsValueAndMovesOnlyWhenTold) {
-  FixedClock clock(46345.5871);
-  EXPECT_EQ(clock.now(), 46345.5871);
-  EXPECT_EQ(clock.now(), 46345.5871);
-  clock.value += 1.0 / 86400;
-  EXPECT_EQ(clock.now(), 46345.5871 + 1.0 / 86400);
-}
-
 }  // namespace
 }  // namespace velnor
