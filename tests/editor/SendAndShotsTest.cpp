@@ -1,7 +1,6 @@
-// The window as a whole program: first start, the global file, and a Send against the simulator
-// on the smallest screen; scripts/screenshots runs the last with VELNOR_SHOTS_DIR to make docs/*.png.
+// The window as a whole program: a first start, and Sends against the simulator, which
+// scripts/screenshots runs with VELNOR_SHOTS_DIR to make docs/*.png.
 #include <QElapsedTimer>
-#include <QLabel>
 #include <QPixmap>
 #include <QScrollArea>
 #include <QScrollBar>
@@ -23,8 +22,7 @@
 namespace velnor::testing {
 namespace {
 
-// A first start on a clean data directory, a page printed to PDF, the help; what a shutdown
-// keeps, and where.
+// A first start on a clean data directory, a page printed to PDF, the help, and the shutdown.
 TEST_F(WindowTest, FirstStartPrintToPdfAndHelpThenShutdownKeepsThePlaceAndLeavesTheGlobalFile) {
   {
     DefaultPortRefusals refused;  // the default settings' link test, kept off this machine's server
@@ -102,37 +100,29 @@ TEST_F(WindowTest, FirstStartPrintToPdfAndHelpThenShutdownKeepsThePlaceAndLeaves
 }
 
 // Velnor against pmdirect-sim, with "EOC" as a second station speaking over a raw socket.
-class PictureTest : public WindowTest {
- protected:
-  PictureTest() : sim(tmp.file("spool"), tmp.file("transcript")) {}
+using PictureTest = WindowTest;
 
-  // Renders the window; saved only when pictures are asked for.
-  void shoot(const char* name, QWidget* window = nullptr) {
-    if (!window) window = win.get();
-    QApplication::processEvents();
-    const QPixmap pic = window->grab();
-    EXPECT_EQ(pic.size(), window->size()) << name;
-    if (const char* dir = std::getenv("VELNOR_SHOTS_DIR"); dir && *dir) {
-      EXPECT_TRUE(pic.save(QString::fromStdString(std::string(dir) + "/" + name + ".png"))) << name;
-    }
-  }
-
-  SimProcess sim;
-};
+// Renders a window; saved only when pictures are asked for.
+void Shoot(const char* name, QWidget* window) {
+  QApplication::processEvents();
+  if (const char* dir = std::getenv("VELNOR_SHOTS_DIR"); dir && *dir)
+    EXPECT_TRUE(window->grab().save(QString(dir) + "/" + name + ".png")) << name;
+}
 
 TEST_F(PictureTest, SendCollectsTheReplyThenASendDuringAScheduledSessionGoesOnceAndAFailedLinkShows) {
+  SimProcess sim(tmp.file("spool"), tmp.file("transcript"));
   Settings s = QuickSettings(sim.port());
   s.DEFDEST = "EOC";
   s.Pausev = 150;
   start(s);
   EXPECT_EQ(find<QLabel>("NetState")->text().toStdString(), "Disconnected. Last session 14:05 OK");
   win->resize(1024, 768);
-  shoot("main-empty");
+  Shoot("main-empty", win.get());
 
   click("cmdNew");
   type(Field::Subject, "Water tender");
   type(Field::Message, "Need one water tender at gate 3 by 14:30.\rRoad from the north is open.");
-  shoot("main-new");
+  Shoot("main-new", win.get());
 
   // EOC answers our station's message 1 with a reply addressed to K1ABC.
   MsgRecord r = Sample(Status{0}, Origin{0}, Kind::Reply, "Water tender");
@@ -157,7 +147,7 @@ TEST_F(PictureTest, SendCollectsTheReplyThenASendDuringAScheduledSessionGoesOnce
   ed->OpenFromNotice(2);
   EXPECT_EQ(win->text(Field::Reply), "Tender 41 on its way, ETA 14:30.");
   EXPECT_EQ(MsgInfo(), "Msg# 2,  Received reply; Read");
-  shoot("main-reply");
+  Shoot("main-reply", win.get());
 
   // A Send and the settings' link test while a scheduled session runs: the message is queued
   // and goes once, the test is turned away; then Pmdirect goes, and the failure stays in view.
@@ -168,7 +158,7 @@ TEST_F(PictureTest, SendCollectsTheReplyThenASendDuringAScheduledSessionGoesOnce
   while (body.size() + line.size() <= 3812) body += line;
   win->setText(Field::Message, body + std::string(3812 - body.size(), '.'));
   EXPECT_EQ(find<QLabel>("lblMsgLength")->text().toStdString(), "3,812 / 4,000");
-  shoot("body-counter");
+  Shoot("body-counter", win.get());
 
   std::string afterSend;
   QTimer during;
@@ -216,13 +206,13 @@ TEST_F(PictureTest, SendCollectsTheReplyThenASendDuringAScheduledSessionGoesOnce
   auto* netState = find<QLabel>("NetState");
   EXPECT_EQ(netState->text().toStdString(), "Disconnected. Last session 14:05 failed: Connection refused");
   EXPECT_EQ(netState->palette().color(QPalette::WindowText), QColor(0xB0, 0, 0));
-  shoot("link-failed");
+  Shoot("link-failed", win.get());
   const std::string log = Slurp(win->LogFile());
   EXPECT_TRUE(
       QTest::qWaitFor([&] { return lines->rowCount() == std::count(log.begin(), log.end(), '\n'); }, 3000));
   EXPECT_FALSE(lines->findItems("Pmdirect did not accept the connection.", Qt::MatchStartsWith).isEmpty());
   logWindow->resize(960, 380);
-  shoot("session-log", logWindow);
+  Shoot("session-log", logWindow);
 }
 
 }  // namespace

@@ -41,7 +41,6 @@ using Names = std::vector<std::string>;
 
 inline std::string Slurp(const std::string& path) { return ReadWholeFile(path, "test"); }
 
-// A plain record of the given status, origin and kind.
 inline MsgRecord Sample(Status status, Origin origin, Kind kind, const std::string& subj) {
   MsgRecord r;
   r.setStatus(status);
@@ -82,13 +81,6 @@ class WindowTest : public ::testing::Test {
     printers.setPrinterLister([] { return QList<QtPrinterSystem::SystemPrinter>{}; });
     std::filesystem::create_directories(appData);  // it exists on any desktop; below it is ours
   }
-  FileLib::Environment Env() const {
-    const std::string exeDir = tmp.path() + "/bin/velnor";
-    const std::string app = appData;
-    return {
-        [exeDir] { return exeDir; },
-        [app](const char* key) { return std::string(key) == "APPDATA" ? std::optional(app) : std::nullopt; }};
-  }
 
   // Short waits, the given Pmdirect port (default: a dead one), the incident and To/From defaults.
   static Settings QuickSettings(int port = DeadPort()) {
@@ -111,8 +103,12 @@ class WindowTest : public ::testing::Test {
       std::filesystem::create_directories(dataPath);
       WriteSettings(dataPath + "/velnor.ini", *s);
     }
+    const FileLib::Environment env{[exeDir = tmp.path() + "/bin/velnor"] { return exeDir; },
+                                   [app = appData](const char* key) {
+                                     return std::string(key) == "APPDATA" ? std::optional(app) : std::nullopt;
+                                   }};
     win = std::make_unique<FrmMessage>(
-        FrmMessageDeps{dialogs, sound, clock, eventLog, loop, socket, printers, Env()});
+        FrmMessageDeps{dialogs, sound, clock, eventLog, loop, socket, printers, env});
     dialogs.expectInput("Enter your Identifier (i.e.: name, callsign, etc)", id);
   }
   void start(const std::optional<Settings>& s = QuickSettings(), const std::string& id = "k1abc") {
@@ -135,11 +131,6 @@ class WindowTest : public ::testing::Test {
     b->click();
   }
   QWidget* field(Field f) const { return find(("txtField_" + std::to_string(FieldIndex(f))).c_str()); }
-  Names Texts(std::initializer_list<TextBox> boxes) const {
-    Names out;
-    for (TextBox b : boxes) out.push_back(win->text(b));
-    return out;
-  }
   void type(Field f, const char* text) const { QTest::keyClicks(field(f), text); }
   void trigger(const char* action) const {
     auto* a = win->findChild<QAction*>(action);

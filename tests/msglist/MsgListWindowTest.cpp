@@ -1,6 +1,5 @@
 // The message list beside the real main window through a morning over pmdirect-sim; with
 // VELNOR_SHOTS_DIR set it also saves docs/message-list.png.
-#include <QHeaderView>
 #include <QScrollBar>
 #include <QSettings>
 #include <QTableView>
@@ -53,15 +52,13 @@ class MsgListWindowTest : public WindowTest {
     click("cmdSend");
     return ed->CurrentMsgNo();
   }
-  // A message from another station as its own Velnor encodes it: a new one, or with `answered`
-  // their answer to a message of ours, the message itself with the reply filled in.
+  // A new message from another station, or their answer to `answered`: it with the reply filled in.
   void HandInFrom(const std::string& station, const std::string& subject, const std::string& text,
                   std::optional<MsgRecord> answered = std::nullopt) {
     MsgRecord r = answered.value_or(Sample(Status::ReadyToSend, Origin::Local, Kind::Message, subject));
     if (answered) {
       r.setKind(Kind::Reply);
       r.setReply(text);
-      r.setRepSign("M. Chen");
       r.setRepDate(clock.value);
     } else {
       r.setFr(Name(station));
@@ -77,7 +74,6 @@ class MsgListWindowTest : public WindowTest {
 
   QTableView* grid() const { return list()->findChild<QTableView*>("grdMessages"); }
   FrmMsgList* list() const { return win->msgList(); }
-  // The grid's row of message n, or -1.
   int GridRow(std::int32_t n) const {
     for (int r = 0; r < grid()->model()->rowCount(); ++r) {
       if (grid()->model()->index(r, 0).data().toInt() == n) return r;
@@ -89,19 +85,6 @@ class MsgListWindowTest : public WindowTest {
     grid()->setCurrentIndex(grid()->model()->index(GridRow(n), static_cast<int>(c)));
     QTest::keyClick(grid(), Qt::Key_Return);
   }
-  // Every cell as a fresh read of the store gives it: the live list missed nothing.
-  void ExpectSameAsFreshRead() {
-    MsgList fresh(dataPath, eventLog, win->settings(), clock);
-    fresh.Reload();
-    const MsgList& live = list()->list();
-    ASSERT_EQ(live.size(), fresh.size());
-    for (std::size_t i = 0; i < fresh.size(); ++i) {
-      for (int c = 0; c < kListColumnCount; ++c)
-        EXPECT_EQ(live.Cell(i, ListColumn(c)), fresh.Cell(i, ListColumn(c)))
-            << "row " << i << " column " << c;
-    }
-  }
-  // The received message of that subject.
   std::int32_t Received(const std::string& subject) const {
     const MsgList& l = list()->list();
     for (std::size_t i = 0; i < l.size(); ++i) {
@@ -123,8 +106,7 @@ TEST_F(MsgListWindowTest, AMorningOfTrafficFollowedLiveOpenedAndMatched) {
   start(s, "ops");
   QTest::keyClick(win.get(), Qt::Key_L, Qt::ControlModifier);
   QApplication::setActiveWindow(win.get());
-  ASSERT_NE(list(), nullptr);
-  ASSERT_TRUE(list()->isVisible());
+  ASSERT_TRUE(list() && list()->isVisible());
 
   std::map<std::string, std::int32_t> first, latest;  // our messages by subject
   std::istringstream morning(kMorning);
@@ -165,10 +147,17 @@ TEST_F(MsgListWindowTest, AMorningOfTrafficFollowedLiveOpenedAndMatched) {
   click("cmdNew");
   win->setText(Field::Subject, "Night shift handover");
   click("cmdSave");
-  ExpectSameAsFreshRead();
+  // Every cell as a fresh read of the store gives it: the live list missed nothing.
+  const MsgList& l = list()->list();
+  MsgList fresh(dataPath, eventLog, win->settings(), clock);
+  fresh.Reload();
+  ASSERT_EQ(l.size(), fresh.size());
+  for (std::size_t i = 0; i < fresh.size(); ++i) {
+    for (int c = 0; c < kListColumnCount; ++c)
+      EXPECT_EQ(l.Cell(i, ListColumn(c)), fresh.Cell(i, ListColumn(c))) << "row " << i << " column " << c;
+  }
 
   // Two requests share a subject; each reply answers its own.
-  const MsgList& l = list()->list();
   const std::int32_t diesel1 = first["Diesel for generators"], diesel2 = latest["Diesel for generators"];
   EXPECT_EQ(Stored(l.Link(*l.RowOf(diesel1))).Reply(), "At 09:05.");
   EXPECT_EQ(Stored(l.Link(*l.RowOf(diesel2))).Reply(), "At 13:40.");
@@ -189,7 +178,7 @@ TEST_F(MsgListWindowTest, AMorningOfTrafficFollowedLiveOpenedAndMatched) {
 
   // The link in the Reply cell opens the reply.
   OpenInList(diesel1, ListColumn::Reply);
-  EXPECT_EQ(Texts({Field::Subject, Field::Reply}), (Names{"Diesel for generators", "At 09:05."}));
+  EXPECT_EQ(win->text(Field::Reply), "At 09:05.");  // the first request's
 
   if (const char* dir = std::getenv("VELNOR_SHOTS_DIR"); dir && *dir) {
     list()->resize(1120, 700);
@@ -208,9 +197,6 @@ TEST_F(MsgListWindowTest, AMorningOfTrafficFollowedLiveOpenedAndMatched) {
   dialogs.expectMessage("Message was not saved.", MsgAnswer::No);
   OpenInList(briefing);
   EXPECT_EQ(win->text(Field::Subject), "Half written");
-  dialogs.expectMessage("Message was not saved.", MsgAnswer::Yes);
-  OpenInList(briefing);
-  EXPECT_EQ(win->text(Field::Subject), "Operational period briefing");
 
   // Another program deletes a message: the file is replaced, and the list reads it again.
   IcsMsg(dataPath, eventLog).DeleteOne(draft);
