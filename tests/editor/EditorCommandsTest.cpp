@@ -92,6 +92,7 @@ TEST_F(WindowTest, CommandTableThroughSaveEditDiscardBrowseDelete) {
       dialogs.expectChoice("Message was not saved.  Press Save or\r\nDelete on the form to continue.", "OK");
       click("cmdClose");
       EXPECT_EQ(ed->EditState(), 2);
+      EXPECT_EQ(dialogs.shown.back().preferred, 1);  // OK: Enter does not throw the typing away
       dialogs.expectChoice("Message was not saved.", "Discard my changes");
     } else {
       dialogs.expectChoice("Delete message No. 1, 'Water tender'?", "Discard my changes");

@@ -161,6 +161,7 @@ TEST_F(BrowseTest, ThreeSevenNineFromEitherEndSkipsAbandonedAndShownMessagesFoll
 
   click("cmdBrowse");
   expectAt("Queued 9", "( 2/2 )", true, false);
+  EXPECT_EQ(State(), "BROWSE 1 LLLLLLLLLLLLLL");
   EXPECT_EQ(MsgInfo(), "Msg# 9,  Locally created message; Ready, but not sent");
   EXPECT_EQ(StoredStatus(3), Status::Unread);  // not shown yet, so not read
   SimProcess sim(tmp.file("spool"), tmp.file("transcript"));
