@@ -38,14 +38,9 @@ inline QApplication& App() {
 }
 
 using Names = std::vector<std::string>;
-// The commands with no message open, and while a message is being written.
-inline const Names kIdle{"cmdNew", "cmdBrowse"};
-inline const Names kEditing{"mnuPrint", "mnuSave",   "mnuOpen",  "cmdSend",
-                            "cmdSave",  "cmdDelete", "cmdClose", "cmdSetFieldsAsDefault"};
 
 inline std::string Slurp(const std::string& path) { return ReadWholeFile(path, "test"); }
 
-// A plain record of the given status, origin and kind.
 inline MsgRecord Sample(Status status, Origin origin, Kind kind, const std::string& subj) {
   MsgRecord r;
   r.setStatus(status);
@@ -86,30 +81,14 @@ class WindowTest : public ::testing::Test {
     printers.setPrinterLister([] { return QList<QtPrinterSystem::SystemPrinter>{}; });
     std::filesystem::create_directories(appData);  // it exists on any desktop; below it is ours
   }
-  ~WindowTest() override {
-    if (win) win->hide();
-  }
 
-  FileLib::Environment Env() const {
-    const std::string exeDir = tmp.path() + "/bin/velnor";
-    const std::string app = appData;
-    return {
-        [exeDir] { return exeDir; },
-        [app](const char* key) { return std::string(key) == "APPDATA" ? std::optional(app) : std::nullopt; }};
-  }
-
-  // Settings for a quick start-up: short waits, the given Pmdirect port (default: a dead one).
+  // Short waits, the given Pmdirect port (default: a dead one), the incident and To/From defaults.
   static Settings QuickSettings(int port = DeadPort()) {
     Settings s;
     s.Port = std::to_string(port);
     s.TimeOut = "2000";
     s.Pausev = 1;
     s.SRTime = 3600;
-    return s;
-  }
-  // Quick settings with the incident and the To/From defaults filled in.
-  static Settings WithDefaults(int port = DeadPort()) {
-    Settings s = QuickSettings(port);
     s.IcdName = "Ridge Fire";
     s.DefTo = "Logistics";
     s.DefToPos = "Chief";
@@ -118,16 +97,22 @@ class WindowTest : public ::testing::Test {
     return s;
   }
 
-  // Writes the settings file (none: a first start), builds the window and runs start-up,
-  // answering the identifier prompt with `id`.
-  void start(std::optional<Settings> s = QuickSettings(), std::optional<std::string> id = "k1abc") {
+  // Writes the settings file (none: a first start) and builds the window; start() runs start-up.
+  void build(const std::optional<Settings>& s, const std::string& id) {
     if (s) {
       std::filesystem::create_directories(dataPath);
       WriteSettings(dataPath + "/velnor.ini", *s);
     }
+    const FileLib::Environment env{[exeDir = tmp.path() + "/bin/velnor"] { return exeDir; },
+                                   [app = appData](const char* key) {
+                                     return std::string(key) == "APPDATA" ? std::optional(app) : std::nullopt;
+                                   }};
     win = std::make_unique<FrmMessage>(
-        FrmMessageDeps{dialogs, sound, clock, eventLog, loop, socket, printers, Env()});
-    dialogs.expectInput("Enter your Identifier (i.e.: name, callsign, etc)", std::move(id));
+        FrmMessageDeps{dialogs, sound, clock, eventLog, loop, socket, printers, env});
+    dialogs.expectInput("Enter your Identifier (i.e.: name, callsign, etc)", id);
+  }
+  void start(const std::optional<Settings>& s = QuickSettings(), const std::string& id = "k1abc") {
+    build(s, id);
     ASSERT_TRUE(win->Form_Load());
     win->activateWindow();
     QApplication::setActiveWindow(win.get());
@@ -146,12 +131,6 @@ class WindowTest : public ::testing::Test {
     b->click();
   }
   QWidget* field(Field f) const { return find(("txtField_" + std::to_string(FieldIndex(f))).c_str()); }
-  std::string fieldText(Field f) const { return win->text(f); }
-  Names Texts(std::initializer_list<TextBox> boxes) const {
-    Names out;
-    for (TextBox b : boxes) out.push_back(win->text(b));
-    return out;
-  }
   void type(Field f, const char* text) const { QTest::keyClicks(field(f), text); }
   void trigger(const char* action) const {
     auto* a = win->findChild<QAction*>(action);
@@ -184,7 +163,7 @@ class WindowTest : public ::testing::Test {
   std::string MsgInfo() const { return find<QLabel>("lblMsgInfo")->text().toStdString(); }
   std::string BrowsePtr() const { return find<QLabel>("lblBrowsePtr")->text().toStdString(); }
 
-  // A record put straight into the store, as another program or the decoder would.
+  // Straight into the store, as another program or the decoder would.
   std::int32_t StoreRecord(Status status, Origin origin, Kind kind, const std::string& subj) {
     std::filesystem::create_directories(dataPath);
     IcsMsg s(dataPath, eventLog);

@@ -1,10 +1,10 @@
-// The message list over a real store: its columns, its filters, the reply matching, and
-// how it follows writes it is told of and writes it is not.
+// The message list over a real store: columns, reply matching, filters, following the store.
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "app/Settings.h"
@@ -12,14 +12,12 @@
 #include "core/DateTime.h"
 #include "core/EventLog.h"
 #include "msglist/MsgList.h"
-#include "msglist/ReplyMatch.h"
 #include "store/IcsMsg.h"
 #include "tests/support/TempDir.h"
 
 namespace velnor::testing {
 namespace {
 
-using Cells = std::vector<std::string>;
 using Numbers = std::vector<std::int32_t>;
 
 struct Msg {
@@ -75,12 +73,14 @@ class MsgListTest : public ::testing::Test {
     r.setRoute(m.origin == Origin::Local ? "EOC:0" : "EOC:12");
     return s.NewMsg();
   }
-  Cells Row(std::int32_t number) const {
-    Cells out;
-    const auto i = list.RowOf(number);
-    for (int c = 0; i && c < kListColumnCount; ++c) out.push_back(list.Cell(*i, static_cast<ListColumn>(c)));
+  // Every cell of message `number`'s row, '|' between them.
+  std::string Row(std::int32_t number) const {
+    std::string out;
+    for (int c = 0; c < kListColumnCount; ++c)
+      out += (c ? "|" : "") + list.Cell(*list.RowOf(number), static_cast<ListColumn>(c));
     return out;
   }
+  std::string Reply(std::int32_t number) const { return list.Cell(*list.RowOf(number), ListColumn::Reply); }
   Numbers Shown() const {
     Numbers out;
     for (std::size_t i = 0; i < list.size(); ++i) {
@@ -102,51 +102,30 @@ class MsgListTest : public ::testing::Test {
 };
 
 TEST_F(MsgListTest, ColumnsAndReplyTracking) {
-  const Cells expected[] = {
-      {"1", "11/19/2026 09:05", "Out", "Message", "OPS", "EOC", "Diesel", "Sent", "EOC:0", "Answered: No. 4"},
-      {"2", "11/19/2026 11:30", "Out", "Message", "OPS", "EOC", "Diesel", "Sent", "EOC:0",
-       "Answered: No. 10"},
-      {"3", "11/19/2026 12:00", "Out", "Message", "OPS", "Shelter 2", "Shelter beds", "Ready, but not sent",
-       "EOC:0", ""},
-      {"4", "11/19/2026 09:40", "In", "Reply", "eoc", "ops", "diesel", "Unread", "EOC:12", "Reply to No. 1"},
-      {"5", "11/19/2026 10:00", "In", "Reply", "Staging", "OPS", "Water", "Read", "EOC:12",
-       "Original not found"},
-      {"6", "11/18/2026 22:00", "Out", "Message", "OPS", "Comms", "Radio relay", "Draft", "EOC:0", ""},
-      {"7", "11/19/2026 08:00", "Out", "Message", "", "", "", "Abandoned", "EOC:0", ""},
-      {"8", "11/19/2026 13:00", "In", "Message", "EOC", "OPS", "\xC9vacuation", "Unread", "EOC:12", ""},
-      {"9", "11/19/2026 13:10", "Out", "Reply", "OPS", "EOC", "Fuel", "Sent", "EOC:0", ""},
-      {"10", "11/19/2026 00:00", "In", "Reply", "EOC", "OPS", "Diesel", "Read", "EOC:12", "Reply to No. 2"},
-      {"11", "11/19/2026 10:00", "Out", "Message", "OPS", "Logistics", "Generator", "Sent", "EOC:0",
-       "Awaiting reply, 4 h 05 min"},
-  };
+  const char* const expected[] = {
+      "1|11/19/2026 09:05|Out|Message|OPS|EOC|Diesel|Sent|EOC:0|Answered: No. 4",
+      "2|11/19/2026 11:30|Out|Message|OPS|EOC|Diesel|Sent|EOC:0|Answered: No. 10",
+      "3|11/19/2026 12:00|Out|Message|OPS|Shelter 2|Shelter beds|Ready, but not sent|EOC:0|",
+      "4|11/19/2026 09:40|In|Reply|eoc|ops|diesel|Unread|EOC:12|Reply to No. 1",
+      "5|11/19/2026 10:00|In|Reply|Staging|OPS|Water|Read|EOC:12|Original not found",
+      "6|11/18/2026 22:00|Out|Message|OPS|Comms|Radio relay|Draft|EOC:0|",
+      "7|11/19/2026 08:00|Out|Message||||Abandoned|EOC:0|",
+      "8|11/19/2026 13:00|In|Message|EOC|OPS|\xC9vacuation|Unread|EOC:12|",
+      "9|11/19/2026 13:10|Out|Reply|OPS|EOC|Fuel|Sent|EOC:0|",
+      "10|11/19/2026 00:00|In|Reply|EOC|OPS|Diesel|Read|EOC:12|Reply to No. 2",
+      "11|11/19/2026 10:00|Out|Message|OPS|Logistics|Generator|Sent|EOC:0|Awaiting reply, 4 h 05 min"};
   ASSERT_EQ(list.size(), std::size(expected));
-  for (const Cells& row : expected) EXPECT_EQ(Row(std::stoi(row[0])), row);
-  EXPECT_EQ(list.Link(*list.RowOf(4)), 1);
-  EXPECT_EQ(list.BrowseNumbers(), (Numbers{1, 2, 3, 4, 5, 6, 8, 9, 10, 11}));
+  for (const std::string row : expected) EXPECT_EQ(Row(std::stoi(row)), row);
   // Newest first by default, a reply by its own date; text columns ignore case, ties go by date.
   EXPECT_EQ(Order(ListColumn::Date, false), (Numbers{9, 8, 3, 2, 11, 5, 4, 1, 10, 6}));
   EXPECT_EQ(Order(ListColumn::Subject, true), (Numbers{10, 1, 4, 2, 9, 11, 6, 3, 5, 8}));
   EXPECT_EQ(Order(ListColumn::Kind, true), (Numbers{6, 1, 11, 2, 3, 8, 10, 4, 5, 9}));
   EXPECT_EQ(Order(ListColumn::Reply, true), (Numbers{11, 1, 2, 10, 4, 5, 6, 3, 8, 9}));
 
-  // Replies go by their own dates: one cut to the minute, the hour or the day still fits.
-  struct Fit {
-    DateParts reply;
-    int fit;
-  };
-  const Fit fits[] = {{{2026, 11, 19, 9, 5, 43}, 0},  {{2026, 11, 19, 9, 5, 0}, 1},
-                      {{2026, 11, 19, 9, 0, 0}, 2},   {{2026, 11, 19, 0, 0, 0}, 3},
-                      {{2026, 11, 19, 9, 6, 0}, -1},  {{2026, 11, 19, 8, 0, 0}, -1},
-                      {{2026, 11, 20, 0, 0, 0}, -1},  {{2026, 11, 19, 9, 5, 41}, 0},
-                      {{2026, 11, 19, 9, 5, 40}, -1}, {{2025, 11, 19, 0, 0, 0}, -1}};
-  for (const Fit& f : fits) {
-    EXPECT_EQ(DateFit(ToOleDate(kTraffic[0].date), ToOleDate(f.reply)), f.fit)
-        << f.reply.hour << ":" << f.reply.minute << ":" << f.reply.second;
-  }
   // A second answer to the same message.
   Add({Status::Read, Origin::Received, Kind::Reply, "Diesel", "EOC", "OPS", {2026, 11, 19, 9, 5, 42}});
   list.Reload();
-  EXPECT_EQ(Row(1).back(), "Answered: No. 4 and 1 more");
+  EXPECT_EQ(Reply(1), "Answered: No. 4 and 1 more");
 }
 
 TEST(AgeText, MinutesHoursDays) {
@@ -156,38 +135,6 @@ TEST(AgeText, MinutesHoursDays) {
   for (const auto& [minutes, text] : ages) EXPECT_EQ(AgeText(minutes / 1440.0), text) << minutes;
   EXPECT_EQ(AgeText(-0.5), "0 min");                 // a clock set back
   EXPECT_EQ(AgeText(8999.4 / 86400), "2 h 29 min");  // to the nearest second, then whole minutes
-}
-
-TEST(ReplyMatch, CloserDateThenUnansweredThenOlder) {
-  auto row = [](std::int32_t n, Origin o, Kind k, int hh, int mm) {
-    MsgRow r;
-    r.number = n;
-    r.origin = o;
-    r.kind = k;
-    r.status = o == Origin::Local ? Status::Sent : Status::Read;
-    r.msgDate = ToOleDate({2026, 11, 19, hh, mm, 0});
-    r.matchKey = "DIESEL";
-    return r;
-  };
-  const auto sent = Origin::Local, in = Origin::Received;
-  std::vector<MsgRow> rows = {
-      row(1, sent, Kind::Message, 9, 0),
-      row(2, sent, Kind::Message, 9, 45),
-      row(3, sent, Kind::Message, 9, 45),
-      row(4, in, Kind::Reply, 9, 0),      // 1 to the second; 2 and 3 only by the hour
-      row(5, in, Kind::Reply, 9, 0),      // 1 again: closer than 2 and 3, though they await a reply
-      row(6, in, Kind::Reply, 9, 45),     // 2 and 3 alike: the older
-      row(7, in, Kind::Reply, 9, 45),     // 3, not answered yet
-      row(8, in, Kind::Reply, 9, 45),     // both answered: the older
-      row(9, in, Kind::Message, 9, 45)};  // not a reply
-  MatchReplies(rows);
-  Numbers links, replies;
-  for (const MsgRow& r : rows) {
-    links.push_back(r.link);
-    replies.push_back(r.replies);
-  }
-  EXPECT_EQ(links, (Numbers{4, 6, 7, 1, 1, 2, 3, 2, 0}));
-  EXPECT_EQ(replies, (Numbers{2, 2, 1, 0, 0, 0, 0, 0, 0}));
 }
 
 TEST_F(MsgListTest, FiltersSearchAndCounts) {
@@ -202,21 +149,13 @@ TEST_F(MsgListTest, FiltersSearchAndCounts) {
   const Case cases[] = {
       {QuickFilter::All, "", false, {}, {1, 2, 3, 4, 5, 6, 8, 9, 10, 11}},
       {QuickFilter::All, "", true, {}, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}},
-      {QuickFilter::Unread, "", false, {}, {4, 8}},
-      {QuickFilter::Queued, "", false, {}, {3}},
-      {QuickFilter::Drafts, "", true, {}, {6}},
-      {QuickFilter::Sent, "", false, {}, {1, 2, 9, 11}},
-      {QuickFilter::Received, "", false, {}, {4, 5, 8, 10}},
       {QuickFilter::AwaitingReply, "", false, {}, {11}},
       // Any field, the body and the date included; case ignored for every Windows-1252 letter.
       {QuickFilter::All, "G\xC9N\xC9RAL", false, {}, {8}},
       {QuickFilter::All, "\xE9vac north", false, {}, {8}},
-      {QuickFilter::All, "diesel  eoc", false, {}, {1, 2, 4, 10}},
-      {QuickFilter::All, "shelter ready", false, {}, {3}},
       {QuickFilter::All, "13:", false, {}, {8, 9}},
       {QuickFilter::Received, "diesel", false, {}, {4, 10}},
       {QuickFilter::All, "", false, the18th, {6}},
-      {QuickFilter::All, "nothing-like-this", false, {}, {}},
   };
   for (const Case& c : cases) {
     list.SetQuickFilter(c.quick);
@@ -234,7 +173,7 @@ TEST_F(MsgListTest, FiltersSearchAndCounts) {
   EXPECT_EQ(Shown(), (Numbers{1, 2, 3, 4, 5, 6, 8, 9, 10, 11}));
   list.SetSearch("she");
   EXPECT_EQ(Shown(), (Numbers{3}));
-  using Counts = std::array<std::size_t, kQuickFilterCount>;
+  using Counts = std::array<std::size_t, kQuickFilterCount>;  // All, Unread, Queued, Drafts, Sent, ...
   EXPECT_EQ(list.Counts(), (Counts{10, 2, 1, 1, 4, 4, 1}));
 }
 
@@ -242,17 +181,12 @@ class RecordingObserver : public RowsObserver {
  public:
   void beginReset() override { events += "reset "; }
   void endReset() override {}
-  void beginInsert(std::size_t first, std::size_t) override {
-    events += "insert" + std::to_string(first) + " ";
-  }
+  void beginInsert(std::size_t first, std::size_t) override { Note("insert", first); }
   void endInsert() override {}
-  void beginRemove(std::size_t first, std::size_t) override {
-    events += "remove" + std::to_string(first) + " ";
-  }
+  void beginRemove(std::size_t first, std::size_t) override { Note("remove", first); }
   void endRemove() override {}
-  void rowsChanged(std::size_t first, std::size_t) override {
-    events += "change" + std::to_string(first) + " ";
-  }
+  void rowsChanged(std::size_t first, std::size_t) override { Note("change", first); }
+  void Note(const char* what, std::size_t first) { events += what + std::to_string(first) + " "; }
   std::string events;
 };
 
@@ -260,8 +194,7 @@ TEST_F(MsgListTest, FollowsWritesItIsToldOfAndReadsAgainForOthers) {
   RecordingObserver seen;
   list.setObserver(&seen);
   list.SetSearch("generator");
-  // Read once the file's change time lies a clock tick back: told of a message nobody
-  // wrote, the list reads nothing.
+  // Told of a message nobody wrote once the file's change time lies a tick back: nothing read.
   std::this_thread::sleep_for(std::chrono::milliseconds(30));
   list.Reload();
   list.Touched({11});
@@ -270,18 +203,15 @@ TEST_F(MsgListTest, FollowsWritesItIsToldOfAndReadsAgainForOthers) {
   EXPECT_FALSE(list.FileChanged());
 
   // A reply to the generator request is filed: one row in, the request answered.
-  const std::int32_t reply = Add({Status::Unread,
-                                  Origin::Received,
-                                  Kind::Reply,
-                                  "Generator",
-                                  "Logistics",
-                                  "OPS",
-                                  {2026, 11, 19, 10, 0, 0}});
+  Msg answer = kTraffic[10];
+  std::tie(answer.status, answer.origin, answer.kind) =
+      std::tuple(Status::Unread, Origin::Received, Kind::Reply);
+  const std::int32_t reply = Add(answer);
   EXPECT_TRUE(list.FileChanged());
   list.Touched({11, reply});
   EXPECT_EQ(seen.events, "change10 insert11 change10 change11 ");
   EXPECT_FALSE(list.FileChanged());
-  EXPECT_EQ(Row(11).back(), "Answered: No. 12");
+  EXPECT_EQ(Reply(11), "Answered: No. 12");
   EXPECT_EQ(Shown(), (Numbers{11, 12}));
 
   // Deleted here: its row goes, and the request awaits a reply again.
@@ -289,11 +219,10 @@ TEST_F(MsgListTest, FollowsWritesItIsToldOfAndReadsAgainForOthers) {
   IcsMsg(tmp.path(), log).DeleteOne(reply);
   list.Touched({reply});
   EXPECT_EQ(seen.events, "remove11 change10 ");
-  EXPECT_EQ(Row(11).back(), "Awaiting reply, 4 h 05 min");
+  EXPECT_EQ(Reply(11), "Awaiting reply, 4 h 05 min");
 
-  // Another program deletes one message and adds one while this one files another: the
-  // size alone would pass for ours, the file replaced does not, and the whole store is
-  // read again.
+  // Another program deletes one and adds one while we file another: the size would pass
+  // for ours, the file replaced does not, and the whole store is read again.
   seen.events.clear();
   IcsMsg(tmp.path(), log).DeleteOne(5);
   Add({Status::Read, Origin::Received, Kind::Message, "Theirs", "OPS", "EOC", {2026, 11, 19, 14, 0, 0}});
