@@ -60,7 +60,6 @@ class FakeSocket : public Socket {
     m_state = Closed;
     m_failure = Failure::None;
     m_inbox.clear();
-    ++closes;
   }
   void setRemoteHost(const std::string& host) override { remoteHost = host; }
   void setRemotePort(int port) override { remotePort = port; }
@@ -116,7 +115,6 @@ class FakeSocket : public Socket {
   std::string remoteHost;
   int remotePort = 0;
   int connects = 0;
-  int closes = 0;
 
  private:
   // Qt turns down, without asking any resolver, a name that is not a host name: empty,
