@@ -62,6 +62,9 @@ TEST(ParseDateText, StandardIsoAndOperatorForms) {
     ASSERT_TRUE(v.has_value()) << text;
     EXPECT_NEAR(*v, expected, 1e-9) << text;
   }
+  // What our stations write: the date alone at midnight, the time alone on day 0.
+  for (const char* text : {"11/19/2026 2:05:09 PM", "1/5/2026 12:00:01 AM", "11/19/2026", "12:00:00 AM"})
+    EXPECT_EQ(StandardDateText(ParseDateText(text, "", "").value_or(-1)), text);
 }
 
 TEST(ParseDateText, RejectsRatherThanGuesses) {
