@@ -66,19 +66,13 @@ TEST_F(IcsMsgTest, DeleteOneDropsEveryCopyAndKeepsTheCounter) {
   m.DeleteOne(3);
   EXPECT_EQ(ReadFile(store()), StoreBytes(4, {1, 2, 4, 0x01000100}));
   EXPECT_EQ(m.NewMsg(), 5);
-
-  // The header stays, even when its counter matches.
-  for (std::int32_t n : {5, 1, 2, 4, 0x01000100, 5}) m.DeleteOne(n);
-  EXPECT_EQ(ReadFile(store()), HeaderRecord(5));
 }
 
 // A store cut short before its header was whole: New, Save, New, Save end with a whole
 // header (the counter it showed, the marker) and both messages after it.
 TEST_F(IcsMsgTest, NewMsgOnAStoreShorterThanOneRecord) {
-  const std::pair<std::string, std::int32_t> rows[] = {{std::string(100, '\0'), 0},
-                                                       {std::string(4411, '\0'), 0},
-                                                       {std::string(8821, '\0'), 0},
-                                                       {HeaderRecord(7).substr(0, 4412), 7}};
+  const std::pair<std::string, std::int32_t> rows[] = {
+      {std::string(100, '\0'), 0}, {std::string(8821, '\0'), 0}, {HeaderRecord(7).substr(0, 4412), 7}};
   for (const auto& [bytes, counter] : rows) {
     SCOPED_TRACE(bytes.size());
     WriteFile(store(), bytes);
@@ -114,8 +108,6 @@ TEST_F(IcsMsgTest, SixteenBitWalkLimits) {
   EXPECT_TRUE(m.Load(5));           // found at the very last record: no overflow
   m.Add();
   EXPECT_THROW(m.Load(5), VError);  // one record more: an index that knows the file lifts no limit
-  sized(32766, 0);
-  EXPECT_FALSE(m.Load(6));
 }
 
 TEST_F(IcsMsgTest, NewMsgOutsideItsNumbersStoresThenOverflows) {
