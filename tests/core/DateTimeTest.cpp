@@ -71,6 +71,7 @@ TEST(ParseDateText, RejectsRatherThanGuesses) {
       {"19-Nov 14:05:09", "dd-mmm", "hh:mm:ss"},          // no year in the format
       {std::string(1 << 20, '1'), "yyyymmdd", "hhmmss"},  // huge input rejected, not scanned
       {"11/19/2026 14:05", "mm/dd/yyyy", x65},
+      {"11/19/2026 :30", "mm/dd/yyyy", "hh:mm"},
       {"0000 10:00", "yyyy", "hh:mm"},  // a date field read is a date
       {"00 10:00", "dd", "hh:mm"}};
   for (const auto& [text, date, time] : rows)
