@@ -36,7 +36,6 @@ TEST(SessionLogTest, TwoStartupsOnOneDayShareOneFile) {
             rule + "\r\n19-Nov-26 14:05:01: velnor v" + v + "\r\n" + rule + "\r\n" +
                 "19-Nov 14:05:09: Link Test passed\r\n" + rule + "\r\n19-Nov-26 20:00:00: velnor v" + v +
                 "\r\n" + rule + "\r\n" + "20-Nov 00:00:30: Incoming\nMessage...\r\n");
-  EXPECT_TRUE(dialogs.shown.empty());
 }
 
 }  // namespace

@@ -23,9 +23,8 @@ const FormTexts kTexts{{"Planning Section Chief", "PSC", "Net Control", "Radio O
                         "Shelter Manager", "River Flood", "Acknowledged.", "K. Osei", "PSC", "03/14/2024 09:45"}};
 // clang-format on
 
-std::vector<std::string> Draw(const FormTexts& t, long failAt = -1) {
+std::vector<std::string> Draw(const FormTexts& t) {
   FakePrinters printers;
-  printers.failAt = failAt;
   IcsPrint(printers, "1.0.0").PrintIcs(t);
   return printers.ops;
 }
@@ -76,17 +75,6 @@ TEST(IcsPrintBody, WrapsAt80Characters) {
     ASSERT_NE(i, ops.end());
     for (++i; *i == "x 13"; i += 2) lines.push_back(i[1].substr(5));
     EXPECT_EQ(lines, r.lines);
-  }
-}
-
-// Half a page is still worth sending: drawing stops at the first failure, and the page is
-// ended all the same.
-TEST(IcsPrintFailure, FirstSurfaceFailureStopsDrawingButPageIsEnded) {
-  const std::vector<std::string> full = Draw(kTexts);  // the golden's, "end" last
-  for (std::size_t n = 0; n + 1 < full.size(); ++n) {
-    std::vector<std::string> want(full.begin(), full.begin() + static_cast<long>(n));
-    want.push_back("end");
-    ASSERT_EQ(Draw(kTexts, static_cast<long>(n)), want) << "failure at call " << n;
   }
 }
 

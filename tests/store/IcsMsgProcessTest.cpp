@@ -111,10 +111,8 @@ TEST_F(IcsMsgProcesses, IndexedLoadAndUpdateAnswerAsTheWalkWhateverChangedBetwee
   // change is written in place, or (renamed) as a copy renamed over the store.
   const std::tuple<std::string, std::function<void(std::string&)>, bool> cases[] = {
       {"nothing", [](std::string&) {}, false},
-      {"appends a duplicate", [](std::string& b) { b += MessageRecord(2, "second two"); }, false},
       {"rewrites an indexed record with another number",
        [](std::string& b) { b.replace(4 * kRecLen, kRecLen, MessageRecord(9, "was four")); }, false},
-      {"shrinks the store", [](std::string& b) { b.resize(4 * kRecLen); }, false},
       {"a copy is renamed over it",
        [](std::string& b) {
          b = StoreBytes(8, {1, 8, 2, 3, 5});

@@ -91,15 +91,5 @@ TEST(MsgRecord, TextSettersTrimCutAndPad) {
   }
 }
 
-TEST(MsgRecord, MsgLenOverflowsPast16Bits) {
-  MsgRecord r;
-  r.setMsgLen(32767);
-  EXPECT_EQ(r.MsgLen(), 32767);
-  r.setMsgLen(-32768);
-  EXPECT_EQ(testing::Thrown([&] { r.setMsgLen(32768); }).number(), kErrOverflow);
-  EXPECT_THROW(r.setMsgLen(-32769), VError);
-  EXPECT_EQ(r.MsgLen(), -32768);  // a failed set leaves the field alone
-}
-
 }  // namespace
 }  // namespace velnor
