@@ -104,6 +104,10 @@ TEST(StoreProperties, EveryBoxBackToItsOwnValue) {
              .TimeOut = "7000"};
   PropertiesState st = LoadProperties(s);
   EXPECT_EQ(st.txtDefaults[0], "To");
+  // Browsing from the end of the list is 1, and the dialog shows a hand-edited 2 as 1.
+  for (const short startBrowse : {0, 1, 2})
+    EXPECT_EQ(LoadProperties(Settings{.STARTBROWSE = startBrowse}).browseChoice, startBrowse > 0)
+        << startBrowse;
   st.txtFormat[0] = "dd mm yy ";
   st.txtDefaults[0] = " Chief ";
   Settings back;

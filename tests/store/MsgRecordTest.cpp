@@ -71,6 +71,10 @@ TEST(MsgRecord, EveryFieldAtItsOffset) {
       std::tuple(0x01020304, Status{0x0506}, Origin{-2}, Kind{0x0708}, 46345.5, -1.25, "Body\r\nline 2",
                  "KX9ABC:17"));
   EXPECT_EQ(std::tuple(r.MsgLen(), r.Locked(), r.KeepLocal()), std::tuple(0x0b0c, 0x0102, -2));
+  // The length is a 16-bit number: one past either end overflows, the ends themselves fit.
+  EXPECT_NO_THROW(r.setMsgLen(-32768));
+  EXPECT_THROW(r.setMsgLen(-32769), VError);
+  EXPECT_THROW(r.setMsgLen(32768), VError);
 }
 
 TEST(MsgRecord, TextSettersTrimCutAndPad) {
