@@ -119,6 +119,7 @@ TEST_F(MsgListTest, ColumnsAndReplyTracking) {
   // Newest first by default, a reply by its own date; text columns ignore case, ties go by date.
   EXPECT_EQ(Order(ListColumn::Date, false), (Numbers{9, 8, 3, 2, 11, 5, 4, 1, 10, 6}));
   EXPECT_EQ(Order(ListColumn::Subject, true), (Numbers{10, 1, 4, 2, 9, 11, 6, 3, 5, 8}));
+  EXPECT_EQ(Order(ListColumn::Kind, true), (Numbers{6, 1, 11, 2, 3, 8, 10, 4, 5, 9}));
   EXPECT_EQ(Order(ListColumn::Reply, true), (Numbers{11, 1, 2, 10, 4, 5, 6, 3, 8, 9}));
 
   // A second answer to the same message.
