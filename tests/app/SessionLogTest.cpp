@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "app/SessionLog.h"
 #include "app/Settings.h"
 #include "core/AtomicFile.h"
@@ -36,6 +38,29 @@ TEST(SessionLogTest, TwoStartupsOnOneDayShareOneFile) {
             rule + "\r\n19-Nov-26 14:05:01: velnor v" + v + "\r\n" + rule + "\r\n" +
                 "19-Nov 14:05:09: Link Test passed\r\n" + rule + "\r\n19-Nov-26 20:00:00: velnor v" + v +
                 "\r\n" + rule + "\r\n" + "20-Nov 00:00:30: Incoming\nMessage...\r\n");
+}
+
+// A log that cannot start or be written says so once and turns itself off; nothing is
+// written after that, not even once the file could be made again.
+TEST(SessionLogTest, SetupOrWriteFailureTurnsLoggingOff) {
+  testing::TempDir tmp;
+  testing::ScriptedDialogs dialogs;
+  FixedClock clock{At(19, 14, 5, 1)};
+  SessionLog log(clock, dialogs);
+  dialogs.expectMessage("SetupLog Error 53, No such file or directoryCould not start Session logging");
+  log.SetLogDirectory(tmp.file("missing"));
+  log.SetLoggingOn(true);  // start-up sets it before the banner
+  log.SetupLog();
+  EXPECT_FALSE(log.loggingOn());
+  dialogs.expectMessage("; Could not write to the session log file; disabled session logging");
+  log.SetLogDirectory(tmp.path());
+  log.SetupLog();
+  std::filesystem::remove(log.logFile());
+  std::filesystem::create_directory(log.logFile());  // its name now belongs to a folder
+  log.WriteLog("first");
+  std::filesystem::remove(log.logFile());
+  log.WriteLog("second");
+  EXPECT_FALSE(log.loggingOn() || std::filesystem::exists(log.logFile()));
 }
 
 }  // namespace
